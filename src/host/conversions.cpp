@@ -1,0 +1,299 @@
+#include "host/conversions.h"
+
+#include <cctype>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <mutex>
+
+namespace pendara {
+
+namespace {
+
+std::function<CalendarDate()>& ClockSlot() {
+    static std::function<CalendarDate()> clock;
+    return clock;
+}
+
+CalendarDate SystemToday() {
+    std::time_t now = std::time(nullptr);
+    std::tm local{};
+#ifdef _WIN32
+    localtime_s(&local, &now);
+#else
+    localtime_r(&now, &local);
+#endif
+    return {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday};
+}
+
+std::string TwoDigits(int v) {
+    char buf[8];
+    std::snprintf(buf, sizeof buf, "%02d", ((v % 100) + 100) % 100);
+    return buf;
+}
+
+// Year text yy with the letter rule: below "60" the first digit becomes a letter (0 -> A).
+std::string CompactYear(const std::string& yy) {
+    if (yy < "60" && !yy.empty()) {
+        std::string out = yy;
+        out[0] = static_cast<char>(static_cast<unsigned char>(yy[0]) + 17);
+        return out;
+    }
+    return yy;
+}
+
+bool IsBlank(char c) {
+    return c == ' ';
+}
+
+}  // namespace
+
+void SetClock(std::function<CalendarDate()> clock) {
+    ClockSlot() = std::move(clock);
+}
+
+CalendarDate Today() {
+    auto& clock = ClockSlot();
+    return clock ? clock() : SystemToday();
+}
+
+std::string TodaySystemText() {
+    CalendarDate d = Today();
+    char buf[16];
+    std::snprintf(buf, sizeof buf, "%02d-%02d-%04d", d.month % 100, d.day % 100, d.year % 10000);
+    return buf;
+}
+
+std::string DateText(const std::string& s) {
+    auto mid = [&](std::size_t pos1, std::size_t len) { return s.substr(pos1 - 1, len); };
+    switch (s.size()) {
+        case 0:
+            return "";
+        case 2:
+            return CompactYear(s);
+        case 6: {
+            unsigned char first = static_cast<unsigned char>(s[0]);
+            std::string year;
+            if (first > 64) {
+                year = std::string(1, static_cast<char>(first - 17)) + s[1];
+            } else if (first >= 1) {
+                year = mid(1, 2);
+            } else {
+                return "00/00/00";
+            }
+            return mid(5, 2) + "/" + mid(3, 2) + "/" + year;
+        }
+        case 7:
+            return CompactYear(mid(6, 2)) + mid(3, 2) + "0" + mid(1, 1);
+        case 8:
+            return CompactYear(mid(7, 2)) + mid(4, 2) + mid(1, 2);
+        case 9: {
+            std::string century = TwoDigits(Today().year / 100);
+            return mid(4, 2) + "/" + mid(1, 2) + "/" + century + mid(7, 2);
+        }
+        case 10:
+            return mid(4, 2) + "/" + mid(1, 2) + "/" + mid(9, 2);
+        default:
+            return "ERROR";
+    }
+}
+
+std::string Trim(std::string_view s) {
+    std::size_t b = 0, e = s.size();
+    while (b < e && IsBlank(s[b]))
+        ++b;
+    while (e > b && IsBlank(s[e - 1]))
+        --e;
+    return std::string(s.substr(b, e - b));
+}
+
+std::string TrimLeft(std::string_view s) {
+    std::size_t b = 0;
+    while (b < s.size() && IsBlank(s[b]))
+        ++b;
+    return std::string(s.substr(b));
+}
+
+std::string TrimRight(std::string_view s) {
+    std::size_t e = s.size();
+    while (e > 0 && IsBlank(s[e - 1]))
+        --e;
+    return std::string(s.substr(0, e));
+}
+
+std::string Upper(std::string_view s) {
+    std::string out(s);
+    for (char& c : out)
+        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+    return out;
+}
+
+bool EqualsNoCase(std::string_view a, std::string_view b) {
+    if (a.size() != b.size()) return false;
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        char x = a[i], y = b[i];
+        if (x >= 'a' && x <= 'z') x = static_cast<char>(x - 'a' + 'A');
+        if (y >= 'a' && y <= 'z') y = static_cast<char>(y - 'a' + 'A');
+        if (x != y) return false;
+    }
+    return true;
+}
+
+bool EndsWithNoCase(std::string_view s, std::string_view suffix) {
+    return s.size() >= suffix.size() && EqualsNoCase(s.substr(s.size() - suffix.size()), suffix);
+}
+
+double LeadingNumber(std::string_view t) {
+    std::size_t i = 0;
+    while (i < t.size() && (t[i] == ' ' || t[i] == '\t' || t[i] == '\r' || t[i] == '\n'))
+        ++i;
+    std::string num;
+    if (i < t.size() && (t[i] == '+' || t[i] == '-')) num += t[i++];
+    bool digits = false, point = false;
+    for (; i < t.size(); ++i) {
+        char c = t[i];
+        if (c >= '0' && c <= '9') {
+            num += c;
+            digits = true;
+        } else if (c == '.' && !point) {
+            num += c;
+            point = true;
+        } else {
+            break;
+        }
+    }
+    if (!digits) return 0.0;
+    return std::strtod(num.c_str(), nullptr);
+}
+
+double ToDouble(std::string_view t) {
+    std::size_t b = 0, e = t.size();
+    while (b < e && IsBlank(t[b]))
+        ++b;
+    while (e > b && IsBlank(t[e - 1]))
+        --e;
+    std::string_view s = t.substr(b, e - b);
+    std::string num;
+    std::size_t i = 0;
+    if (i < s.size() && (s[i] == '+' || s[i] == '-')) num += s[i++];
+    bool digits = false, comma = false;
+    for (; i < s.size(); ++i) {
+        char c = s[i];
+        if (c >= '0' && c <= '9') {
+            num += c;
+            digits = true;
+        } else if (c == '.' && !comma) {
+            continue;  // a thousands mark
+        } else if (c == ',' && !comma) {
+            num += '.';
+            comma = true;
+        } else {
+            return 0.0;
+        }
+    }
+    if (!digits) return 0.0;
+    return std::strtod(num.c_str(), nullptr);
+}
+
+double ParseNumber(std::string& t) {
+    t = Trim(t);
+    if (t.empty()) return 0.0;
+    unsigned char first = static_cast<unsigned char>(t[0]);
+    if (first < 43 || first > 57) return 0.0;
+    bool hasPoint = t.find('.') != std::string::npos;
+    bool hasComma = t.find(',') != std::string::npos;
+    if (hasPoint && !hasComma) return LeadingNumber(t);
+    return ToDouble(t);
+}
+
+double RoundTo(double value, std::int16_t digits) {
+    // The product is taken in extended precision, as the original floating-point unit did:
+    // 2.675 * 100 is then 267.49999..., so 2.675 rounds to 2.67.
+    long double f = std::pow(10.0L, static_cast<long double>(digits));
+    long double v = value;
+    long double n = v >= 0 ? std::floor(v * f + 0.5L) : -std::floor(-v * f + 0.5L);
+    return static_cast<double>(n) / static_cast<double>(f);
+}
+
+std::string FormatAmountPlain(double value) {
+    // Round the value as its 15-significant-digit decimal text shows it, half away from zero,
+    // so that amounts held as doubles print the way they were typed.
+    if (!std::isfinite(value)) return value != value ? "NaN" : (value > 0 ? "Inf" : "-Inf");
+    char buf[64];
+    std::snprintf(buf, sizeof buf, "%.14e", std::fabs(value));
+    // buf is d.dddddddddddddde[+-]XX: 15 significant digits.
+    std::string mant;
+    mant += buf[0];
+    mant.append(buf + 2, buf + 16);
+    int exp10 = std::atoi(buf + 17);
+    // Decimal digits of |value| as integer digits and fraction digits.
+    std::string intPart, fracPart;
+    int pointPos = exp10 + 1;  // digits before the decimal point
+    if (pointPos <= 0) {
+        intPart = "0";
+        fracPart = std::string(static_cast<std::size_t>(-pointPos), '0') + mant;
+    } else if (static_cast<std::size_t>(pointPos) >= mant.size()) {
+        intPart = mant + std::string(static_cast<std::size_t>(pointPos) - mant.size(), '0');
+    } else {
+        intPart = mant.substr(0, static_cast<std::size_t>(pointPos));
+        fracPart = mant.substr(static_cast<std::size_t>(pointPos));
+    }
+    while (fracPart.size() < 3)
+        fracPart += '0';
+    bool roundUp = fracPart[2] >= '5';
+    std::string cents = intPart + fracPart.substr(0, 2);
+    if (roundUp) {
+        int k = static_cast<int>(cents.size()) - 1;
+        while (k >= 0) {
+            if (cents[static_cast<std::size_t>(k)] == '9') {
+                cents[static_cast<std::size_t>(k)] = '0';
+                --k;
+            } else {
+                ++cents[static_cast<std::size_t>(k)];
+                break;
+            }
+        }
+        if (k < 0) cents.insert(cents.begin(), '1');
+    }
+    std::string ip = cents.substr(0, cents.size() - 2);
+    std::string fp = cents.substr(cents.size() - 2);
+    std::size_t nz = ip.find_first_not_of('0');
+    ip = nz == std::string::npos ? "0" : ip.substr(nz);
+    bool zero = ip == "0" && fp == "00";
+    std::string grouped;
+    int n = static_cast<int>(ip.size());
+    for (int k = 0; k < n; ++k) {
+        if (k > 0 && (n - k) % 3 == 0) grouped += '.';
+        grouped += ip[static_cast<std::size_t>(k)];
+    }
+    std::string out = (value < 0 && !zero) ? "-" : "";
+    return out + grouped + "," + fp;
+}
+
+std::string FormatAmount(double value) {
+    std::string s = FormatAmountPlain(value);
+    if (s.size() >= 15) return s.substr(0, 15);
+    return std::string(15 - s.size(), ' ') + s;
+}
+
+std::string ValueText(double value) {
+    if (value == 0) return "0";
+    char buf[64];
+    std::snprintf(buf, sizeof buf, "%.15G", value);
+    std::string s = buf;
+    std::size_t e = s.find('E');
+    std::string mant = e == std::string::npos ? s : s.substr(0, e);
+    std::string ex = e == std::string::npos ? "" : s.substr(e);
+    if (mant.find('.') != std::string::npos) {
+        while (!mant.empty() && mant.back() == '0')
+            mant.pop_back();
+        if (!mant.empty() && mant.back() == '.') mant.pop_back();
+    }
+    for (char& c : mant)
+        if (c == '.') c = ',';
+    return mant + ex;
+}
+
+}  // namespace pendara

@@ -1,0 +1,50 @@
+#pragma once
+// A cursor over one data file of one company (an entries file "extra<CC>.qvd" or a chart of
+// accounts "Planc<CC>.qvd"), kept in SQLite. Values come back as texts: numbers in Spanish form
+// with a decimal comma (ValueText), dates as dd/mm/yy.
+//
+// A cursor that changes records holds one write transaction from its first Edit to CloseFile:
+// a failure, or a cursor destroyed without CloseFile, leaves the file as it was.
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace pendara {
+
+class QvFileControl2 {
+  public:
+    QvFileControl2();
+    ~QvFileControl2();  // an open cursor with unsaved changes rolls them back
+    QvFileControl2(const QvFileControl2&) = delete;
+    QvFileControl2& operator=(const QvFileControl2&) = delete;
+
+    void OpenFile(const std::string& path, const std::string& password, std::int32_t& status);
+    void OpenFile(const std::string& path, const std::string& password = "");
+    // Conditions joined by " and ": field, operator ("=", "=>", "<=", "like"), value.
+    void SetFilter(const std::string& expression);
+    void SetOrder(const std::string& fieldName);  // "cuenta" or "fecha"
+    void MoveFirst();
+    bool IsEof() const;
+    void MoveNext();
+    std::int32_t GetRecNo() const;
+    void GoToRecord(std::int32_t recordNumber);
+    std::string GetField(std::int32_t number, std::int32_t element = 0) const;
+    std::string GetFieldByName(const std::string& name) const;
+    double SumField(const std::string& name);
+    std::int32_t GetRecordCount();
+    void Edit();
+    void PutField(std::int32_t number, std::int32_t element, const std::string& value);
+    void PutFieldByName(const std::string& name, const std::string& value);
+    void Update();
+    void CloseFile();
+
+    bool IsOpen() const;
+
+    struct Impl;
+
+  private:
+    std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace pendara

@@ -1,0 +1,443 @@
+#include "host/settings.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <sstream>
+#include <utility>
+#include <vector>
+
+#include "host/conversions.h"
+#include "host/errors.h"
+#include "ui/port.h"
+
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+#endif
+
+namespace pendara {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Section {
+    std::string key;
+    std::vector<std::pair<std::string, std::string>> values;
+};
+
+std::string Escape(const std::string& s) {
+    std::string out;
+    for (char c : s) {
+        switch (c) {
+            case '\\':
+                out += "\\\\";
+                break;
+            case '"':
+                out += "\\\"";
+                break;
+            case '\n':
+                out += "\\n";
+                break;
+            case '\r':
+                out += "\\r";
+                break;
+            default:
+                out += c;
+        }
+    }
+    return out;
+}
+
+// Reads a quoted text starting at s[i] == '"'; leaves i after the closing quote.
+bool ReadQuoted(const std::string& s, std::size_t& i, std::string& out) {
+    if (i >= s.size() || s[i] != '"') return false;
+    ++i;
+    out.clear();
+    while (i < s.size()) {
+        char c = s[i++];
+        if (c == '"') return true;
+        if (c == '\\' && i < s.size()) {
+            char n = s[i++];
+            out += n == 'n' ? '\n' : n == 'r' ? '\r' : n;
+        } else {
+            out += c;
+        }
+    }
+    return false;
+}
+
+std::vector<Section> Parse(const std::string& text, const std::string& prefix) {
+    std::vector<Section> sections;
+    std::istringstream in(text);
+    std::string line;
+    while (std::getline(in, line)) {
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        if (line.size() >= 2 && line.front() == '[' && line.back() == ']') {
+            std::string key = line.substr(1, line.size() - 2);
+            if (key.size() >= prefix.size() && EqualsNoCase(key.substr(0, prefix.size()), prefix))
+                key = key.substr(prefix.size());
+            sections.push_back({key, {}});
+        } else if (!line.empty() && line[0] == '"' && !sections.empty()) {
+            std::size_t i = 0;
+            std::string name, value;
+            if (!ReadQuoted(line, i, name) || i >= line.size() || line[i] != '=') continue;
+            ++i;
+            if (!ReadQuoted(line, i, value)) continue;
+            sections.back().values.emplace_back(name, value);
+        }
+    }
+    return sections;
+}
+
+std::string Render(const std::vector<Section>& sections, const std::string& prefix) {
+    std::string out = "; Quorvex settings. One [key] per section, \"name\"=\"value\" per value.\n";
+    for (const auto& s : sections) {
+        out += "\n[" + prefix + s.key + "]\n";
+        for (const auto& [n, v] : s.values)
+            out += "\"" + Escape(n) + "\"=\"" + Escape(v) + "\"\n";
+    }
+    return out;
+}
+
+Section* FindSection(std::vector<Section>& sections, const std::string& key) {
+    for (auto& s : sections)
+        if (EqualsNoCase(s.key, key)) return &s;
+    return nullptr;
+}
+
+// An advisory lock on "<file>.lock", held for one read or one read-modify-write.
+class FileLock {
+  public:
+    FileLock(const std::string& path, bool exclusive) {
+#ifdef _WIN32
+        handle_ = CreateFileA((path + ".lock").c_str(), GENERIC_READ | GENERIC_WRITE,
+                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                              OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+        if (handle_ != INVALID_HANDLE_VALUE) {
+            OVERLAPPED ov{};
+            ok_ = LockFileEx(handle_, exclusive ? LOCKFILE_EXCLUSIVE_LOCK : 0, 0, 1, 0, &ov);
+        }
+#else
+        fd_ = ::open((path + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+        if (fd_ >= 0) {
+            int rc;
+            do {
+                rc = ::flock(fd_, exclusive ? LOCK_EX : LOCK_SH);
+            } while (rc != 0 && errno == EINTR);
+            ok_ = rc == 0;
+        }
+#endif
+    }
+    ~FileLock() {
+#ifdef _WIN32
+        if (handle_ != INVALID_HANDLE_VALUE) {
+            if (ok_) {
+                OVERLAPPED ov{};
+                UnlockFileEx(handle_, 0, 1, 0, &ov);
+            }
+            CloseHandle(handle_);
+        }
+#else
+        if (fd_ >= 0) ::close(fd_);  // closing releases the flock
+#endif
+    }
+    FileLock(const FileLock&) = delete;
+    FileLock& operator=(const FileLock&) = delete;
+    bool ok() const {
+        return ok_;
+    }
+
+  private:
+#ifdef _WIN32
+    HANDLE handle_ = INVALID_HANDLE_VALUE;
+#else
+    int fd_ = -1;
+#endif
+    bool ok_ = false;
+};
+
+bool ReadWhole(const std::string& path, std::string& out) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in) return false;
+    std::ostringstream ss;
+    ss << in.rdbuf();
+    out = ss.str();
+    return true;
+}
+
+bool WriteAtomically(const std::string& path, const std::string& text) {
+    std::string tmp = path + ".tmp";
+#ifndef _WIN32
+    tmp += "." + std::to_string(::getpid());
+#endif
+    {
+        std::ofstream out(tmp, std::ios::binary | std::ios::trunc);
+        if (!out) return false;
+        out << text;
+        out.flush();
+        if (!out) return false;
+    }
+#ifdef _WIN32
+    return MoveFileExA(tmp.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING) != 0;
+#else
+    int fd = ::open(tmp.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd >= 0) {
+        ::fsync(fd);
+        ::close(fd);
+    }
+    if (std::rename(tmp.c_str(), path.c_str()) != 0) {
+        std::remove(tmp.c_str());
+        return false;
+    }
+    return true;
+#endif
+}
+
+bool EnsureFolder(const std::string& file) {
+    std::error_code ec;
+    fs::path dir = fs::path(file).parent_path();
+    if (dir.empty()) return true;
+    fs::create_directories(dir, ec);
+    return fs::is_directory(dir, ec);
+}
+
+}  // namespace
+
+std::string QuorvexHome() {
+    if (const char* home = std::getenv("QUORVEX_HOME"); home && *home) return home;
+#ifdef _WIN32
+    if (const char* appdata = std::getenv("APPDATA"); appdata && *appdata)
+        return (fs::path(appdata) / "Quorvex").string();
+    return "Quorvex";
+#else
+    if (const char* xdg = std::getenv("XDG_CONFIG_HOME"); xdg && *xdg)
+        return (fs::path(xdg) / "quorvex").string();
+    if (const char* home = std::getenv("HOME"); home && *home)
+        return (fs::path(home) / ".config" / "quorvex").string();
+    return ".quorvex";
+#endif
+}
+
+FileSettingsBackend::FileSettingsBackend(std::string filePath, std::string sectionPrefix)
+    : path_(std::move(filePath)), prefix_(std::move(sectionPrefix)) {}
+
+bool FileSettingsBackend::OpenKey(const std::string& keyPath) {
+    if (!EnsureFolder(path_)) return false;
+    {
+        FileLock lock(path_, false);
+        if (!lock.ok()) return false;
+        std::string text;
+        if (ReadWhole(path_, text)) {
+            auto sections = Parse(text, prefix_);
+            if (FindSection(sections, keyPath)) return true;
+        }
+    }
+    FileLock lock(path_, true);
+    if (!lock.ok()) return false;
+    std::string text;
+    ReadWhole(path_, text);
+    auto sections = Parse(text, prefix_);
+    if (FindSection(sections, keyPath)) return true;
+    sections.push_back({keyPath, {}});
+    return WriteAtomically(path_, Render(sections, prefix_));
+}
+
+std::optional<std::string> FileSettingsBackend::Query(const std::string& keyPath,
+                                                      const std::string& name) {
+    std::error_code ec;
+    if (!fs::exists(path_, ec)) return std::nullopt;
+    FileLock lock(path_, false);
+    std::string text;
+    if (!lock.ok() || !ReadWhole(path_, text)) return std::nullopt;
+    auto sections = Parse(text, prefix_);
+    Section* s = FindSection(sections, keyPath);
+    if (!s) return std::nullopt;
+    for (const auto& [n, v] : s->values)
+        if (EqualsNoCase(n, name)) return v;
+    return std::nullopt;
+}
+
+bool FileSettingsBackend::Store(const std::string& keyPath, const std::string& name,
+                                const std::string& value) {
+    if (!EnsureFolder(path_)) return false;
+    FileLock lock(path_, true);
+    if (!lock.ok()) return false;
+    std::string text;
+    ReadWhole(path_, text);
+    auto sections = Parse(text, prefix_);
+    Section* s = FindSection(sections, keyPath);
+    if (!s) {
+        sections.push_back({keyPath, {}});
+        s = &sections.back();
+    }
+    bool replaced = false;
+    for (auto& [n, v] : s->values) {
+        if (EqualsNoCase(n, name)) {
+            v = value;
+            replaced = true;
+            break;
+        }
+    }
+    if (!replaced) s->values.emplace_back(name, value);
+    return WriteAtomically(path_, Render(sections, prefix_));
+}
+
+#ifdef _WIN32
+namespace {
+class WindowsRegistryBackend : public SettingsBackend {
+  public:
+    bool OpenKey(const std::string& keyPath) override {
+        HKEY key;
+        if (!Create(keyPath, key)) return false;
+        RegCloseKey(key);
+        return true;
+    }
+    std::optional<std::string> Query(const std::string& keyPath, const std::string& name) override {
+        HKEY key;
+        if (!Create(keyPath, key)) return std::nullopt;
+        char buffer[255];
+        DWORD type = 0, size = sizeof buffer;
+        LONG rc = RegQueryValueExA(key, name.c_str(), nullptr, &type,
+                                   reinterpret_cast<BYTE*>(buffer), &size);
+        RegCloseKey(key);
+        if (rc != ERROR_SUCCESS || size == 0) return std::nullopt;
+        return std::string(buffer, size - 1);
+    }
+    bool Store(const std::string& keyPath, const std::string& name,
+               const std::string& value) override {
+        HKEY key;
+        if (!Create(keyPath, key)) return false;
+        RegSetValueExA(key, name.c_str(), 0, REG_SZ, reinterpret_cast<const BYTE*>(value.c_str()),
+                       static_cast<DWORD>(value.size() + 1));
+        RegCloseKey(key);
+        return true;
+    }
+
+  private:
+    static bool Create(const std::string& keyPath, HKEY& key) {
+        SECURITY_ATTRIBUTES sa{};
+        DWORD disposition = 0;
+        return RegCreateKeyExA(HKEY_CURRENT_USER, keyPath.c_str(), 0, const_cast<char*>(""), 0, 63,
+                               &sa, &key, &disposition) == ERROR_SUCCESS;
+    }
+};
+}  // namespace
+#endif
+
+namespace {
+std::mutex& BackendMutex() {
+    static std::mutex m;
+    return m;
+}
+std::unique_ptr<SettingsBackend>& RegistrySlot() {
+    static std::unique_ptr<SettingsBackend> slot;
+    return slot;
+}
+std::unique_ptr<SettingsBackend>& OptionsSlot() {
+    static std::unique_ptr<SettingsBackend> slot;
+    return slot;
+}
+}  // namespace
+
+SettingsBackend& Registry() {
+    std::lock_guard<std::mutex> guard(BackendMutex());
+    auto& slot = RegistrySlot();
+    if (!slot) {
+#ifdef _WIN32
+        slot = std::make_unique<WindowsRegistryBackend>();
+#else
+        slot = std::make_unique<FileSettingsBackend>(
+            (fs::path(QuorvexHome()) / "registry.reg").string(), "HKEY_CURRENT_USER\\");
+#endif
+    }
+    return *slot;
+}
+
+void SetRegistryBackend(std::unique_ptr<SettingsBackend> backend) {
+    std::lock_guard<std::mutex> guard(BackendMutex());
+    RegistrySlot() = std::move(backend);
+}
+
+SettingsBackend& HostOptions() {
+    std::lock_guard<std::mutex> guard(BackendMutex());
+    auto& slot = OptionsSlot();
+    if (!slot)
+        slot = std::make_unique<FileSettingsBackend>(
+            (fs::path(QuorvexHome()) / "options.reg").string(), "");
+    return *slot;
+}
+
+void SetHostOptionsBackend(std::unique_ptr<SettingsBackend> backend) {
+    std::lock_guard<std::mutex> guard(BackendMutex());
+    OptionsSlot() = std::move(backend);
+}
+
+void ResetSettingsBackends() {
+    std::lock_guard<std::mutex> guard(BackendMutex());
+    RegistrySlot().reset();
+    OptionsSlot().reset();
+}
+
+namespace {
+std::string RegistryKey(const std::string& section) {
+    return std::string(kRegistryRoot) + (section.empty() ? "Settings" : section) + "\\";
+}
+
+std::size_t CharCount(const std::string& s) {
+    std::size_t n = 0;
+    for (unsigned char c : s)
+        if ((c & 0xC0) != 0x80) ++n;
+    return n;
+}
+}  // namespace
+
+RegValue GetRegValue(const std::string& name, const std::string& section, const std::string& def) {
+    SettingsBackend& reg = Registry();
+    std::string key = RegistryKey(section);
+    reg.OpenKey(key);
+    std::optional<std::string> stored = reg.Query(key, name);
+    std::string value;
+    // The registry reads into 255 characters: a longer value does not read.
+    if (!stored || CharCount(*stored) > 254 || *stored == " ")
+        value = def;
+    else
+        value = *stored;
+    if (value == "Verdadero") return {true};
+    if (value == "Falso") return {false};
+    return {value};
+}
+
+void SetRegValue(DesktopPort& port, const std::string& name, const std::string& value,
+                 const std::string& section) {
+    SettingsBackend& reg = Registry();
+    std::string key = RegistryKey(section);
+    if (!reg.OpenKey(key)) {
+        port.MsgBox("Unable to Create/Open SubKey.\r\nQuorvex will now abort.", kVbOKOnly, "");
+        throw ProgramEnd{1};
+    }
+    reg.Store(key, name, value.empty() ? " " : value);
+}
+
+void SetRegBool(DesktopPort& port, const std::string& name, bool value,
+                const std::string& section) {
+    SetRegValue(port, name, std::string(value ? "Verdadero" : "Falso"), section);
+}
+
+std::string GetSetting(const std::string& key, const std::string& section, const std::string& def) {
+    std::optional<std::string> v = HostOptions().Query(section, key);
+    return v ? *v : def;
+}
+
+void SaveSetting(const std::string& key, const std::string& value, const std::string& section) {
+    if (!HostOptions().Store(section, key, value))
+        throw HostError("No se puede guardar la opción " + key + " en " + QuorvexHome());
+}
+
+}  // namespace pendara

@@ -1,0 +1,189 @@
+#include "host/conversions.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace pendara {
+namespace {
+
+class DateTextTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        SetClock([] { return CalendarDate{2026, 11, 16}; });
+    }
+    void TearDown() override { SetClock(nullptr); }
+};
+
+TEST_F(DateTextTest, ConvertsByLength) {
+    EXPECT_EQ(DateText(""), "");
+    EXPECT_EQ(DateText("5"), "ERROR");
+    EXPECT_EQ(DateText("123"), "ERROR");
+    EXPECT_EQ(DateText("12345678901"), "ERROR");
+    // Two characters: the year with the letter rule.
+    EXPECT_EQ(DateText("25"), "C5");
+    EXPECT_EQ(DateText("99"), "99");
+    EXPECT_EQ(DateText("60"), "60");
+    EXPECT_EQ(DateText("59"), "F9");
+    // Compact to day-first.
+    EXPECT_EQ(DateText("C51231"), "31/12/25");
+    EXPECT_EQ(DateText("991231"), "31/12/99");
+    EXPECT_EQ(DateText("A00101"), "01/01/00");
+    EXPECT_EQ(DateText(std::string("\0"
+                                   "51231",
+                                   6)),
+              "00/00/00");
+    // Day-first to compact, with one- and two-digit days.
+    EXPECT_EQ(DateText("1/12/25"), "C51201");
+    EXPECT_EQ(DateText("1/12/99"), "991201");
+    EXPECT_EQ(DateText("31/12/25"), "C51231");
+    EXPECT_EQ(DateText("31/12/99"), "991231");
+    EXPECT_EQ(DateText("01/01/60"), "600101");
+    EXPECT_EQ(DateText("01/01/59"), "F90101");
+}
+
+TEST_F(DateTextTest, TenCharactersAreAlwaysMonthFirst) {
+    EXPECT_EQ(DateText("11-16-2026"), "16/11/26");
+    EXPECT_EQ(DateText("31/12/2025"), "12/31/25");
+    EXPECT_EQ(DateText(TodaySystemText()), "16/11/26");
+}
+
+TEST_F(DateTextTest, NineCharactersTakeTheCenturyFromToday) {
+    EXPECT_EQ(DateText("11-16-26x"), "16/11/2026");
+    SetClock([] { return CalendarDate{1999, 1, 2}; });
+    EXPECT_EQ(DateText("11-16-26x"), "16/11/1926");
+}
+
+TEST(DateTextRoundTrip, CompactAndDayFirstAgreeOverTheCentury) {
+    for (int y = 0; y < 100; ++y) {
+        char dayFirst[16];
+        std::snprintf(dayFirst, sizeof dayFirst, "28/02/%02d", y);
+        std::string compact = DateText(dayFirst);
+        ASSERT_EQ(compact.size(), 6u);
+        EXPECT_EQ(DateText(compact), dayFirst);
+    }
+    // Compact dates of 1960..2059 sort as text in date order.
+    EXPECT_LT(std::string("991231"), std::string("A00101"));
+    EXPECT_LT(DateText("31/12/99"), DateText("01/01/00"));
+    EXPECT_LT(DateText("01/01/00"), DateText("31/12/25"));
+}
+
+TEST(ParseNumber, TrimsInPlaceAndReadsBothForms) {
+    std::string t = "  -12,5 ";
+    EXPECT_DOUBLE_EQ(ParseNumber(t), -12.5);
+    EXPECT_EQ(t, "-12,5");
+    std::string s;
+    s = "abc";
+    EXPECT_EQ(ParseNumber(s), 0);
+    s = "";
+    EXPECT_EQ(ParseNumber(s), 0);
+    s = "12.50";
+    EXPECT_DOUBLE_EQ(ParseNumber(s), 12.5);
+    s = "1.234.567";  // points only: read from the start with "." as decimal point
+    EXPECT_DOUBLE_EQ(ParseNumber(s), 1.234);
+    s = "1.234,56";
+    EXPECT_DOUBLE_EQ(ParseNumber(s), 1234.56);
+    s = "12,5";
+    EXPECT_DOUBLE_EQ(ParseNumber(s), 12.5);
+    s = "-7";
+    EXPECT_DOUBLE_EQ(ParseNumber(s), -7);
+    s = "   100.000,00";
+    EXPECT_DOUBLE_EQ(ParseNumber(s), 100000);
+    s = "/5";  // allowed first character, but no number
+    EXPECT_EQ(ParseNumber(s), 0);
+    s = "12,5x";
+    EXPECT_EQ(ParseNumber(s), 0);
+    s = "*12";
+    EXPECT_EQ(ParseNumber(s), 0);
+}
+
+TEST(RoundTo, HalvesAwayFromZeroInDoubleArithmetic) {
+    EXPECT_EQ(RoundTo(-2.5, 0), -3);
+    EXPECT_EQ(RoundTo(2.5, 0), 3);
+    EXPECT_EQ(RoundTo(0.005, 2), 0.01);
+    EXPECT_EQ(RoundTo(-0.004, 2), 0);
+    EXPECT_EQ(RoundTo(0.004, 2), 0);
+    EXPECT_EQ(RoundTo(2.675, 2), 2.67);  // 2.675 * 100 is 267.49999...
+    EXPECT_EQ(RoundTo(1234.5678, 2), 1234.57);
+    EXPECT_EQ(RoundTo(-1234.5678, 2), -1234.57);
+}
+
+TEST(FormatAmount, PatternPaddingAndCut) {
+    EXPECT_EQ(FormatAmount(1234567.891), "   1.234.567,89");
+    EXPECT_EQ(FormatAmount(1234.5), "       1.234,50");
+    EXPECT_EQ(FormatAmount(-0.5), "          -0,50");
+    EXPECT_EQ(FormatAmount(0), "           0,00");
+    EXPECT_EQ(FormatAmount(-0.001), "           0,00");
+    EXPECT_EQ(FormatAmount(999.995), "       1.000,00");
+    EXPECT_EQ(FormatAmount(-100), "        -100,00");
+    EXPECT_EQ(FormatAmount(2.675), "           2,68");  // as typed, not as the binary value
+    EXPECT_EQ(FormatAmount(123456789012.5).size(), 15u);
+    EXPECT_EQ(FormatAmount(-123456789012.5), "-123.456.789.01");  // longer texts keep 15 chars
+    EXPECT_EQ(FormatAmountPlain(1234.5), "1.234,50");
+}
+
+TEST(ToDouble, ReadsTheSpanishFormOnly) {
+    EXPECT_DOUBLE_EQ(ToDouble("1.234,56"), 1234.56);
+    EXPECT_DOUBLE_EQ(ToDouble("  -12,5  "), -12.5);
+    EXPECT_DOUBLE_EQ(ToDouble("+3"), 3);
+    EXPECT_DOUBLE_EQ(ToDouble(",5"), 0.5);
+    EXPECT_DOUBLE_EQ(ToDouble("1234.5"), 12345);  // a point is a thousands mark
+    EXPECT_EQ(ToDouble(""), 0);
+    EXPECT_EQ(ToDouble("-"), 0);
+    EXPECT_EQ(ToDouble("1,2,3"), 0);
+    EXPECT_EQ(ToDouble("12 34"), 0);
+    EXPECT_EQ(ToDouble("12a"), 0);
+    EXPECT_EQ(ToDouble("1e5"), 0);
+}
+
+TEST(ToDouble, ReadsEveryFormattedAmountBack) {
+    std::mt19937_64 rng(20261123);
+    std::uniform_int_distribution<long long> cents(-99999999999LL, 99999999999LL);
+    for (int i = 0; i < 200000; ++i) {
+        long long c = cents(rng) / (i % 7 == 0 ? 100000 : 1);
+        double v = static_cast<double>(c) / 100.0;
+        std::string text = FormatAmount(v);
+        ASSERT_EQ(ToDouble(text), v) << text;
+        ASSERT_EQ(FormatAmount(ToDouble(text)), text);
+    }
+}
+
+TEST(LeadingNumber, ReadsFromTheStartAndStops) {
+    EXPECT_EQ(LeadingNumber("  12.5abc"), 12.5);
+    EXPECT_EQ(LeadingNumber("-3"), -3);
+    EXPECT_EQ(LeadingNumber("+4.5.6"), 4.5);
+    EXPECT_EQ(LeadingNumber("0,5"), 0);  // the comma stops it
+    EXPECT_EQ(LeadingNumber("1,5"), 1);
+    EXPECT_EQ(LeadingNumber(""), 0);
+    EXPECT_EQ(LeadingNumber("abc"), 0);
+    EXPECT_EQ(LeadingNumber(".25"), 0.25);
+    EXPECT_EQ(LeadingNumber("- 3"), 0);
+}
+
+TEST(ValueText, SpanishDecimalCommaWithoutGrouping) {
+    EXPECT_EQ(ValueText(1234.5), "1234,5");
+    EXPECT_EQ(ValueText(-60), "-60");
+    EXPECT_EQ(ValueText(0.1), "0,1");
+    EXPECT_EQ(ValueText(0), "0");
+    EXPECT_EQ(ValueText(0.1 + 0.2), "0,3");  // 15 significant digits
+    EXPECT_EQ(ValueText(1234567.89), "1234567,89");
+    EXPECT_EQ(ValueText(4300000138.0), "4300000138");
+    // A host value read back with ToDouble is the same amount.
+    for (double v : {1234.5, -60.0, 0.1, 99999999.99, -0.01})
+        EXPECT_EQ(ToDouble(ValueText(v)), v);
+}
+
+TEST(TextHelpers, TrimOnlyBlanksAndCompareWithoutCase) {
+    EXPECT_EQ(Trim("  a b  "), "a b");
+    EXPECT_EQ(Trim("\ta\t"), "\ta\t");
+    EXPECT_EQ(TrimLeft("  a "), "a ");
+    EXPECT_EQ(TrimRight("  a "), "  a");
+    EXPECT_TRUE(EqualsNoCase("Cuenta", "cUENTA"));
+    EXPECT_FALSE(EqualsNoCase("Cuenta", "Cuentas"));
+    EXPECT_TRUE(EndsWithNoCase("emp.qvt", ".QVT"));
+    EXPECT_FALSE(EndsWithNoCase("qvt", ".QVT"));
+    EXPECT_EQ(Upper("rf-12ñ"), "RF-12ñ");
+}
+
+}  // namespace
+}  // namespace pendara

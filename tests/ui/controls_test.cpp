@@ -1,0 +1,126 @@
+#include "ui/controls.h"
+
+#include <gtest/gtest.h>
+
+#include "ui/pndra.h"
+#include "ui/scripted_port.h"
+
+namespace pendara {
+namespace {
+
+TEST(Grid, KeepsAtLeastOneRowAndReadsOutsideAsEmpty) {
+    Grid g(8);
+    EXPECT_EQ(g.Rows(), 1);
+    g.SetRows(0);
+    EXPECT_EQ(g.Rows(), 1);
+    g.SetRows(3);
+    g.SetCell(3, 8, "x");
+    EXPECT_EQ(g.Cell(3, 8), "x");
+    EXPECT_EQ(g.Cell(4, 1), "");
+    EXPECT_EQ(g.Cell(1, 9), "");
+    EXPECT_THROW(g.SetCell(4, 1, "y"), std::out_of_range);
+    g.Clear();
+    EXPECT_EQ(g.Rows(), 1);
+    EXPECT_EQ(g.Cell(1, 1), "");
+}
+
+TEST(Grid, ExportAndImportUseRowsAndColumnsFromOne) {
+    Grid g(8);
+    g.LoadText(
+        "1\t01/01/25\t7\tFra. 1\tRF-1\t100,00\t1\t0\r\n2\t02/01/25\t8\tCobro\t\t-5,00\t2\t1\r\n");
+    EXPECT_EQ(g.Rows(), 2);
+    TextTable t = g.ExportRows();
+    EXPECT_EQ(t.upperRow(), 2);
+    EXPECT_EQ(t.upperCol(), 8);
+    EXPECT_EQ(t(0, 0), "");
+    EXPECT_EQ(t(1, 1), "1");
+    EXPECT_EQ(t(1, 5), "RF-1");
+    EXPECT_EQ(t(2, 5), "");
+    EXPECT_EQ(t(2, 8), "1");
+
+    Grid h(8);
+    h.ImportRows(t);
+    EXPECT_EQ(h.ExportRows(), t);
+    // An empty grid exports one row of empty cells.
+    Grid empty(8);
+    TextTable e = empty.ExportRows();
+    EXPECT_EQ(e.upperRow(), 1);
+    EXPECT_EQ(e(1, 7), "");
+}
+
+TEST(Grid, LoadTextGrowsAndFillsShortLines) {
+    Grid g(8);
+    g.SetRows(1);
+    g.SetCell(1, 8, "old");
+    g.LoadText("a\tb\r\nc\r\nd\te\tf\tg\th\ti\tj\tk\tl");
+    EXPECT_EQ(g.Rows(), 3);
+    EXPECT_EQ(g.Cell(1, 2), "b");
+    EXPECT_EQ(g.Cell(1, 8), "");
+    EXPECT_EQ(g.Cell(2, 1), "c");
+    EXPECT_EQ(g.Cell(3, 8), "k");  // fields past column 8 are dropped
+}
+
+TEST(Grid, VersionTellsAViewSomethingChanged) {
+    Grid g(8);
+    int calls = 0;
+    g.onChange = [&] { ++calls; };
+    auto v0 = g.version();
+    g.SetCell(1, 1, "a");
+    EXPECT_GT(g.version(), v0);
+    EXPECT_EQ(calls, 1);
+}
+
+TEST(ListBox, SelectionFiresClickAndRemovalAdjustsIt) {
+    ListBox l;
+    int clicks = 0;
+    l.onClick = [&] { ++clicks; };
+    l.AddItem("a");
+    l.AddItem("b");
+    EXPECT_EQ(l.NewIndex(), 1);
+    l.SetItemData(l.NewIndex(), 7);
+    l.SetListIndex(1);
+    EXPECT_EQ(clicks, 1);
+    EXPECT_EQ(l.ItemData(1), 7);
+    l.RemoveItem(0);
+    EXPECT_EQ(l.ListIndex(), 0);
+    l.RemoveItem(0);
+    EXPECT_EQ(l.ListIndex(), -1);
+    l.SetListIndex(-1);
+    EXPECT_EQ(clicks, 1);
+    EXPECT_THROW(l.SetListIndex(0), std::out_of_range);
+}
+
+TEST(Toolbar, ImageNumbersAreKeysAndMinusOneSeparates) {
+    Toolbar t;
+    t.SetButtons(kToolbar1Images, kToolbar1Tips);
+    ASSERT_EQ(t.buttons().size(), 12u);
+    EXPECT_EQ(t.buttons()[0].key, 80);
+    EXPECT_EQ(t.buttons()[0].toolTip, "Anterior");
+    EXPECT_TRUE(t.buttons()[2].separator());
+    EXPECT_EQ(t.buttons()[6].toolTip,
+              "Conciliar y guardar punteo en contabilidad de todo el grupo");
+    EXPECT_EQ(t.buttons()[11].toolTip, "Ayuda");
+    t.SetButtons(kToolbar1RunImages, kToolbar1RunTips);
+    ASSERT_EQ(t.buttons().size(), 1u);
+    EXPECT_EQ(t.buttons()[0].key, 21);
+}
+
+TEST(Pndra, StartsAsTheWindowIsDesigned) {
+    ScriptedPort port;
+    Pndra w(port);
+    EXPECT_EQ(w.DesFac.text(), " Fra");
+    EXPECT_TRUE(w.Option1[1].value());
+    EXPECT_FALSE(w.Option1[0].value());
+    EXPECT_EQ(w.SGrid1.headers[1], "N");
+    EXPECT_EQ(w.SGrid2.headers[1], "R");
+    EXPECT_EQ(w.ConsultedFiles.size(), 100u);
+    EXPECT_EQ(w.Toolbar2.buttons().size(), 4u);
+    EXPECT_EQ(w.SelectedCompanyFile(), "");
+    w.ConsultedFiles[0] = "/d/EMP.QVT";
+    w.List1.AddItem("EMP");
+    w.List1.SetListIndex(0);
+    EXPECT_EQ(w.SelectedCompanyFile(), "/d/EMP.QVT");
+}
+
+}  // namespace
+}  // namespace pendara

@@ -1,0 +1,10 @@
+// qvdata: the host-data tool. Creates companies and chains of fiscal years, imports and exports
+// entries and charts of accounts as CSV, sets the active company and makes demo data.
+
+#include "ui/cli.h"
+
+int main(int argc, char** argv) {
+    return pendara::cli::Registry::Get().Main(
+        "qvdata", "qvdata: datos contables de Quorvex (empresas, apuntes, plan de cuentas).", argc,
+        argv);
+}
