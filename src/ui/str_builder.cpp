@@ -1,5 +1,7 @@
 #include "ui/str_builder.h"
 
+#include <algorithm>
+
 namespace pendara {
 
 void StrBuilder::Append(std::string_view s) {
@@ -8,7 +10,7 @@ void StrBuilder::Append(std::string_view s) {
         ++backExponent_;
         buffer_.append(std::size_t{1} << backExponent_, ' ');
     }
-    buffer_.replace(static_cast<std::size_t>(start_ + next_ - 2), s.size(), s);
+    std::copy(s.begin(), s.end(), buffer_.begin() + (start_ + next_ - 2));
     next_ += L;
 }
 
@@ -22,7 +24,7 @@ void StrBuilder::PrePend(std::string_view s) {
         start_ += static_cast<std::int64_t>(grow);
     }
     next_ += L;
-    buffer_.replace(static_cast<std::size_t>(start_ - 1), s.size(), s);
+    std::copy(s.begin(), s.end(), buffer_.begin() + (start_ - 1));
 }
 
 std::string StrBuilder::ToString() const {
