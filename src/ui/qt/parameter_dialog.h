@@ -1,0 +1,44 @@
+#pragma once
+// The generic parameter dialog: one labelled input per item, by the item's kind.
+//   0 text mask, 20 account (digits only, with a look-up button), 5 date (dd/mm/yy),
+//   30 check box ("1"/"0"), 31 option (the chosen one gets -1), 61 mark character (one
+//   character), 1-7 and 80-89 numbers, 71 output choice (its code goes to the label column).
+// Each input is named "item<i>" so that it can be found by position.
+
+#include <QDialog>
+#include <QString>
+#include <functional>
+#include <vector>
+
+#include "ui/port.h"
+
+namespace pendara {
+
+// Where a report can go, in the order the output choice offers them.
+struct OutputChoice {
+    int code;
+    const char* label;
+};
+const std::vector<OutputChoice>& OutputChoices();
+
+class ParameterForm : public QDialog {
+    Q_OBJECT
+  public:
+    ParameterForm(const QString& caption, const ParameterValues& values,
+                  const ParameterKinds& kinds, QWidget* parent = nullptr);
+
+    // Writes the answers into the values table (column 1; column 0 for the output choice).
+    void Store(ParameterValues& values) const;
+    QWidget* input(int i) const { return inputs_[static_cast<std::size_t>(i)]; }
+
+    // Account look-up: given the current text, the chosen code (or the text unchanged).
+    std::function<QString(const QString&)> lookUp;
+
+  private:
+    std::vector<QWidget*> inputs_;
+    ParameterKinds kinds_;
+};
+
+bool IsNumberKind(int kind);
+
+}  // namespace pendara

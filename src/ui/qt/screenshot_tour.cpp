@@ -1,0 +1,77 @@
+#include "ui/qt/screenshot_tour.h"
+
+#include <QApplication>
+#include <QDialog>
+#include <QDir>
+#include <QListView>
+#include <QProcess>
+#include <QTimer>
+
+#include "host/conversions.h"
+#include "ui/pndra.h"
+#include "ui/qt/qt_main_window.h"
+#include "ui/qt/qt_port.h"
+#include "ui/qt/qt_text.h"
+
+namespace pendara {
+
+namespace {
+
+void Shoot(const QString& file) {
+    for (int i = 0; i < 5; ++i)
+        QCoreApplication::processEvents();
+    QProcess::execute(QStringLiteral("import"),
+                      {QStringLiteral("-window"), QStringLiteral("root"), file});
+}
+
+// The first row of a grid whose reference cell is not empty, 0 when none.
+int RowWithReference(const Grid& g) {
+    for (int r = 1; r <= g.Rows(); ++r)
+        if (!Trim(g.Cell(r, 5)).empty()) return r;
+    return 0;
+}
+
+}  // namespace
+
+void StartScreenshotTour(MainWindow& window, QtPort& port, const char* dir) {
+    QString out = QString::fromLocal8Bit(dir);
+    QDir().mkpath(out);
+    QTimer::singleShot(500, &window, [&window, &port, out] {
+        Pndra& w = window.state();
+        // The account with most open entries on both sides makes the fullest picture.
+        int best = -1;
+        if (w.List2.ListCount() == 0) window.MaskKey(13);
+        int n = w.List2.ListCount();
+        for (int i = 0; i < n && i < 40; ++i) {
+            window.ClickAccount(i);
+            if (w.SGrid1.Rows() > 3 && w.SGrid2.Rows() > 3) {
+                best = i;
+                break;
+            }
+        }
+        if (best < 0 && n > 0) window.ClickAccount(0);
+        Shoot(QDir(out).filePath(QStringLiteral("main.png")));
+
+        const Grid& g = RowWithReference(w.SGrid1) ? w.SGrid1 : w.SGrid2;
+        int grid = &g == &w.SGrid1 ? 1 : 2;
+        int row = RowWithReference(g);
+        if (row > 0) {
+            window.ClickCell(grid, row, 5, false);
+            port.onDialog = [out](QDialog& d) {
+                Shoot(QDir(out).filePath(QStringLiteral("detail.png")));
+                d.reject();
+            };
+            window.ClickToolbar(2, 25);
+        }
+        port.onDialog = [out](QDialog& d) {
+            Shoot(QDir(out).filePath(QStringLiteral("config.png")));
+            d.reject();
+        };
+        window.ClickToolbar(1, 12);
+        port.onDialog = nullptr;
+        window.close();
+        QCoreApplication::exit(0);
+    });
+}
+
+}  // namespace pendara
