@@ -19,10 +19,6 @@ namespace pendara {
 
 namespace {
 
-bool IsSystemReference(const std::string& ref) {
-    return ref.compare(0, 3, "RF-") == 0;
-}
-
 // The numeric value of a cell rounded to a 32-bit integer, halves to even as the conversion does.
 std::int32_t CellInteger(const std::string& text) {
     double v = std::nearbyint(LeadingNumber(text));
