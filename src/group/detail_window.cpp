@@ -2,13 +2,9 @@
 
 #include <cmath>
 
+#include "group/reference_rows.h"
 #include "host/conversions.h"
 #include "ui/pndra.h"
-
-#if __has_include("group/reference_rows.h")
-#include "group/reference_rows.h"
-#define PENDARA_HAVE_REFERENCE_ROWS 1
-#endif
 
 namespace pendara {
 
@@ -130,9 +126,7 @@ void DetailWindow::Toolbar1_Click(Pndra& w, int key) {
     } else if (key == 80) {
         if (w.SelectedRow > 1) --w.SelectedRow;
     }
-#ifdef PENDARA_HAVE_REFERENCE_ROWS
     CollectReferenceRows(w);
-#endif
     PresentaDatos(w.detailText.ToString());
 }
 

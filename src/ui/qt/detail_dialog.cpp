@@ -2,6 +2,7 @@
 
 #include <QAction>
 #include <QEvent>
+#include <QFontMetrics>
 #include <QFrame>
 #include <QHeaderView>
 #include <QLabel>
@@ -39,22 +40,33 @@ DetailDialog::DetailDialog(Pndra& w, QtPort& port, QWidget* parent)
 
     toolbar_ = new QToolBar(this);
     toolbar_->setObjectName(QStringLiteral("Toolbar1"));
-    toolbar_->setIconSize(QSize(TwipsToPixels(330, dpi_), TwipsToPixels(330, dpi_)));
+    toolbar_->setIconSize(QSize(20, 20));
+    toolbar_->setStyleSheet(
+        QStringLiteral("QToolBar { spacing: 2px; padding: 0px; border: 0px; }"));
     for (const Toolbar::Button& b : model_.Toolbar1.buttons()) {
         QAction* a = toolbar_->addAction(ToolbarIcon(b.key), Q(b.toolTip));
         a->setToolTip(Q(b.toolTip));
         a->setData(b.key);
+        if (QWidget* button = toolbar_->widgetForAction(a)) button->setFixedSize(26, 26);
         int key = b.key;
         connect(a, &QAction::triggered, this, [this, key] { ClickToolbar(key); });
     }
     place(toolbar_, 7320, 240, 975, 465);
 
+    // The design's widths were drawn for a narrower face than ours.
+    QFont compact = font();
+    compact.setPointSizeF(std::max(6.0, compact.pointSizeF() - 1));
     const double captionTops[] = {240, 660, 1080};
     const double sumTops[] = {240, 600, 1080};
     for (int i = 0; i < 3; ++i) {
         auto* caption =
             new QLabel(Q(model_.Label2[static_cast<std::size_t>(i + 2)].caption()), this);
-        place(caption, 9360, captionTops[i], 1875, 315);
+        place(caption, 9360, captionTops[i], 1920, 315);
+        QFont fit = compact;
+        while (fit.pointSizeF() > 5.5 &&
+               QFontMetrics(fit).horizontalAdvance(caption->text()) > caption->width())
+            fit.setPointSizeF(fit.pointSizeF() - 0.5);
+        caption->setFont(fit);
         auto* sum = new QLabel(this);
         sum->setObjectName(QStringLiteral("Sumas%1").arg(i));
         sum->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
@@ -73,10 +85,12 @@ DetailDialog::DetailDialog(Pndra& w, QtPort& port, QWidget* parent)
     fx1_->setObjectName(QStringLiteral("fx1"));
     fx1_->setModel(gridModel_);
     fx1_->verticalHeader()->hide();
-    fx1_->verticalHeader()->setDefaultSectionSize(fx1_->fontMetrics().height() + 4);
     fx1_->setEditTriggers(QAbstractItemView::NoEditTriggers);
     fx1_->setSelectionMode(QAbstractItemView::SingleSelection);
     fx1_->horizontalHeader()->setHighlightSections(false);
+    fx1_->horizontalHeader()->setMinimumSectionSize(0);
+    fx1_->setFont(compact);
+    fx1_->verticalHeader()->setDefaultSectionSize(QFontMetrics(compact).height() + 4);
     place(fx1_, 120, 1560, 12735, 5775);
     Refresh();
 }

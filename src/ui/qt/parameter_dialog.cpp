@@ -14,8 +14,10 @@
 #include <QRegularExpressionValidator>
 #include <QToolButton>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "host/conversions.h"
+#include "host/report_output.h"
 #include "ui/qt/qt_text.h"
 
 namespace pendara {
@@ -32,14 +34,6 @@ constexpr int kOutput = 71;
 
 }  // namespace
 
-const std::vector<OutputChoice>& OutputChoices() {
-    static const std::vector<OutputChoice> choices{
-        {0, "Pantalla"},    {1, "Impresora"},       {2, "Fichero PDF"},
-        {3, "Fichero CSV"}, {4, "Hoja de cálculo"},
-    };
-    return choices;
-}
-
 bool IsNumberKind(int kind) {
     return (kind >= 1 && kind <= 7 && kind != kDate) || (kind >= 80 && kind <= 89);
 }
@@ -49,6 +43,14 @@ ParameterForm::ParameterForm(const QString& caption, const ParameterValues& valu
     : QDialog(parent), kinds_(kinds) {
     setWindowTitle(caption);
     auto* outer = new QVBoxLayout(this);
+    // The caption again inside: a dialog without a window frame still says what it asks.
+    auto* heading = new QLabel(caption, this);
+    heading->setObjectName(QStringLiteral("caption"));
+    QFont bold = heading->font();
+    bold.setBold(true);
+    bold.setPointSizeF(bold.pointSizeF() + 1);
+    heading->setFont(bold);
+    outer->addWidget(heading);
     auto* form = new QFormLayout();
     form->setLabelAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     outer->addLayout(form);
@@ -75,8 +77,9 @@ ParameterForm::ParameterForm(const QString& caption, const ParameterValues& valu
             input = radio;
         } else if (kind == kOutput) {
             auto* combo = new QComboBox(this);
-            for (const OutputChoice& c : OutputChoices())
-                combo->addItem(QString::fromUtf8(c.label), c.code);
+            const std::vector<std::string>& names = ReportDestinationNames();
+            for (std::size_t code = 0; code < names.size(); ++code)
+                combo->addItem(Q(names[code]), static_cast<int>(code));
             int current = combo->findData(static_cast<int>(LeadingNumber(values[i][0])));
             combo->setCurrentIndex(current < 0 ? 0 : current);
             input = combo;
@@ -100,8 +103,8 @@ ParameterForm::ParameterForm(const QString& caption, const ParameterValues& valu
                         QRegularExpression(QStringLiteral("[-+]?[0-9.,]*")), edit));
                     edit->setFixedWidth(digit * (std::max(length, 6) + 4));
                 } else if (kind == kAccount) {
-                    edit->setValidator(new QRegularExpressionValidator(
-                        QRegularExpression(QStringLiteral("[0-9]*")), edit));
+                    edit->installEventFilter(this);
+                    accountInputs_.push_back(edit);
                     if (length > 0) edit->setMaxLength(length);
                     edit->setFixedWidth(digit * (std::max<int>(length, 10) + 4));
                 } else if (length > 0) {
@@ -138,6 +141,20 @@ ParameterForm::ParameterForm(const QString& caption, const ParameterValues& valu
     outer->addWidget(buttons);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+}
+
+bool ParameterForm::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() != QEvent::KeyPress || !accountKey)
+        return QDialog::eventFilter(watched, event);
+    auto* edit = qobject_cast<QLineEdit*>(watched);
+    if (!edit ||
+        std::find(accountInputs_.begin(), accountInputs_.end(), edit) == accountInputs_.end())
+        return QDialog::eventFilter(watched, event);
+    auto* e = static_cast<QKeyEvent*>(event);
+    QString t = e->text();
+    // Keys that deliver no character (arrows, delete) are not the filter's business.
+    if (t.size() != 1 || !t[0].isPrint()) return false;
+    return accountKey(t[0].unicode()) == 0;
 }
 
 void ParameterForm::Store(ParameterValues& values) const {

@@ -14,13 +14,6 @@
 
 namespace pendara {
 
-// Where a report can go, in the order the output choice offers them.
-struct OutputChoice {
-    int code;
-    const char* label;
-};
-const std::vector<OutputChoice>& OutputChoices();
-
 class ParameterForm : public QDialog {
     Q_OBJECT
   public:
@@ -33,10 +26,16 @@ class ParameterForm : public QDialog {
 
     // Account look-up: given the current text, the chosen code (or the text unchanged).
     std::function<QString(const QString&)> lookUp;
+    // The key filter of account inputs: the key to let through, 0 to refuse it.
+    std::function<int(int)> accountKey;
+
+  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
     std::vector<QWidget*> inputs_;
     ParameterKinds kinds_;
+    std::vector<QWidget*> accountInputs_;
 };
 
 bool IsNumberKind(int kind);

@@ -18,20 +18,18 @@
 #include <QThread>
 #include <QTimer>
 #include <QToolBar>
+#include <QVBoxLayout>
 
+#include "host/account_list.h"
 #include "host/errors.h"
+#include "posting/maintenance.h"
+#include "ui/main_window.h"
 #include "ui/pndra.h"
 #include "ui/qt/gauge_widget.h"
 #include "ui/qt/grid_model.h"
 #include "ui/qt/icons.h"
 #include "ui/qt/qt_port.h"
 #include "ui/qt/qt_text.h"
-
-#if __has_include("ui/main_window.h")
-#include "host/account_list.h"
-#include "ui/main_window.h"
-#define PENDARA_HAVE_HANDLERS 1
-#endif
 
 namespace pendara {
 
@@ -81,6 +79,9 @@ const HiddenControl kHidden[] = {
      "Gestion o el programa de Recibos",
      false},
 };
+
+// Toolbar buttons are square; twelve of them fit the toolbar's design width.
+constexpr int kButtonSize = 23;
 
 int KeyOf(QKeyEvent* e) {
     switch (e->key()) {
@@ -198,10 +199,21 @@ void MainWindow::Build() {
         connect(options_[static_cast<std::size_t>(i)], &QRadioButton::clicked, this,
                 [this, i] { ClickOption(i); });
 
-    auto* command1 =
-        new QPushButton(QStringLiteral("Borrar las referencias y punteo de todas las cuentas"),
-                        control(Ctl::Frame3));
+    // The caption is longer than the button is wide: it wraps inside the button.
+    const QString command1Caption =
+        QStringLiteral("Borrar las referencias y punteo de todas las cuentas");
+    auto* command1 = new QPushButton(control(Ctl::Frame3));
     add(Ctl::Command1, command1);
+    command1->setAccessibleName(command1Caption);
+    command1->setToolTip(command1Caption);
+    auto* command1Text = new QLabel(command1Caption, command1);
+    command1Text->setObjectName(QStringLiteral("Command1Caption"));
+    command1Text->setWordWrap(true);
+    command1Text->setAlignment(Qt::AlignCenter);
+    command1Text->setAttribute(Qt::WA_TransparentForMouseEvents);
+    auto* command1Layout = new QVBoxLayout(command1);
+    command1Layout->setContentsMargins(4, 1, 4, 1);
+    command1Layout->addWidget(command1Text);
     connect(command1, &QPushButton::clicked, this, [this] { ClickCommand1(); });
     label(Ctl::Label3, QStringLiteral("Descripción para facturas:"));
     desFac_ = new QLineEdit(control(Ctl::Frame3));
@@ -221,10 +233,12 @@ void MainWindow::Build() {
     toolbar2_ = new QToolBar(control(Ctl::Frame5));
     add(Ctl::Toolbar2, toolbar2_);
     for (QToolBar* bar : {toolbar1_, toolbar2_}) {
-        bar->setIconSize(QSize(18, 18));
+        bar->setIconSize(QSize(16, 16));
         bar->setMovable(false);
         bar->setFloatable(false);
-        bar->setStyleSheet(QStringLiteral("QToolButton { padding: 1px; margin: 0px; }"));
+        bar->setStyleSheet(
+            QStringLiteral("QToolBar { spacing: 1px; padding: 0px; border: 0px; }"
+                           "QToolButton { padding: 2px; margin: 0px; }"));
     }
 
     for (int g = 1; g <= 2; ++g) {
@@ -317,13 +331,14 @@ void MainWindow::ScheduleRefresh() {
 void MainWindow::SizeGridColumns(int g) {
     Grid& grid = g == 1 ? w_.SGrid1 : w_.SGrid2;
     QTableView* view = grids_[static_cast<std::size_t>(g - 1)];
-    int ch = view->fontMetrics().averageCharWidth();
+    // A character of the grid is a digit: dates and amounts must fit their widths.
+    int ch = view->fontMetrics().horizontalAdvance(QLatin1Char('0'));
     for (int c = 0; c <= grid.Cols(); ++c) {
         int chars = static_cast<std::size_t>(c) < grid.widthChars.size()
                         ? grid.widthChars[static_cast<std::size_t>(c)]
                         : 8;
         view->setColumnHidden(c, chars == 0);
-        if (chars > 0) view->setColumnWidth(c, chars * ch + 8);
+        if (chars > 0) view->setColumnWidth(c, chars * ch + 10);
     }
 }
 
@@ -399,6 +414,8 @@ void MainWindow::RebuildToolbar(QToolBar* bar, const Toolbar& model, int which) 
         a->setToolTip(Q(b.toolTip));
         a->setData(b.key);
         a->setObjectName(QStringLiteral("key%1").arg(b.key));
+        if (QWidget* button = bar->widgetForAction(a))
+            button->setFixedSize(kButtonSize, kButtonSize);
         int key = b.key;
         connect(a, &QAction::triggered, this, [this, which, key] { ClickToolbar(which, key); });
     }
@@ -470,9 +487,12 @@ void MainWindow::closeEvent(QCloseEvent* event) {
         event->ignore();
         return;
     }
-#ifdef PENDARA_HAVE_HANDLERS
-    Gesture([this] { Form_QueryUnload(w_, 0); });
-#endif
+    int cancel = 0;
+    Gesture([this, &cancel] { Form_QueryUnload(w_, cancel, 0); });
+    if (cancel != 0 && !ending_) {
+        event->ignore();
+        return;
+    }
     event->accept();
 }
 
@@ -506,14 +526,7 @@ void MainWindow::Gesture(const std::function<void()>& handler) {
 
 bool MainWindow::Load() {
     std::optional<int> code;
-#ifdef PENDARA_HAVE_HANDLERS
     code = RunGesture(w_, port_, [this] { Form_Load(w_); });
-#else
-    code = RunGesture(w_, port_, [this] {
-        w_.CTA.setText(w_.CommandLine);
-        w_.Text1.setText(w_.CTA.text());
-    });
-#endif
     Refresh();
     if (code) {
         exitCode_ = *code;
@@ -526,33 +539,23 @@ bool MainWindow::Load() {
 void MainWindow::Activate() {
     if (activating_ || ending_) return;
     activating_ = true;
-#ifdef PENDARA_HAVE_HANDLERS
     Gesture([this] { Form_Activate(w_); });
-#else
-    w_.Activated = true;
-#endif
     activating_ = false;
 }
 
 void MainWindow::ClickAccount(int index) {
     Gesture([this, index] {
-#ifdef PENDARA_HAVE_HANDLERS
         w_.List2.SetListIndex(index);
         if (!w_.List2.onClick) List2_Click(w_);
-#else
-        w_.List2.SetListIndex(index);
-#endif
     });
 }
 
 void MainWindow::MaskKey(int key) {
     int delivered = key;
     Gesture([this, &delivered] {
-#ifdef PENDARA_HAVE_HANDLERS
         std::int32_t k = delivered;
         Text1_KeyPress(w_, k);
         delivered = k;
-#endif
     });
     if (delivered == 0 || delivered == 13 || ending_) return;
     // The key (possibly changed by the filter) goes into the box as typed.
@@ -568,57 +571,31 @@ void MainWindow::ClickCell(int g, int row, int col, bool shift) {
     Grid& grid = g == 1 ? w_.SGrid1 : w_.SGrid2;
     grid.Row = row;
     grid.Col = col;
-    Gesture([this, g, row, col, shift] {
-#ifdef PENDARA_HAVE_HANDLERS
-        SGrid_Click(w_, g, 0, shift ? 1 : 0, row, col);
-#else
-        (void)shift;
-        w_.SelectedCol = static_cast<std::int16_t>(col);
-        w_.SelectedRow = static_cast<std::int16_t>(row);
-        w_.SelectedGrid = static_cast<std::int16_t>(g);
-#endif
-    });
+    Gesture([this, g, row, col, shift] { SGrid_Click(w_, g, 0, shift ? 1 : 0, row, col); });
 }
 
 void MainWindow::DoubleClickStatus(int index) {
-    Gesture([this, index] {
-        (void)index;
-#ifdef PENDARA_HAVE_HANDLERS
-        Image1_DblClick(w_);
-#endif
-    });
+    (void)index;  // either picture saves
+    Gesture([this] { Image1_DblClick(w_); });
 }
 
 void MainWindow::ClickOption(int index) {
     w_.Option1[static_cast<std::size_t>(index)].setValue(true);
     w_.Option1[static_cast<std::size_t>(1 - index)].setValue(false);
-    Gesture([this, index] {
-        (void)index;
-#ifdef PENDARA_HAVE_HANDLERS
-        Option1_Click(w_, index);
-#endif
-    });
+    Gesture([this, index] { Option1_Click(w_, index); });
 }
 
 void MainWindow::ClickToolbar(int toolbar, int key) {
     Gesture([this, toolbar, key] {
-#ifdef PENDARA_HAVE_HANDLERS
         if (toolbar == 1)
             Toolbar1_Click(w_, key);
         else
             Toolbar2_Click(w_, key);
-#else
-        if (toolbar == 1 && key == 21) w_.StopRequested = true;
-#endif
     });
 }
 
 void MainWindow::ClickCommand1() {
-    Gesture([this] {
-#ifdef PENDARA_HAVE_HANDLERS
-        Command1_Click(w_);
-#endif
-    });
+    Gesture([this] { Command1_Click(w_); });
 }
 
 }  // namespace pendara

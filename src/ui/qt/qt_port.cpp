@@ -12,6 +12,7 @@
 #include <QUrl>
 
 #include "host/errors.h"
+#include "host/qv_library.h"
 #include "ui/dispatch.h"
 #include "ui/pndra.h"
 #include "ui/qt/account_lookup.h"
@@ -184,6 +185,13 @@ bool QtPort::ParameterDialog(const std::string& caption, ParameterValues& values
         if (accounts) list = accounts();
         std::string code = SelectAccount("Selección de cuenta", list);
         return code.empty() ? current : Q(code);
+    };
+    dlg.accountKey = [this](int key) {
+        QvLibrary lib(*this);
+        TextBox box;
+        std::int32_t k = key;
+        lib.AccountKeyPress(box, 3, 8, k);
+        return static_cast<int>(k);
     };
     if (Exec(dlg) != QDialog::Accepted) return false;
     dlg.Store(values);

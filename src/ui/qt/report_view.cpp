@@ -1,11 +1,13 @@
 #include "ui/qt/report_view.h"
 
+#include <QFontMetricsF>
+#include <QGuiApplication>
 #include <QPageLayout>
 #include <QPageSize>
 #include <QPrintDialog>
 #include <QPrintPreviewDialog>
 #include <QPrinter>
-#include <QStringList>
+#include <QScreen>
 
 #include "ui/qt/qt_text.h"
 
@@ -13,69 +15,76 @@ namespace pendara {
 
 namespace {
 
-QString Escape(const QString& s) {
-    return s.toHtmlEscaped();
+QFont ReportFont(ReportFontStyle style, double size) {
+    QFont f(QStringLiteral("DejaVu Sans"));
+    f.setPointSizeF(size);
+    f.setBold(style == ReportFontStyle::Bold);
+    f.setItalic(style == ReportFontStyle::Italic);
+    return f;
+}
+
+double ScreenDpi() {
+    QScreen* s = QGuiApplication::primaryScreen();
+    return s ? s->logicalDotsPerInch() : 96.0;
+}
+
+void PrintPages(QPrinter* printer, const ReportRequest& request) {
+    printer->setFullPage(true);
+    QPageSize a4(QPageSize::A4);
+    printer->setPageSize(a4);
+    QSizeF pt = a4.size(QPageSize::Point);
+    ReportPageSize size;
+    size.width = pt.width();
+    size.height = pt.height();
+    ReportLayout layout = LayoutWithQtFonts(request, size);
+    QPainter painter(printer);
+    double scale = printer->resolution() / 72.0;
+    for (std::size_t i = 0; i < layout.pages.size(); ++i) {
+        if (i > 0) printer->newPage();
+        PaintReportPage(painter, layout.pages[i], scale);
+    }
 }
 
 }  // namespace
 
-std::unique_ptr<QTextDocument> BuildReportDocument(const ReportRequest& request) {
-    QStringList columns = Q(request.columns).split(QLatin1Char(','));
-    QStringList aligns = Q(request.alignments).split(QLatin1Char(','));
-    auto alignOf = [&](int c) {
-        // 3 marks an amount column: right aligned.
-        return c < aligns.size() && aligns[c].trimmed() == QLatin1String("3")
-                   ? QStringLiteral("right")
-                   : QStringLiteral("left");
+ReportLayout LayoutWithQtFonts(const ReportRequest& request, const ReportPageSize& size) {
+    const double dpi = ScreenDpi();
+    auto measure = [dpi](const std::string& text, ReportFontStyle style, double pointSize) {
+        QFontMetricsF fm(ReportFont(style, pointSize));
+        return fm.horizontalAdvance(Q(text)) * 72.0 / dpi;
     };
-    QString html;
-    html += QStringLiteral("<html><body style=\"font-family:'DejaVu Sans'; font-size:8pt\">");
-    html += QStringLiteral("<h3>%1</h3>").arg(Escape(Q(request.title)));
-    html += QStringLiteral("<p>%1 &nbsp;&nbsp; %2</p>")
-                .arg(Escape(Q(request.companyName)), Escape(Q(request.date)));
-    html += QStringLiteral("<table width=\"100%\" cellspacing=\"0\" cellpadding=\"2\"><tr>");
-    for (int c = 0; c < columns.size(); ++c)
-        html += QStringLiteral("<th align=\"%1\" style=\"border-bottom:1px solid black\">%2</th>")
-                    .arg(alignOf(c), Escape(columns[c]));
-    html += QStringLiteral("</tr>");
-    QStringList lines = Q(request.text).split(QStringLiteral("\r\n"));
-    if (!lines.isEmpty() && lines.back().isEmpty()) lines.removeLast();
-    for (const QString& line : lines) {
-        QStringList fields = line.split(QLatin1Char('\t'));
-        html += QStringLiteral("<tr>");
-        if (line.startsWith(QLatin1Char('_'))) {
-            html += QStringLiteral("<td colspan=\"%1\"><b>%2</b></td>")
-                        .arg(columns.size())
-                        .arg(Escape(line.mid(1)));
-        } else {
-            for (int c = 0; c < columns.size(); ++c)
-                html += QStringLiteral("<td align=\"%1\">%2</td>")
-                            .arg(alignOf(c), c < fields.size() ? Escape(fields[c]) : QString());
-        }
-        html += QStringLiteral("</tr>");
+    return LayoutReport(request, size, measure);
+}
+
+void PaintReportPage(QPainter& painter, const LaidPage& page, double scale) {
+    painter.save();
+    for (const LaidRule& r : page.rules) {
+        painter.setPen(QPen(Qt::black, std::max(1.0, r.width * scale)));
+        painter.drawLine(QPointF(r.x1 * scale, r.y1 * scale), QPointF(r.x2 * scale, r.y2 * scale));
     }
-    html += QStringLiteral("</table></body></html>");
-    auto doc = std::make_unique<QTextDocument>();
-    doc->setHtml(html);
-    return doc;
+    painter.setPen(Qt::black);
+    for (const LaidText& t : page.texts) {
+        painter.setFont(ReportFont(t.style, t.size));
+        painter.drawText(QPointF(t.x * scale, t.y * scale), Q(t.text));
+    }
+    painter.restore();
 }
 
 void ShowReportDialog(const ReportRequest& request, ReportScreenTarget target, QWidget* parent,
                       const std::function<int(QDialog&)>& exec) {
-    std::unique_ptr<QTextDocument> doc = BuildReportDocument(request);
     QPrinter printer(QPrinter::HighResolution);
-    printer.setPageSize(QPageSize(QPageSize::A4));
     printer.setDocName(Q(request.title));
+    printer.setPageSize(QPageSize(QPageSize::A4));
     if (target == ReportScreenTarget::Printer) {
         QPrintDialog dlg(&printer, parent);
         dlg.setWindowTitle(Q(request.title));
-        if (exec(dlg) == QDialog::Accepted) doc->print(&printer);
+        if (exec(dlg) == QDialog::Accepted) PrintPages(&printer, request);
         return;
     }
     QPrintPreviewDialog preview(&printer, parent);
     preview.setWindowTitle(Q(request.title));
     QObject::connect(&preview, &QPrintPreviewDialog::paintRequested, &preview,
-                     [&doc](QPrinter* p) { doc->print(p); });
+                     [&request](QPrinter* p) { PrintPages(p, request); });
     preview.resize(900, 700);
     exec(preview);
 }

@@ -1,19 +1,21 @@
 #pragma once
-// A report on screen: its TAB-separated lines become a table in a document, shown in a print
-// preview from which the user prints or saves, or sent to the printer.
+// A report on screen or on the printer: the pages laid out by the report layout, drawn with
+// Qt's fonts, in a print preview from which the user prints or saves, or on a printer.
 
 #include <QDialog>
-#include <QTextDocument>
+#include <QPainter>
 #include <functional>
-#include <memory>
 
+#include "host/report_output.h"
 #include "ui/port.h"
 
 namespace pendara {
 
-// The document of a report: title, company and date, then one table row per line; an account
-// heading ("_" and the account) is set in bold over the whole row.
-std::unique_ptr<QTextDocument> BuildReportDocument(const ReportRequest& request);
+// The report's pages, measured with the fonts that will draw them.
+ReportLayout LayoutWithQtFonts(const ReportRequest& request, const ReportPageSize& size);
+
+// Draws one laid page; `scale` is device units per point.
+void PaintReportPage(QPainter& painter, const LaidPage& page, double scale);
 
 void ShowReportDialog(const ReportRequest& request, ReportScreenTarget target, QWidget* parent,
                       const std::function<int(QDialog&)>& exec);

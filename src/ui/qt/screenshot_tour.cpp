@@ -38,13 +38,15 @@ void StartScreenshotTour(MainWindow& window, QtPort& port, const char* dir) {
     QDir().mkpath(out);
     QTimer::singleShot(500, &window, [&window, &port, out] {
         Pndra& w = window.state();
+        window.resize(1400, 900);
         // The account with most open entries on both sides makes the fullest picture.
         int best = -1;
-        if (w.List2.ListCount() == 0) window.MaskKey(13);
+        if (w.List2.ListCount() == 0) window.ClickToolbar(1, 8);
         int n = w.List2.ListCount();
-        for (int i = 0; i < n && i < 40; ++i) {
+        for (int i = 0; i < n && i < 60; ++i) {
+            if (w.List2.List(i).rfind("430", 0) != 0) continue;
             window.ClickAccount(i);
-            if (w.SGrid1.Rows() > 3 && w.SGrid2.Rows() > 3) {
+            if (w.SGrid1.Rows() > 3 && w.SGrid2.Rows() > 2) {
                 best = i;
                 break;
             }
@@ -52,6 +54,8 @@ void StartScreenshotTour(MainWindow& window, QtPort& port, const char* dir) {
         if (best < 0 && n > 0) window.ClickAccount(0);
         Shoot(QDir(out).filePath(QStringLiteral("main.png")));
 
+        // Every entry of the account, so that matched rows show their references.
+        window.ClickOption(0);
         const Grid& g = RowWithReference(w.SGrid1) ? w.SGrid1 : w.SGrid2;
         int grid = &g == &w.SGrid1 ? 1 : 2;
         int row = RowWithReference(g);
