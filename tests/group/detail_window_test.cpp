@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "ui/pndra.h"
+#include "ui/scripted_port.h"
+
 namespace pendara {
 namespace {
 
@@ -98,6 +101,78 @@ TEST(DetailWindow, MoreEntriesThanRowsAreDropped) {
     d.PresentaDatos(text);
     EXPECT_EQ(d.Cell(199, 2), "198");
     EXPECT_EQ(d.Sumas[0].caption(), "205,00");  // the totals still count every entry
+}
+
+// The credit grid of a window: rows 1-2 carry RF-1, row 3 carries RF-2, row 4 none.
+void FillCredits(Pndra& w) {
+    const char* refs[] = {"RF-1", " RF-1 ", "RF-2", ""};
+    w.SGrid2.SetRows(4);
+    for (int r = 1; r <= 4; ++r) {
+        w.SGrid2.SetCell(r, 1, std::to_string(r));
+        w.SGrid2.SetCell(r, 2, "0" + std::to_string(r) + "/03/24");
+        w.SGrid2.SetCell(r, 3, std::to_string(10 + r));
+        w.SGrid2.SetCell(r, 4, "Cobro " + std::to_string(r));
+        w.SGrid2.SetCell(r, 5, refs[r - 1]);
+        w.SGrid2.SetCell(r, 6, "-" + std::to_string(r) + "0,00");
+    }
+    w.SGrid1.SetRows(1);
+    w.SGrid1.SetCell(1, 4, "Fra. 1");
+    w.SGrid1.SetCell(1, 5, "RF-2");
+    w.SGrid1.SetCell(1, 6, "30,00");
+}
+
+TEST(DetailWindow, SiguienteAndAnteriorStepOneRowOfTheClickedGrid) {
+    ScriptedPort port;
+    Pndra w(port);
+    FillCredits(w);
+    w.SelectedCol = 5;
+    w.SelectedGrid = 2;
+    w.SelectedRow = 2;
+    DetailWindow d;
+
+    d.Toolbar1_Click(w, 20);  // row 3: RF-2, one debit and one credit
+    EXPECT_EQ(w.SelectedRow, 3);
+    EXPECT_EQ(d.Text1.text(), "RF-2");
+    EXPECT_EQ(d.Cell(1, 3), "Fra. 1");
+    EXPECT_EQ(d.Cell(1, 8), "Cobro 3");
+    EXPECT_EQ(d.Cell(2, 8), "");  // the rows of RF-1 shown before are gone
+    EXPECT_EQ(d.Sumas[2].caption(), "0,00");
+
+    d.Toolbar1_Click(w, 20);  // row 4 has no reference: the window empties
+    EXPECT_EQ(w.SelectedRow, 4);
+    EXPECT_EQ(d.Text1.text(), "");
+    EXPECT_EQ(d.Sumas[0].caption(), "");
+    EXPECT_EQ(d.Cell(1, 8), "");
+
+    d.Toolbar1_Click(w, 20);  // past the last row: still empty
+    EXPECT_EQ(w.SelectedRow, 5);
+    EXPECT_EQ(d.Text1.text(), "");
+
+    w.SelectedRow = 2;
+    d.Toolbar1_Click(w, 80);  // row 1: RF-1, rows 1 and 2 (the trimmed reference matches)
+    EXPECT_EQ(w.SelectedRow, 1);
+    EXPECT_EQ(d.Text1.text(), "RF-1");
+    EXPECT_EQ(d.Cell(1, 8), "Cobro 1");
+    EXPECT_EQ(d.Cell(2, 8), "Cobro 2");
+    EXPECT_EQ(d.Sumas[1].caption(), "-30,00");
+    d.Toolbar1_Click(w, 80);  // "Anterior" on row 1 stays on row 1
+    EXPECT_EQ(w.SelectedRow, 1);
+    EXPECT_EQ(d.Text1.text(), "RF-1");
+}
+
+TEST(DetailWindow, SteppingOutsideTheReferenceColumnChangesOnlyTheRow) {
+    ScriptedPort port;
+    Pndra w(port);
+    FillCredits(w);
+    w.SelectedCol = 3;
+    w.SelectedGrid = 2;
+    w.SelectedRow = 1;
+    w.detailText.Append("stale");
+    DetailWindow d;
+    d.Toolbar1_Click(w, 20);
+    EXPECT_EQ(w.SelectedRow, 2);
+    EXPECT_EQ(w.detailText.ToString(), "stale");  // nothing was collected
+    EXPECT_EQ(d.Text1.text(), "");
 }
 
 }  // namespace
