@@ -1,0 +1,2 @@
+#pragma once
+namespace pendara { class Pndra; void Informe_Click(Pndra&); }
