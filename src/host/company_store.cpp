@@ -88,59 +88,88 @@ void AddAccounts(const std::string& companyFile, const std::vector<ChartAccount>
     }
 }
 
+struct EntryWriter::Impl {
+    Db db;
+    Stmt insert;
+    bool bulk = false;
+    bool done = false;
+    explicit Impl(const std::string& file) : db(file, Db::Mode::ReadWrite) {}
+};
+
+EntryWriter::EntryWriter(const std::string& companyFile, bool bulk)
+    : impl_(std::make_unique<Impl>(ExistingDataFile(EntriesFileOf(companyFile)))) {
+    Impl& m = *impl_;
+    m.db.Exec("BEGIN IMMEDIATE");
+    if (bulk) {
+        Stmt any(m.db, "SELECT 1 FROM entries LIMIT 1");
+        if (!any.Step()) {
+            m.bulk = true;
+            m.db.Exec("DROP INDEX IF EXISTS entries_cuenta");
+            m.db.Exec("DROP INDEX IF EXISTS entries_cuenta_fecha");
+            m.db.Exec("DROP INDEX IF EXISTS entries_referencia");
+        }
+    }
+    m.insert = Stmt(m.db,
+                    "INSERT INTO entries(cuenta, fecha, campo2, asiento, descripcion, debe_haber,"
+                    " importe, marca, tipo, campo14, campo22, referencia)"
+                    " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
+}
+
+EntryWriter::~EntryWriter() {
+    if (!impl_->done) {
+        impl_->insert = Stmt();
+        try {
+            impl_->db.Exec("ROLLBACK");
+        } catch (...) {
+            // closing the connection rolls back what is left
+        }
+    }
+}
+
+std::int32_t EntryWriter::Add(const EntryRecord& e) {
+    std::int32_t date = 0;
+    if (!Trim(e.fecha).empty()) {
+        std::optional<std::int32_t> d = ParseDayFirstDate(e.fecha);
+        if (!d) throw HostError("Fecha incorrecta \"" + e.fecha + "\" en un apunte de " + e.cuenta);
+        date = *d;
+    }
+    Stmt& st = impl_->insert;
+    st.Reset();
+    st.Bind(1, std::string_view(e.cuenta));
+    st.Bind(2, static_cast<std::int64_t>(date));
+    st.Bind(3, std::string_view(e.campo2));
+    st.Bind(4, std::string_view(e.asiento));
+    st.Bind(5, std::string_view(e.descripcion));
+    st.Bind(6, static_cast<std::int64_t>(e.debeHaber));
+    st.Bind(7, e.importe);
+    st.Bind(8, std::string_view(e.marca));
+    st.Bind(9, std::string_view(e.tipo));
+    st.Bind(10, std::string_view(e.campo14));
+    st.Bind(11, std::string_view(e.campo22));
+    st.Bind(12, std::string_view(e.referencia));
+    st.Run();
+    return static_cast<std::int32_t>(sqlite3_last_insert_rowid(impl_->db.handle()));
+}
+
+void EntryWriter::Commit() {
+    Impl& m = *impl_;
+    m.insert = Stmt();
+    if (m.bulk)
+        for (const char* sql : kEntryIndexes)
+            m.db.Exec(sql);
+    m.db.Exec("COMMIT");
+    m.done = true;
+}
+
 void AddEntries(const std::string& companyFile, std::vector<EntryRecord>& entries) {
-    std::vector<std::int32_t> dates(entries.size());
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        const std::string& f = entries[i].fecha;
-        if (Trim(f).empty()) continue;
-        std::optional<std::int32_t> d = ParseDayFirstDate(f);
-        if (!d)
-            throw HostError("Apunte " + std::to_string(i + 1) + ": fecha incorrecta \"" + f + "\"");
-        dates[i] = *d;
-    }
-    Db db(ExistingDataFile(EntriesFileOf(companyFile)), Db::Mode::ReadWrite);
-    db.Exec("BEGIN IMMEDIATE");
-    try {
-        bool bulk = false;
-        if (entries.size() >= kBulkRows) {
-            Stmt any(db, "SELECT 1 FROM entries LIMIT 1");
-            if (!any.Step()) {
-                bulk = true;
-                db.Exec("DROP INDEX IF EXISTS entries_cuenta");
-                db.Exec("DROP INDEX IF EXISTS entries_cuenta_fecha");
-                db.Exec("DROP INDEX IF EXISTS entries_referencia");
-            }
-        }
-        Stmt st(db,
-                "INSERT INTO entries(cuenta, fecha, campo2, asiento, descripcion, debe_haber,"
-                " importe, marca, tipo, campo14, campo22, referencia)"
-                " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
-        for (std::size_t i = 0; i < entries.size(); ++i) {
-            EntryRecord& e = entries[i];
-            st.Reset();
-            st.Bind(1, std::string_view(e.cuenta));
-            st.Bind(2, static_cast<std::int64_t>(dates[i]));
-            st.Bind(3, std::string_view(e.campo2));
-            st.Bind(4, std::string_view(e.asiento));
-            st.Bind(5, std::string_view(e.descripcion));
-            st.Bind(6, static_cast<std::int64_t>(e.debeHaber));
-            st.Bind(7, e.importe);
-            st.Bind(8, std::string_view(e.marca));
-            st.Bind(9, std::string_view(e.tipo));
-            st.Bind(10, std::string_view(e.campo14));
-            st.Bind(11, std::string_view(e.campo22));
-            st.Bind(12, std::string_view(e.referencia));
-            st.Run();
-            e.registro = static_cast<std::int32_t>(sqlite3_last_insert_rowid(db.handle()));
-        }
-        if (bulk)
-            for (const char* sql : kEntryIndexes)
-                db.Exec(sql);
-        db.Exec("COMMIT");
-    } catch (...) {
-        db.Exec("ROLLBACK");
-        throw;
-    }
+    for (std::size_t i = 0; i < entries.size(); ++i)
+        if (!Trim(entries[i].fecha).empty() && !ParseDayFirstDate(entries[i].fecha))
+            throw HostError("Apunte " + std::to_string(i + 1) + ": fecha incorrecta \"" +
+                            entries[i].fecha + "\"");
+    EntryWriter writer(companyFile, entries.size() >= kBulkRows);
+    for (EntryRecord& e : entries)
+        e.registro = writer.Add(e);
+    writer.Commit();
 }
 
 std::vector<EntryRecord> ReadEntries(const std::string& companyFile, const std::string& account) {

@@ -4,6 +4,7 @@
 // generator and the tests.
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -79,6 +80,25 @@ void AddAccounts(const std::string& companyFile, const std::vector<ChartAccount>
 // Appends entries in one transaction, numbered in order after the existing records; sets each
 // entry's `registro`. A bad date names the entry and adds nothing.
 void AddEntries(const std::string& companyFile, std::vector<EntryRecord>& entries);
+
+// Appends entries one by one inside one transaction (for large imports and generated data):
+// nothing is stored unless Commit is called. On an empty file with `bulk`, the indexes are
+// built once at Commit instead of row by row.
+class EntryWriter {
+  public:
+    EntryWriter(const std::string& companyFile, bool bulk = false);
+    ~EntryWriter();
+    EntryWriter(const EntryWriter&) = delete;
+    EntryWriter& operator=(const EntryWriter&) = delete;
+    // Returns the new record number. A bad date is a HostError.
+    std::int32_t Add(const EntryRecord& entry);
+    void Commit();
+
+    struct Impl;
+
+  private:
+    std::unique_ptr<Impl> impl_;
+};
 
 // The entries in record-number order, of one account or ("") of all.
 std::vector<EntryRecord> ReadEntries(const std::string& companyFile,
