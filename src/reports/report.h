@@ -1,2 +1,0 @@
-#pragma once
-namespace pendara { class Pndra; void Informe_Click(Pndra&); }
