@@ -31,6 +31,7 @@ class GroupCommandsTest : public testing::SettingsTest {
                         {"4300000002", "15/01/25", "3", "Fra. 13", 1, 40.0},
                         {"4300000003", "20/02/25", "4", "Cobro Fra. 77", 2, -80.0}});
         l.SetActive(y25);
+        SaveSetting("Punteo0", "1", "");
         Form_Load(w);
     }
     void FillFullList() {
@@ -90,7 +91,7 @@ TEST_F(GroupCommandsTest, ClearingEmptiesTheAccountEverywhereThenReloadsAndSaves
     EXPECT_EQ(again24[0].referencia, again25[0].referencia);
     EXPECT_NE(again24[0].referencia, saved24[0].referencia);
     EXPECT_EQ(again24[0].marca, "1");
-    EXPECT_EQ(l.Read(y25, "4300000001")[0].referencia.rfind("RF-", 0), 0u);  // untouched
+    EXPECT_EQ(l.Read(y25, "4300000001")[0].referencia, "");  // never loaded, untouched
 }
 
 TEST_F(GroupCommandsTest, GroupSaveDropsBalancedAccountsAndRestoresTheToolbar) {
@@ -103,7 +104,9 @@ TEST_F(GroupCommandsTest, GroupSaveDropsBalancedAccountsAndRestoresTheToolbar) {
     port.onDoEvents = [&] { duringRun.push_back(w.Toolbar1.imageList()); };
     port.QueueMsgBox(kVbYes);
     Toolbar1_Click(w, 17);
-    EXPECT_EQ(ListEntries(), std::vector<std::string>{"4300000002 Abierto"});
+    // Balances are the active company's: the account paid across two years stays.
+    EXPECT_EQ(ListEntries(),
+              (std::vector<std::string>{"4300000002 Abierto", "4300000003 Pagado tarde"}));
     EXPECT_EQ(duringRun, (std::vector<std::string>{"21", "21", "21"}));
     EXPECT_EQ(w.Toolbar1.imageList(), kToolbar1Images);
     EXPECT_EQ(w.Toolbar1.toolTipList(), kToolbar1Tips);
@@ -122,16 +125,18 @@ TEST_F(GroupCommandsTest, StopTakesEffectAfterTheAccountInProgressAndDoesNotCarr
     EXPECT_EQ(visited, 1);
     EXPECT_TRUE(w.StopRequested);
     EXPECT_EQ(w.Toolbar1.imageList(), kToolbar1Images);
-    // The last entry (4300000003) was saved and dropped; the others were not visited.
-    EXPECT_EQ(w.List2.ListCount(), 2);
+    // The last entry (4300000003) was saved; the others were not visited.
+    EXPECT_EQ(w.List2.ListCount(), 3);
+    EXPECT_EQ(l.Read(y24, "4300000003")[0].marca, "1");
     EXPECT_EQ(l.Read(y25, "4300000001")[0].marca, "");
 
     visited = 0;
     port.onDoEvents = [&] { ++visited; };
     port.QueueMsgBox(kVbYes);
     Toolbar1_Click(w, 17);
-    EXPECT_EQ(visited, 2);
+    EXPECT_EQ(visited, 3);
     EXPECT_FALSE(w.StopRequested);
+    EXPECT_EQ(w.List2.ListCount(), 2);
 }
 
 TEST_F(GroupCommandsTest, GroupSaveOverAnEmptyListOnlyResetsAndClearsTheGauge) {

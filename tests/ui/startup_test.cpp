@@ -49,7 +49,8 @@ TEST_F(StartupTest, CommandLineListsSelectsLoadsAndSavesTheFirstMatchingAccountO
     EXPECT_EQ(e24[0].referencia.rfind("RF-", 0), 0u);
     EXPECT_EQ(e24[0].referencia, e25[0].referencia);
     EXPECT_EQ(GetRegValue("Ultima", "Punteo").text(), "4300000001 ");
-    EXPECT_TRUE(w.Image1[0].visible());
+    // The balance shown is the active company's alone.
+    EXPECT_TRUE(w.Image1[1].visible());
 
     const std::string newref = w.newref.text();
     Form_Activate(w);
