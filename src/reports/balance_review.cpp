@@ -2,6 +2,7 @@
 
 #include "host/catalogue.h"
 #include "host/conversions.h"
+#include "host/errors.h"
 #include "host/qv_file_control.h"
 #include "host/qv_library.h"
 #include "host/qv_ole70.h"
@@ -72,7 +73,14 @@ void revisarsaldos_Click(Pndra& w) {
     std::vector<std::string> dates;
     {
         QvOLE70 server;
-        server.OpenCompany(w.ConsultedFiles.at(0), "");
+        try {
+            server.OpenCompany(w.ConsultedFiles.at(0), "");
+        } catch (const HostError& e) {
+            // A protected company: the key typed at start-up for this chain opens it, so the
+            // review does not end the program where the user already proved access.
+            if (e.code() != kErrAccessKey) throw;
+            server.OpenCompany(w.ConsultedFiles.at(0), w.AccessKey);
+        }
         dates = ZeroBalanceDates(w, SelectedAccount(w));
         server.CloseCompany();
     }
