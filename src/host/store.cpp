@@ -209,11 +209,13 @@ Db::Db(const std::string& path, Mode mode) : path_(path) {
     try {
         // WAL needs shared memory on a local disk; where it is refused the journal mode stays
         // the rollback journal, which is safe everywhere.
-        Stmt wal(*this, "PRAGMA journal_mode=WAL");
-        if (wal.Step() && !EqualsNoCase(wal.Text(0), "wal")) {
-            wal = Stmt();
-            Exec("PRAGMA journal_mode=DELETE");
+        bool wal = false;
+        try {
+            Stmt st(*this, "PRAGMA journal_mode=WAL");
+            wal = st.Step() && EqualsNoCase(st.Text(0), "wal");
+        } catch (const HostError&) {
         }
+        if (!wal) Exec("PRAGMA journal_mode=DELETE");
         Exec("PRAGMA synchronous=FULL");
     } catch (...) {
         sqlite3_close(db_);
