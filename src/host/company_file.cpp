@@ -116,7 +116,9 @@ class LockedFile {
 #ifdef _WIN32
         DWORD rights = access == Access::Read ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE;
         DWORD disposition = access == Access::Create ? CREATE_NEW : OPEN_EXISTING;
-        std::wstring wide(path.begin(), path.end());
+        int n = MultiByteToWideChar(CP_UTF8, 0, path.c_str(), -1, nullptr, 0);
+        std::wstring wide(n > 0 ? static_cast<std::size_t>(n) : 1, L'\0');
+        MultiByteToWideChar(CP_UTF8, 0, path.c_str(), -1, wide.data(), n);
         h_ = CreateFileW(wide.c_str(), rights, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                          disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
         if (h_ == INVALID_HANDLE_VALUE) Fail("no se puede abrir");
