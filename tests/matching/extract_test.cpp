@@ -124,6 +124,19 @@ TEST_F(NewReferenceTest, NumbersInUseAreSkipped) {
     EXPECT_EQ(ReadCounter(y), 45);
 }
 
+TEST_F(NewReferenceTest, BlockDrawGivesWhatSingleDrawsGive) {
+    l.Entries(y, {{kAcc, "10/03/25", "2", "x", 1, 60, "", "", "", "", "RF-42"},
+                  {kAcc, "10/03/25", "2", "x", 1, 60, "", "", "", "", "RF-44"},
+                  {kAcc, "10/03/25", "2", "x", 1, 60, "", "", "", "", "RF-47"}});
+    EXPECT_EQ(NewReferences(w, 3), (std::vector<std::string>{"RF-43", "RF-45", "RF-46"}));
+    EXPECT_EQ(ReadCounter(y), 46);
+    EXPECT_EQ(NewReferences(w, 1), (std::vector<std::string>{"RF-48"}));
+    EXPECT_EQ(ReadCounter(y), 48);
+    w.FirstCompanyFile.clear();
+    EXPECT_TRUE(NewReferences(w, 0).empty());  // nothing drawn, nothing asked
+    EXPECT_TRUE(port.messages.empty());
+}
+
 TEST_F(NewReferenceTest, MissingFirstCompanyEndsTheProgram) {
     w.FirstCompanyFile.clear();
     EXPECT_THROW(NewReference(w), ProgramEnd);
