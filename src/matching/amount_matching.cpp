@@ -273,20 +273,26 @@ class MinTree {
     }
     double Min() const { return t_[1]; }
     std::int32_t FirstAtMost(std::size_t from, double bound) const {
-        if (from >= n_ || !(t_[1] <= bound)) return -1;
-        return Descend(1, 0, n_, from, bound);
+        if (from >= n_) return -1;
+        // Climb to the first subtree at or after `from` that holds a fitting amount, then go
+        // down to its leftmost fitting leaf.
+        std::size_t i = from + n_;
+        while (!(t_[i] <= bound)) {
+            while (i & 1) {
+                i >>= 1;
+                if (i == 0) return -1;
+            }
+            ++i;
+        }
+        while (i < n_) {
+            i *= 2;
+            if (!(t_[i] <= bound)) ++i;
+        }
+        return static_cast<std::int32_t>(i - n_);
     }
 
   private:
     static constexpr double kInf = std::numeric_limits<double>::infinity();
-    std::int32_t Descend(std::size_t node, std::size_t lo, std::size_t hi, std::size_t from,
-                         double bound) const {
-        if (hi <= from || !(t_[node] <= bound)) return -1;
-        if (hi - lo == 1) return static_cast<std::int32_t>(lo);
-        std::size_t mid = (lo + hi) / 2;
-        std::int32_t r = Descend(2 * node, lo, mid, from, bound);
-        return r >= 0 ? r : Descend(2 * node + 1, mid, hi, from, bound);
-    }
     std::size_t n_;
     std::vector<double> t_;
 };
