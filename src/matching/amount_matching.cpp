@@ -352,6 +352,8 @@ bool GreedyRun(const std::vector<AmountItem>& pool, const MinTree& tree, std::in
 
 void MatchSubsets(std::vector<AmountItem>& targets, std::vector<AmountItem>& pool,
                   const AmountHooks& hooks) {
+    if (&targets == &pool)
+        throw std::invalid_argument("MatchSubsets: targets and pool are one list");
     RequireFinite(targets);
     RequireFinite(pool);
     auto nt = static_cast<std::int32_t>(targets.size());
