@@ -76,6 +76,15 @@ TEST_F(ExtractTest, AccountOnlyInEarlierYearAndEmptyAccount) {
     t = GetExtracto(w, y25, "4300000099", count);
     EXPECT_EQ(count, 0);
     EXPECT_EQ(w.CompanyCount, 2);
+    // A later load of the newer year alone leaves no trace of the earlier one.
+    l.Entries(y25, {{kAcc, "10/03/25", "1", "x", 1, 1}});
+    w.CompanyCount = 0;
+    std::string lone = l.Company("E6", "Otra", 2026);
+    l.Entries(lone, {{kAcc, "10/03/26", "1", "x", 1, 1}});
+    t = GetExtracto(w, lone, kAcc, count);
+    EXPECT_EQ(count, 1);
+    EXPECT_EQ(w.CompanyFiles.size(), 2u);
+    EXPECT_EQ(w.EntryFiles.size(), 2u);
 }
 
 TEST_F(ExtractTest, NameWithoutEndingOrLowerCaseEndingIsTheSameCompany) {
