@@ -322,6 +322,20 @@ std::int32_t IncrementCounter(const std::string& path) {
     return h.counter + 1;
 }
 
+std::int32_t AddToCounter(const std::string& path, std::int32_t n) {
+    if (n < 1) throw HostError("Bloque de referencias no válido: " + std::to_string(n));
+    std::string file = ExistingCompanyFile(path);
+    LockedFile f(file, LockedFile::Access::Write);
+    Record r;
+    f.Read(r);
+    CompanyHeader h = Decode(r, file);
+    if (h.counter > std::numeric_limits<std::int32_t>::max() - n)
+        throw HostError("Desbordamiento del contador de referencias de " + file);
+    PutInt(r, kCounterAt, static_cast<std::uint32_t>(h.counter + n), 4);
+    f.Write(r);
+    return h.counter + n;
+}
+
 void SetCounter(const std::string& path, std::int32_t value) {
     std::string file = ExistingCompanyFile(path);
     LockedFile f(file, LockedFile::Access::Write);

@@ -65,6 +65,19 @@ TEST(SplitByAmounts, ReversalAmongDebitsWithoutCreditsKeepsCreditEmptyItem) {
     EXPECT_EQ(c[0], AmountItem{});
 }
 
+TEST(SplitByAmounts, NoDebitRowsKeepsDebitEmptyItemAndReversesCredits) {
+    Recorder r;
+    auto d = EmptyList(), c = EmptyList();
+    SplitByAmounts(Extract({{"0", "-30", ""}, {"0", "30", ""}, {"0", "-10", ""}}), d, c, r.hooks());
+    EXPECT_EQ(d, EmptyList());
+    ASSERT_EQ(c.size(), 3u);
+    EXPECT_EQ(c[0].reference, "RF-1");
+    EXPECT_EQ(c[1].reference, "RF-1");
+    EXPECT_EQ(c[2].open, kItemOpen);  // no one-to-many matching without debits
+    EXPECT_EQ(r.progress.front(), std::make_pair(-1, 0));
+    EXPECT_EQ(r.progress.back(), std::make_pair(1, 1));  // the debit list's one item
+}
+
 TEST(SplitByAmounts, SystemReferenceIsListedClosedAndNeverRegrouped) {
     Recorder r;
     auto d = EmptyList(), c = EmptyList();

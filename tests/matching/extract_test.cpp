@@ -76,6 +76,15 @@ TEST_F(ExtractTest, AccountOnlyInEarlierYearAndEmptyAccount) {
     t = GetExtracto(w, y25, "4300000099", count);
     EXPECT_EQ(count, 0);
     EXPECT_EQ(w.CompanyCount, 2);
+    // A later load of the newer year alone leaves no trace of the earlier one.
+    l.Entries(y25, {{kAcc, "10/03/25", "1", "x", 1, 1}});
+    w.CompanyCount = 0;
+    std::string lone = l.Company("E6", "Otra", 2026);
+    l.Entries(lone, {{kAcc, "10/03/26", "1", "x", 1, 1}});
+    t = GetExtracto(w, lone, kAcc, count);
+    EXPECT_EQ(count, 1);
+    EXPECT_EQ(w.CompanyFiles.size(), 2u);
+    EXPECT_EQ(w.EntryFiles.size(), 2u);
 }
 
 TEST_F(ExtractTest, NameWithoutEndingOrLowerCaseEndingIsTheSameCompany) {
@@ -122,6 +131,19 @@ TEST_F(NewReferenceTest, NumbersInUseAreSkipped) {
     EXPECT_EQ(NewReference(w), "RF-43");
     EXPECT_EQ(NewReference(w), "RF-45");
     EXPECT_EQ(ReadCounter(y), 45);
+}
+
+TEST_F(NewReferenceTest, BlockDrawGivesWhatSingleDrawsGive) {
+    l.Entries(y, {{kAcc, "10/03/25", "2", "x", 1, 60, "", "", "", "", "RF-42"},
+                  {kAcc, "10/03/25", "2", "x", 1, 60, "", "", "", "", "RF-44"},
+                  {kAcc, "10/03/25", "2", "x", 1, 60, "", "", "", "", "RF-47"}});
+    EXPECT_EQ(NewReferences(w, 3), (std::vector<std::string>{"RF-43", "RF-45", "RF-46"}));
+    EXPECT_EQ(ReadCounter(y), 46);
+    EXPECT_EQ(NewReferences(w, 1), (std::vector<std::string>{"RF-48"}));
+    EXPECT_EQ(ReadCounter(y), 48);
+    w.FirstCompanyFile.clear();
+    EXPECT_TRUE(NewReferences(w, 0).empty());  // nothing drawn, nothing asked
+    EXPECT_TRUE(port.messages.empty());
 }
 
 TEST_F(NewReferenceTest, MissingFirstCompanyEndsTheProgram) {
