@@ -37,16 +37,24 @@ cmake --build "$BUILD_DIR" -j "${JOBS:-2}" --target "${TARGETS[@]}"
 CLI="$ROOT/$BUILD_DIR/pendara-cli"
 QVDATA="$ROOT/$BUILD_DIR/qvdata"
 
-if ! "$QVDATA" active >/dev/null 2>&1 || [ -z "$("$QVDATA" active 2>/dev/null)" ]; then
+# The active company, as the registry file of the settings folder keeps it.
+REGISTRY="${QUORVEX_HOME:-${XDG_CONFIG_HOME:-$HOME/.config}/quorvex}/registry.reg"
+active_company() {
+    [ -f "$REGISTRY" ] && sed -n 's/^"Active"="\(.*\)"\r\{0,1\}$/\1/p' "$REGISTRY" | tail -n 1
+    return 0
+}
+ACTIVE=$(active_company)
+if [ -z "$ACTIVE" ] || [ ! -f "$ACTIVE" ]; then
     echo "== No hay empresa activa: se crea el grupo de demostración en $DEMO_DIR"
     mkdir -p "$DEMO_DIR"
     "$QVDATA" demo "$DEMO_DIR"
+    ACTIVE=$(active_company)
 fi
 
 if [ "$WINDOW" = 1 ]; then
     # The help page ships with the program; the window records its folder when none is set.
     export PENDARA_HELP_DIR="$ROOT/docs/help"
-    echo "== Se abre la ventana sobre $("$QVDATA" active)"
+    echo "== Se abre la ventana sobre $ACTIVE"
     exec "$ROOT/$BUILD_DIR/pendara" "$@"
 fi
 
