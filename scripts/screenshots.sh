@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Photographs the desktop window on a demo company group under a virtual display: the main
-# window with both grids filled, the reference detail window and the configuration dialog.
+# window with both grids filled, the reference detail window, the configuration dialog and the
+# report preview.
 #   OUT_DIR    where the pictures go (default docs/screenshots)
 #   BUILD_DIR  as for scripts/build.sh
 set -euo pipefail
@@ -25,4 +26,4 @@ mkdir -p "$QUORVEX_HOME" "$OUT_DIR"
 # The window walks through its views by itself and photographs each (PENDARA_SCREENSHOT).
 PENDARA_SCREENSHOT="$OUT_DIR" xvfb-run -a -s "-screen 0 1400x900x24" \
     "$ROOT/$BUILD_DIR/pendara"
-ls -l "$OUT_DIR"/main.png "$OUT_DIR"/detail.png "$OUT_DIR"/config.png
+ls -l "$OUT_DIR"/main.png "$OUT_DIR"/detail.png "$OUT_DIR"/config.png "$OUT_DIR"/report.png

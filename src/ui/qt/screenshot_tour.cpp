@@ -3,12 +3,14 @@
 #include <QApplication>
 #include <QDialog>
 #include <QDir>
+#include <QLineEdit>
 #include <QListView>
 #include <QProcess>
 #include <QTimer>
 
 #include "host/conversions.h"
 #include "ui/pndra.h"
+#include "ui/qt/parameter_dialog.h"
 #include "ui/qt/qt_main_window.h"
 #include "ui/qt/qt_port.h"
 #include "ui/qt/qt_text.h"
@@ -72,6 +74,22 @@ void StartScreenshotTour(MainWindow& window, QtPort& port, const char* dir) {
             d.reject();
         };
         window.ClickToolbar(1, 12);
+        // The report of the active account on screen: the dialog accepted as it opens.
+        port.onDialog = [out](QDialog& d) {
+            if (auto* form = qobject_cast<ParameterForm*>(&d)) {
+                // Every customer account, so that the report has something to show.
+                if (auto* from = qobject_cast<QLineEdit*>(form->input(0)))
+                    from->setText(QStringLiteral("4300000000"));
+                if (auto* to = qobject_cast<QLineEdit*>(form->input(1)))
+                    to->setText(QStringLiteral("4309999999"));
+                d.accept();
+                return;
+            }
+            d.resize(1000, 800);
+            Shoot(QDir(out).filePath(QStringLiteral("report.png")));
+            d.reject();
+        };
+        window.ClickToolbar(1, 25);
         port.onDialog = nullptr;
         window.close();
         QCoreApplication::exit(0);
