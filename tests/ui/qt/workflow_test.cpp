@@ -42,6 +42,7 @@ class Workflow : public ::testing::Test {
         ASSERT_EQ(rc, 0);
         port = std::make_unique<QtPort>();
         w = std::make_unique<Pndra>(*port);
+        w->CommandLine = commandLine;
         window = std::make_unique<MainWindow>(*w, *port);
         ASSERT_TRUE(window->Load());
         window->show();
@@ -77,6 +78,7 @@ class Workflow : public ::testing::Test {
         return 0;
     }
 
+    std::string commandLine;
     testing::TempDir home;
     std::unique_ptr<QtPort> port;
     std::unique_ptr<Pndra> w;
@@ -271,6 +273,34 @@ TEST_F(Workflow, HelpOpensThePageInTheRegisteredFolder) {
     port->onOpenDocument = [&](const QString& path) { opened = path; };
     window->ClickToolbar(1, 112);
     EXPECT_EQ(opened, QStringLiteral("/opt/ayuda/punteo.htm"));
+}
+
+class StartedWithAnAccount : public Workflow {
+  protected:
+    void SetUp() override {
+        commandLine = "4300000002";
+        Workflow::SetUp();
+    }
+};
+
+TEST_F(StartedWithAnAccount, TheFirstActivationLoadsMatchesAndSavesItOnce) {
+    // Showing the window is its first activation.
+    for (int i = 0; i < 5 && !w->Activated; ++i)
+        QApplication::processEvents();
+    EXPECT_TRUE(w->Activated);
+    EXPECT_EQ(w->CTA.text(), "4300000002 ");
+    int selected = w->List2.ListIndex();
+    ASSERT_GE(selected, 0);
+    EXPECT_EQ(w->List2.List(selected).rfind("4300000002", 0), 0u);
+    EXPECT_EQ(window->accountList()->currentIndex().row(), selected);
+    EXPECT_EQ(window->maskBox()->text(), QStringLiteral("4300000002"));
+    EXPECT_FALSE(window->titleLabel()->text().isEmpty());
+
+    // Activating again does not repeat the unattended run.
+    w->SGrid1.SetCell(1, 4, "marca de prueba");
+    QEvent activate(QEvent::WindowActivate);
+    QApplication::sendEvent(window.get(), &activate);
+    EXPECT_EQ(w->SGrid1.Cell(1, 4), "marca de prueba");
 }
 
 }  // namespace
