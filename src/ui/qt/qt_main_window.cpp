@@ -107,6 +107,7 @@ int KeyOf(QKeyEvent* e) {
 MainWindow::MainWindow(Pndra& w, QtPort& port) : QWidget(nullptr), w_(w), port_(port) {
     setWindowTitle(QStringLiteral("Punteo automático de cuentas"));
     setObjectName(QStringLiteral("Pndra"));
+    setWindowIcon(QIcon(StatusPicture(0, 64)));
     if (QScreen* s = screen()) dpi_ = s->logicalDotsPerInch();
     layout_ = DesignLayout();
     port_.SetParentWidget(this);

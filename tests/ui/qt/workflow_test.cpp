@@ -13,6 +13,7 @@
 #include <QMessageBox>
 #include <QProcess>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QTableView>
 #include <QTest>
 #include <QTimer>
@@ -119,6 +120,25 @@ TEST_F(Workflow, ClickingAnAccountLoadsItsEntriesIntoBothGrids) {
                       view->visualRect(other).center());
     EXPECT_EQ(w->SGrid1.Cell(1, 5), newref);
     EXPECT_EQ(view->model()->index(0, 5).data().toString().toStdString(), newref);
+}
+
+TEST_F(Workflow, TheOptionsReloadAndADoubleClickOnTheStatusPictureSaves) {
+    ASSERT_GE(OpenFirstCustomer(), 0);
+    int open = w->SGrid1.Rows() + w->SGrid2.Rows();
+    auto* all = qobject_cast<QRadioButton*>(window->control(Ctl::Option1_0));
+    QTest::mouseClick(all, Qt::LeftButton, Qt::NoModifier, QPoint(8, all->height() / 2));
+    EXPECT_TRUE(w->Option1[0].value());
+    EXPECT_FALSE(w->Option1[1].value());
+    int every = w->SGrid1.Rows() + w->SGrid2.Rows();
+    EXPECT_GT(every, open);  // matched entries are shown too, nothing was saved
+    EXPECT_EQ(window->gridModel(1)->rowCount() + window->gridModel(2)->rowCount(), every);
+
+    // Either picture saves the active account, which reloads only what stays open.
+    QWidget* picture =
+        window->statusPicture(0)->isVisible() ? window->statusPicture(0) : window->statusPicture(1);
+    QTest::mouseDClick(picture, Qt::LeftButton);
+    EXPECT_EQ(w->SGrid1.Rows() + w->SGrid2.Rows(), open);
+    EXPECT_EQ(window->gridModel(1)->rowCount() + window->gridModel(2)->rowCount(), open);
 }
 
 TEST_F(Workflow, TheDetailWindowShowsTheReferenceAndStepsThroughRows) {
