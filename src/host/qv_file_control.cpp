@@ -2,6 +2,9 @@
 
 #include <cmath>
 #include <filesystem>
+#include <mutex>
+#include <set>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -11,6 +14,34 @@
 #include "host/store.h"
 
 namespace pendara {
+
+namespace {
+
+// The files this process is changing through a cursor. A second cursor of the same process that
+// starts changing one of them would wait on its own first cursor until the busy timeout: it is
+// refused at once instead.
+std::mutex writersMutex;
+std::set<std::string> writers;
+
+std::string FileIdentity(const std::string& path) {
+    std::error_code ec;
+    std::filesystem::path p = std::filesystem::weakly_canonical(path, ec);
+    return ec ? path : p.string();
+}
+
+void ClaimForWriting(const std::string& path) {
+    std::lock_guard<std::mutex> lock(writersMutex);
+    if (!writers.insert(FileIdentity(path)).second)
+        throw HostError("El fichero " + path +
+                        " ya se está modificando con otro cursor abierto de este programa");
+}
+
+void ReleaseForWriting(const std::string& path) {
+    std::lock_guard<std::mutex> lock(writersMutex);
+    writers.erase(FileIdentity(path));
+}
+
+}  // namespace
 
 // The cursor steps one SQL statement over the selection, ordered by the order key and then the
 // record number, so that it can always be re-established just after (or at) a known record:
@@ -28,6 +59,11 @@ struct QvFileControl2::Impl {
     Stmt* cur = nullptr;  // the statement positioned on the current record
     bool eof = true;
     bool startPending = false;
+    bool restartOnMove = false;
+    // Once a change touches the filter or the order, a record may come round again: from then on
+    // the scan remembers what it has visited and passes over it.
+    bool trackVisited = false;
+    std::unordered_set<std::int64_t> visited;
     std::vector<std::pair<const FieldDef*, std::string>> stored;   // updated values of cur
     std::vector<std::pair<const FieldDef*, std::string>> pending;  // edits before Update
     bool editing = false;
@@ -43,6 +79,8 @@ struct QvFileControl2::Impl {
     void Ensure() {
         if (!startPending) return;
         startPending = false;
+        trackVisited = false;
+        visited.clear();
         StartScan();
     }
     void RequireRecord() {
@@ -89,6 +127,8 @@ struct QvFileControl2::Impl {
             if (order) {
                 if (order->type == FieldType::Text)
                     scan.Bind(next++, std::string_view(fromKey));
+                else if (order->type == FieldType::Number)
+                    scan.Bind(next++, std::strtod(fromKey.c_str(), nullptr));
                 else
                     scan.Bind(next++, static_cast<std::int64_t>(std::stoll(fromKey)));
             }
@@ -98,11 +138,29 @@ struct QvFileControl2::Impl {
         Advance();
     }
 
+    // True when changing `f` may move the current record inside an index the scan walks: then
+    // the next MoveNext re-establishes the scan after this record instead of stepping on.
+    bool MayMoveInScan(const FieldDef* f) const {
+        if (f == order) return true;
+        for (const FilterCondition& c : filter)
+            if (c.field == f) return true;
+        static const std::string_view kIndexed[] = {"cuenta", "fecha", "tipo", "debe_haber",
+                                                    "importe"};
+        for (std::string_view col : kIndexed)
+            if (col == f->column) return true;
+        return false;
+    }
+
     void Advance() {
+        restartOnMove = false;
         stored.clear();
         pending.clear();
         editing = false;
         eof = !cur->Step();
+        if (!trackVisited || cur != &scan) return;
+        while (!eof && visited.count(cur->Int(0)))
+            eof = !cur->Step();
+        if (!eof) visited.insert(cur->Int(0));
     }
 
     // The order key of the current record, as the raw column text.
@@ -115,7 +173,15 @@ struct QvFileControl2::Impl {
         bool wasSingle = cur == &single;
         scan = Stmt();
         single.Reset();
-        db->Exec("BEGIN IMMEDIATE");
+        cur = nullptr;
+        eof = true;
+        ClaimForWriting(db->path());
+        try {
+            db->Exec("BEGIN IMMEDIATE");
+        } catch (...) {
+            ReleaseForWriting(db->path());
+            throw;
+        }
         inTransaction = true;
         if (wasSingle) {
             single.Bind(1, id);
@@ -208,22 +274,23 @@ struct QvFileControl2::Impl {
         order = nullptr;
         if (db && inTransaction) {
             inTransaction = false;
+            ReleaseForWriting(db->path());
             if (commit) {
                 try {
                     db->Exec("COMMIT");
                 } catch (...) {
-                    sqlite3_rollback_quietly();
+                    RollbackQuietly();
                     db.reset();
                     throw;
                 }
             } else {
-                sqlite3_rollback_quietly();
+                RollbackQuietly();
             }
         }
         db.reset();
     }
 
-    void sqlite3_rollback_quietly() {
+    void RollbackQuietly() {
         try {
             db->Exec("ROLLBACK");
         } catch (...) {
@@ -294,6 +361,13 @@ void QvFileControl2::MoveNext() {
         std::int64_t id = m.cur->Int(0);
         std::string key = m.CurrentKey();
         m.single.Reset();
+        m.StartScan(id, false, key);
+        return;
+    }
+    if (m.restartOnMove) {
+        // The statement still stands on the record as it was read, so its key is the old one.
+        std::int64_t id = m.cur->Int(0);
+        std::string key = m.CurrentKey();
         m.StartScan(id, false, key);
         return;
     }
@@ -388,6 +462,17 @@ void QvFileControl2::Update() {
             m.BindValue(m.update, i++, *field, value);
         m.update.Bind(i, m.cur->Int(0));
         m.update.Run();
+        for (const auto& p : m.pending) {
+            if (m.cur != &m.scan || !m.MayMoveInScan(p.first)) continue;
+            m.restartOnMove = true;
+            bool selects = p.first == m.order;
+            for (const FilterCondition& c : m.filter)
+                selects |= c.field == p.first;
+            if (selects && !m.trackVisited) {
+                m.trackVisited = true;
+                m.visited.insert(m.cur->Int(0));
+            }
+        }
         // What the record now holds, read back as GetField gives it.
         for (auto& [field, value] : m.pending) {
             std::string shown = value;

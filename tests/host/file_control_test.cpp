@@ -2,6 +2,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <functional>
 
 #include <set>
@@ -230,6 +231,30 @@ TEST_F(FileControlTest, ChangesAreCommittedAtCloseFile) {
     EXPECT_EQ(all[1].fecha, "03/04/25");
 }
 
+TEST_F(FileControlTest, ChangingIndexedFieldsVisitsEachRecordOnce) {
+    int round = 0;
+    for (const char* order : {"", "fecha", "cuenta", "importe"}) {
+        ++round;
+        QvFileControl2 c;
+        c.OpenFile(entries, "");
+        c.SetFilter("Cuenta = 4300000138");
+        if (*order) c.SetOrder(order);
+        c.MoveFirst();
+        std::vector<std::int32_t> seen;
+        for (; !c.IsEof() && seen.size() < 10; c.MoveNext()) {
+            seen.push_back(c.GetRecNo());
+            c.Edit();
+            // Each new amount is above every old one: in amount order the record moves ahead.
+            c.PutField(6, 0, std::to_string(1000 * round + static_cast<int>(seen.size())));
+            c.PutField(8, 0, "Z");
+            c.Update();
+        }
+        c.CloseFile();
+        std::sort(seen.begin(), seen.end());
+        EXPECT_EQ(seen, (std::vector<std::int32_t>{recs[0], recs[2], recs[3]})) << order;
+    }
+}
+
 TEST_F(FileControlTest, CursorDestroyedMidChangeLeavesTheFileAsBefore) {
     std::vector<EntryRecord> before = ledger.Read(company);
     {
@@ -351,6 +376,28 @@ TEST_F(FileControlTest, AnotherProcessReadsAndThenWritesWhileAChangeIsOpen) {
     std::vector<EntryRecord> all = ledger.Read(company);
     EXPECT_EQ(all[0].referencia, "RF-500");
     EXPECT_EQ(all[1].referencia, "RF-501");
+}
+
+TEST_F(FileControlTest, SecondWriterInTheSameProcessIsRefusedAtOnce) {
+    QvFileControl2 first, second;
+    first.OpenFile(entries, "");
+    first.GoToRecord(recs[0]);
+    first.Edit();
+    second.OpenFile(ledger.File("EXTRAE1.qvd"), "");
+    second.GoToRecord(recs[1]);
+    try {
+        second.Edit();
+        ADD_FAILURE();
+    } catch (const HostError& e) {
+        EXPECT_NE(e.description().find("otro cursor"), std::string::npos);
+    }
+    first.CloseFile();
+    second.GoToRecord(recs[1]);
+    second.Edit();
+    second.PutField(7, 0, "1");
+    second.Update();
+    second.CloseFile();
+    EXPECT_EQ(ledger.Read(company)[1].marca, "1");
 }
 
 TEST(StoreValues, DatesAndNumbers) {
