@@ -6,6 +6,8 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <map>
+#include <memory>
 
 #include "host/catalogue.h"
 #include "host/company_file.h"
@@ -26,16 +28,17 @@ namespace {
 
 constexpr const char* kAccount = "4300000001";
 
-// The demo group is made once per machine and reused: one customer and one supplier, so that
-// the customer account carries about a quarter of all entries.
+// The demo groups are made once per machine and reused: one customer and one supplier, so that
+// the customer account carries about a quarter of all entries (28,000 entries a year give the
+// customer about 20,000 over the three years).
 struct Data {
     std::vector<std::string> companies;
-    Data() {
+    explicit Data(int perYear) {
         auto root = std::filesystem::temp_directory_path() / "pendara-bench-matching-run";
         ::setenv("QUORVEX_HOME", (root / "home").c_str(), 1);
         ResetSettingsBackends();
-        auto folder = root / "data";
-        const int years = 3, perYear = 28000;
+        auto folder = root / (perYear == 28000 ? "data" : "data" + std::to_string(perYear));
+        const int years = 3;
         for (int y = 0; y < years; ++y)
             companies.push_back((folder / ("DEMO" + std::to_string(2023 + y) + ".QVT")).string());
         if (std::filesystem::exists(companies.back())) return;
@@ -50,20 +53,36 @@ struct Data {
     }
 };
 
-Data& TheData() {
-    static Data d;
-    return d;
+Data& TheData(int perYear = 28000) {
+    static std::map<int, std::unique_ptr<Data>> sets;
+    auto& d = sets[perYear];
+    if (!d) d = std::make_unique<Data>(perYear);
+    return *d;
 }
 
 struct Window {
     ScriptedPort port;
     Pndra w{port};
-    Window() {
-        w.ActiveCompanyFile = TheData().companies.back();
-        w.FirstCompanyFile = TheData().companies.front();
+    explicit Window(int perYear = 28000) {
+        w.ActiveCompanyFile = TheData(perYear).companies.back();
+        w.FirstCompanyFile = TheData(perYear).companies.front();
         w.gauge.SetSurface(&port.gauge);
     }
 };
+
+// How the run grows with the account: about 5,000, 10,000 and 20,000 entries.
+void BM_PVporImportesBySize(benchmark::State& state) {
+    Window win(static_cast<int>(state.range(0)));
+    for (auto _ : state)
+        PVporImportes(win.w, win.w.ActiveCompanyFile, kAccount);
+    state.counters["entries"] = win.w.SGrid1.Rows() + win.w.SGrid2.Rows();
+}
+BENCHMARK(BM_PVporImportesBySize)
+    ->Arg(7000)
+    ->Arg(14000)
+    ->Arg(28000)
+    ->Unit(benchmark::kMillisecond)
+    ->MinTime(2);
 
 void BM_PVporImportes(benchmark::State& state) {
     Window win;

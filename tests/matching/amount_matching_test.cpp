@@ -285,5 +285,30 @@ TEST(AmountMatchingProperty, LargerListsWithManyDuplicates) {
     }
 }
 
+TEST(AmountMatchingProperty, LedgerSizedListsWithCentsAndSumTargets) {
+    std::mt19937_64 rng(2024);
+    for (int c = 0; c < 40; ++c) {
+        std::vector<AmountItem> pool, targets;
+        for (int i = 0; i < 150; ++i) {
+            double a = static_cast<double>(1 + rng() % 300000) / 100.0;
+            pool.push_back(Open(rng() % 10 ? a : -a, i));
+        }
+        for (int i = 0; i < 60; ++i) {
+            double sum = 0;
+            for (std::size_t p = 0, n = 1 + rng() % 4; p < n; ++p)
+                sum += pool[rng() % pool.size()].amount;
+            targets.push_back(
+                Open(rng() % 4 ? sum : static_cast<double>(rng() % 300000) / 100.0, i));
+        }
+        auto t1 = targets, p1 = pool, t2 = targets, p2 = pool;
+        Recorder fast, slow;
+        MatchSubsets(t1, p1, fast.hooks());
+        naive::MatchSubsets(t2, p2, slow.hooks());
+        ASSERT_EQ(t1, t2) << "case " << c;
+        ASSERT_EQ(p1, p2) << "case " << c;
+        EXPECT_GT(fast.next, 0);
+    }
+}
+
 }  // namespace
 }  // namespace pendara

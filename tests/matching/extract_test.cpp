@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+#include <thread>
+
 #include "host/company_file.h"
 #include "host/conversions.h"
 #include "host/errors.h"
@@ -144,6 +147,29 @@ TEST_F(NewReferenceTest, BlockDrawGivesWhatSingleDrawsGive) {
     w.FirstCompanyFile.clear();
     EXPECT_TRUE(NewReferences(w, 0).empty());  // nothing drawn, nothing asked
     EXPECT_TRUE(port.messages.empty());
+}
+
+TEST_F(NewReferenceTest, ConcurrentDrawsNeverShareANumber) {
+    // Each thread is a workstation of its own: its own window state, cursors and file locks.
+    std::vector<std::string> got[2];
+    auto draw = [&](int who) {
+        ScriptedPort p;
+        Pndra other(p);
+        other.ActiveCompanyFile = y;
+        other.FirstCompanyFile = y;
+        for (int i = 0; i < 20; ++i) {
+            got[who].push_back(NewReference(other));
+            for (std::string& r : NewReferences(other, 3))
+                got[who].push_back(std::move(r));
+        }
+    };
+    std::thread a(draw, 0), b(draw, 1);
+    a.join();
+    b.join();
+    std::set<std::string> all(got[0].begin(), got[0].end());
+    all.insert(got[1].begin(), got[1].end());
+    EXPECT_EQ(all.size(), 160u);
+    EXPECT_EQ(ReadCounter(y), 41 + 160);
 }
 
 TEST_F(NewReferenceTest, MissingFirstCompanyEndsTheProgram) {
