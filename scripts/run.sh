@@ -16,17 +16,19 @@ cmake --build "$BUILD_DIR" -j "${JOBS:-2}" --target pendara-cli qvdata
 CLI="$ROOT/$BUILD_DIR/pendara-cli"
 QVDATA="$ROOT/$BUILD_DIR/qvdata"
 
-if ! "$QVDATA" active >/dev/null 2>&1 || [ -z "$("$QVDATA" active 2>/dev/null)" ]; then
+if ! "$CLI" active >/dev/null 2>&1; then
     echo "== No hay empresa activa: se crea el grupo de demostración en $DEMO_DIR"
     mkdir -p "$DEMO_DIR"
-    "$QVDATA" demo "$DEMO_DIR"
+    # Without access keys the run needs nobody at the keyboard.
+    "$QVDATA" demo "$DEMO_DIR" --no-key
 fi
+echo "== Empresa activa: $("$CLI" active)"
 
 echo "== Empresas consultadas"
 "$CLI" companies
 echo "== Cuentas pendientes antes del punteo"
 "$CLI" list --pending
-echo "== Punteo y grabación de todo el grupo"
+echo "== Punteo y grabación de todo el grupo (quedan en la lista las cuentas con saldo)"
 "$CLI" save-all --yes
 echo "== Cuentas pendientes después del punteo"
 "$CLI" list --pending
