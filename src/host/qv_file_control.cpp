@@ -27,6 +27,7 @@ struct QvFileControl2::Impl {
     Stmt single;          // the record reached by GoToRecord
     Stmt* cur = nullptr;  // the statement positioned on the current record
     bool eof = true;
+    bool startPending = false;
     std::vector<std::pair<const FieldDef*, std::string>> stored;   // updated values of cur
     std::vector<std::pair<const FieldDef*, std::string>> pending;  // edits before Update
     bool editing = false;
@@ -37,8 +38,16 @@ struct QvFileControl2::Impl {
     void RequireOpen() const {
         if (!db) throw HostError("El cursor no tiene ningún fichero abierto");
     }
-    void RequireRecord() const {
+    // MoveFirst only marks the scan to start: callers often call it before setting the filter
+    // and the order, and the last MoveFirst is the one that counts.
+    void Ensure() {
+        if (!startPending) return;
+        startPending = false;
+        StartScan();
+    }
+    void RequireRecord() {
         RequireOpen();
+        Ensure();
         if (!cur || eof) throw HostError("No hay registro actual en " + db->path());
     }
     int ColumnOf(const FieldDef* f) const { return 1 + static_cast<int>(f - cat->fields.data()); }
@@ -191,6 +200,7 @@ struct QvFileControl2::Impl {
         updateSql.clear();
         cur = nullptr;
         eof = true;
+        startPending = false;
         editing = false;
         pending.clear();
         stored.clear();
@@ -260,11 +270,20 @@ void QvFileControl2::SetOrder(const std::string& fieldName) {
 }
 
 void QvFileControl2::MoveFirst() {
-    impl_->RequireOpen();
-    impl_->StartScan();
+    Impl& m = *impl_;
+    m.RequireOpen();
+    m.scan = Stmt();
+    m.single.Reset();
+    m.cur = nullptr;
+    m.eof = false;
+    m.stored.clear();
+    m.pending.clear();
+    m.editing = false;
+    m.startPending = true;
 }
 
 bool QvFileControl2::IsEof() const {
+    if (impl_->db) impl_->Ensure();
     return impl_->eof;
 }
 
@@ -290,6 +309,7 @@ void QvFileControl2::GoToRecord(std::int32_t recordNumber) {
     Impl& m = *impl_;
     m.RequireOpen();
     m.scan = Stmt();
+    m.startPending = false;
     m.single.Reset();
     m.single.Bind(1, static_cast<std::int64_t>(recordNumber));
     m.cur = &m.single;

@@ -1,4 +1,8 @@
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <functional>
 
 #include <set>
 
@@ -95,6 +99,9 @@ TEST_F(FileControlTest, ChartFiltersOfTheAccountListAndReports) {
     EXPECT_EQ(Codes("Cuenta => 4000000000 and cuenta <= 4399999999 and cuenta like ?????????? "
                     "and nivel = 0"),
               (std::vector<std::string>{"4000000001", "4300000001", "4300000138", "4399999999"}));
+    // Both bounds are inclusive, in text order.
+    EXPECT_EQ(Codes("Cuenta => 4300000138 and cuenta <= 4399999999"),
+              (std::vector<std::string>{"4300000138", "4399999999"}));
     EXPECT_EQ(Codes("cuenta like 43*8"), (std::vector<std::string>{"4300000138"}));
     EXPECT_EQ(Codes("cuenta like 4?"), (std::vector<std::string>{"43"}));
     EXPECT_EQ(Codes("nivel = 2"), (std::vector<std::string>{"43"}));
@@ -277,6 +284,73 @@ TEST_F(FileControlTest, ReaderAndWriterOnTheSameFileAtOnce) {
     reader.CloseFile();
     writer.CloseFile();
     EXPECT_EQ(ledger.Read(company)[0].referencia, "RF-100");
+}
+
+// Runs `child` in a forked process; its return value is the exit status.
+int InChildProcess(const std::function<int()>& child) {
+    pid_t pid = ::fork();
+    if (pid == 0) {
+        int rc = 99;
+        try {
+            rc = child();
+        } catch (...) {
+        }
+        ::_exit(rc);
+    }
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST_F(FileControlTest, ProcessKilledMidChangeLeavesTheFileAsBefore) {
+    std::vector<EntryRecord> before = ledger.Read(company);
+    int rc = InChildProcess([&] {
+        QvFileControl2 c;
+        c.OpenFile(entries, "");
+        c.SetFilter("Cuenta = 4300000138");
+        c.MoveFirst();
+        c.Edit();
+        c.PutField(23, 0, "RF-9");
+        c.Update();
+        ::_exit(7);  // no CloseFile, no destructor
+        return 0;
+    });
+    EXPECT_EQ(rc, 7);
+    EXPECT_EQ(ledger.Read(company), before);
+}
+
+TEST_F(FileControlTest, AnotherProcessReadsAndThenWritesWhileAChangeIsOpen) {
+    QvFileControl2 writer;
+    writer.OpenFile(entries, "");
+    writer.GoToRecord(recs[0]);
+    writer.Edit();
+    writer.PutField(23, 0, "RF-500");
+    writer.Update();
+    // The other process still sees the committed data, without waiting.
+    EXPECT_EQ(InChildProcess([&] {
+                  QvFileControl2 c;
+                  c.OpenFile(entries, "");
+                  c.SetFilter("Referencia punteo =RF-500");
+                  c.MoveFirst();
+                  return c.GetRecordCount() == 0 && c.IsEof() ? 0 : 1;
+              }),
+              0);
+    writer.CloseFile();
+    EXPECT_EQ(InChildProcess([&] {
+                  QvFileControl2 c;
+                  c.OpenFile(entries, "");
+                  c.GoToRecord(recs[1]);
+                  if (c.GetField(23, 0) != "") return 1;
+                  c.Edit();
+                  c.PutFieldByName("Referencia punteo", "RF-501");
+                  c.Update();
+                  c.CloseFile();
+                  return 0;
+              }),
+              0);
+    std::vector<EntryRecord> all = ledger.Read(company);
+    EXPECT_EQ(all[0].referencia, "RF-500");
+    EXPECT_EQ(all[1].referencia, "RF-501");
 }
 
 TEST(StoreValues, DatesAndNumbers) {
