@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <filesystem>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -28,6 +29,11 @@ struct QvFileControl2::Impl {
     Stmt* cur = nullptr;  // the statement positioned on the current record
     bool eof = true;
     bool startPending = false;
+    bool restartOnMove = false;
+    // Once a change touches the filter or the order, a record may come round again: from then on
+    // the scan remembers what it has visited and passes over it.
+    bool trackVisited = false;
+    std::unordered_set<std::int64_t> visited;
     std::vector<std::pair<const FieldDef*, std::string>> stored;   // updated values of cur
     std::vector<std::pair<const FieldDef*, std::string>> pending;  // edits before Update
     bool editing = false;
@@ -43,6 +49,8 @@ struct QvFileControl2::Impl {
     void Ensure() {
         if (!startPending) return;
         startPending = false;
+        trackVisited = false;
+        visited.clear();
         StartScan();
     }
     void RequireRecord() {
@@ -89,6 +97,8 @@ struct QvFileControl2::Impl {
             if (order) {
                 if (order->type == FieldType::Text)
                     scan.Bind(next++, std::string_view(fromKey));
+                else if (order->type == FieldType::Number)
+                    scan.Bind(next++, std::strtod(fromKey.c_str(), nullptr));
                 else
                     scan.Bind(next++, static_cast<std::int64_t>(std::stoll(fromKey)));
             }
@@ -98,11 +108,29 @@ struct QvFileControl2::Impl {
         Advance();
     }
 
+    // True when changing `f` may move the current record inside an index the scan walks: then
+    // the next MoveNext re-establishes the scan after this record instead of stepping on.
+    bool MayMoveInScan(const FieldDef* f) const {
+        if (f == order) return true;
+        for (const FilterCondition& c : filter)
+            if (c.field == f) return true;
+        static const std::string_view kIndexed[] = {"cuenta", "fecha", "tipo", "debe_haber",
+                                                    "importe"};
+        for (std::string_view col : kIndexed)
+            if (col == f->column) return true;
+        return false;
+    }
+
     void Advance() {
+        restartOnMove = false;
         stored.clear();
         pending.clear();
         editing = false;
         eof = !cur->Step();
+        if (!trackVisited || cur != &scan) return;
+        while (!eof && visited.count(cur->Int(0)))
+            eof = !cur->Step();
+        if (!eof) visited.insert(cur->Int(0));
     }
 
     // The order key of the current record, as the raw column text.
@@ -297,6 +325,13 @@ void QvFileControl2::MoveNext() {
         m.StartScan(id, false, key);
         return;
     }
+    if (m.restartOnMove) {
+        // The statement still stands on the record as it was read, so its key is the old one.
+        std::int64_t id = m.cur->Int(0);
+        std::string key = m.CurrentKey();
+        m.StartScan(id, false, key);
+        return;
+    }
     m.Advance();
 }
 
@@ -388,6 +423,17 @@ void QvFileControl2::Update() {
             m.BindValue(m.update, i++, *field, value);
         m.update.Bind(i, m.cur->Int(0));
         m.update.Run();
+        for (const auto& p : m.pending) {
+            if (m.cur != &m.scan || !m.MayMoveInScan(p.first)) continue;
+            m.restartOnMove = true;
+            bool selects = p.first == m.order;
+            for (const FilterCondition& c : m.filter)
+                selects |= c.field == p.first;
+            if (selects && !m.trackVisited) {
+                m.trackVisited = true;
+                m.visited.insert(m.cur->Int(0));
+            }
+        }
         // What the record now holds, read back as GetField gives it.
         for (auto& [field, value] : m.pending) {
             std::string shown = value;

@@ -2,6 +2,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <functional>
 
 #include <set>
@@ -228,6 +229,30 @@ TEST_F(FileControlTest, ChangesAreCommittedAtCloseFile) {
         EXPECT_EQ(e.referencia == "RF-7", e.cuenta == "4300000138") << e.registro;
     EXPECT_EQ(all[1].importe, 12.5);
     EXPECT_EQ(all[1].fecha, "03/04/25");
+}
+
+TEST_F(FileControlTest, ChangingIndexedFieldsVisitsEachRecordOnce) {
+    int round = 0;
+    for (const char* order : {"", "fecha", "cuenta", "importe"}) {
+        ++round;
+        QvFileControl2 c;
+        c.OpenFile(entries, "");
+        c.SetFilter("Cuenta = 4300000138");
+        if (*order) c.SetOrder(order);
+        c.MoveFirst();
+        std::vector<std::int32_t> seen;
+        for (; !c.IsEof() && seen.size() < 10; c.MoveNext()) {
+            seen.push_back(c.GetRecNo());
+            c.Edit();
+            // Each new amount is above every old one: in amount order the record moves ahead.
+            c.PutField(6, 0, std::to_string(1000 * round + static_cast<int>(seen.size())));
+            c.PutField(8, 0, "Z");
+            c.Update();
+        }
+        c.CloseFile();
+        std::sort(seen.begin(), seen.end());
+        EXPECT_EQ(seen, (std::vector<std::int32_t>{recs[0], recs[2], recs[3]})) << order;
+    }
 }
 
 TEST_F(FileControlTest, CursorDestroyedMidChangeLeavesTheFileAsBefore) {
