@@ -116,7 +116,9 @@ class LockedFile {
 #ifdef _WIN32
         DWORD rights = access == Access::Read ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE;
         DWORD disposition = access == Access::Create ? CREATE_NEW : OPEN_EXISTING;
-        std::wstring wide(path.begin(), path.end());
+        int n = MultiByteToWideChar(CP_UTF8, 0, path.c_str(), -1, nullptr, 0);
+        std::wstring wide(n > 0 ? static_cast<std::size_t>(n) : 1, L'\0');
+        MultiByteToWideChar(CP_UTF8, 0, path.c_str(), -1, wide.data(), n);
         h_ = CreateFileW(wide.c_str(), rights, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                          disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
         if (h_ == INVALID_HANDLE_VALUE) Fail("no se puede abrir");
@@ -318,6 +320,20 @@ std::int32_t IncrementCounter(const std::string& path) {
     PutInt(r, kCounterAt, static_cast<std::uint32_t>(h.counter + 1), 4);
     f.Write(r);
     return h.counter + 1;
+}
+
+std::int32_t AddToCounter(const std::string& path, std::int32_t n) {
+    if (n < 1) throw HostError("Bloque de referencias no válido: " + std::to_string(n));
+    std::string file = ExistingCompanyFile(path);
+    LockedFile f(file, LockedFile::Access::Write);
+    Record r;
+    f.Read(r);
+    CompanyHeader h = Decode(r, file);
+    if (h.counter > std::numeric_limits<std::int32_t>::max() - n)
+        throw HostError("Desbordamiento del contador de referencias de " + file);
+    PutInt(r, kCounterAt, static_cast<std::uint32_t>(h.counter + n), 4);
+    f.Write(r);
+    return h.counter + n;
 }
 
 void SetCounter(const std::string& path, std::int32_t value) {

@@ -48,6 +48,9 @@ std::string PreviousLink(const std::string& companyPath, const std::string& prev
 // changes nothing.
 std::int32_t ReadCounter(const std::string& path);
 std::int32_t IncrementCounter(const std::string& path);
+// Raises the counter by n (at least 1) under the same lock and returns the new value: the block
+// counter-n+1 .. counter belongs to the caller (a run that draws many references at once).
+std::int32_t AddToCounter(const std::string& path, std::int32_t n);
 void SetCounter(const std::string& path, std::int32_t value);
 
 }  // namespace pendara

@@ -18,11 +18,6 @@ namespace {
 // is several times faster than keeping them up to date row by row.
 constexpr std::size_t kBulkRows = 100000;
 
-const char* kEntryIndexes[] = {
-    "CREATE INDEX IF NOT EXISTS entries_cuenta ON entries(cuenta)",
-    "CREATE INDEX IF NOT EXISTS entries_cuenta_fecha ON entries(cuenta, fecha)",
-    "CREATE INDEX IF NOT EXISTS entries_referencia ON entries(referencia)",
-};
 
 std::string ExistingDataFile(const std::string& path) {
     std::error_code ec;
@@ -155,7 +150,7 @@ void EntryWriter::Commit() {
     Impl& m = *impl_;
     m.insert = Stmt();
     if (m.bulk)
-        for (const char* sql : kEntryIndexes)
+        for (const char* sql : EntryIndexSql())
             m.db.Exec(sql);
     m.db.Exec("COMMIT");
     m.done = true;

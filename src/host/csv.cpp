@@ -89,57 +89,67 @@ void CheckWidth(const CsvRecord& r, std::size_t n) {
 
 }  // namespace
 
-std::vector<CsvRecord> ParseCsv(const std::string& input, char sep) {
-    std::string_view text = input;
-    if (text.substr(0, 3) == "\xEF\xBB\xBF") text.remove_prefix(3);
-    std::vector<CsvRecord> out;
-    int line = 1;
-    std::size_t i = 0;
-    while (i < text.size()) {
-        CsvRecord rec;
-        rec.line = line;
-        std::string field;
-        bool endOfRecord = false;
-        while (!endOfRecord) {
-            field.clear();
-            if (i < text.size() && text[i] == '"') {
-                int startLine = line;
-                ++i;
-                for (;;) {
-                    if (i >= text.size()) LineError(startLine, "comillas sin cerrar");
-                    char c = text[i++];
-                    if (c == '"') {
-                        if (i < text.size() && text[i] == '"') {
-                            field += '"';
-                            ++i;
-                        } else {
-                            break;
-                        }
+CsvReader::CsvReader(std::string_view text, char separator) : text_(text), sep_(separator) {
+    if (text_.substr(0, 3) == "\xEF\xBB\xBF") text_.remove_prefix(3);
+}
+
+bool CsvReader::Next(CsvRecord& rec) {
+    std::string_view text = text_;
+    const char sep = sep_;
+    std::size_t& i = pos_;
+    int& line = line_;
+    if (i >= text.size()) return false;
+    rec.line = line;
+    rec.fields.clear();
+    std::string field;
+    for (;;) {
+        field.clear();
+        if (i < text.size() && text[i] == '"') {
+            int startLine = line;
+            ++i;
+            for (;;) {
+                if (i >= text.size()) LineError(startLine, "comillas sin cerrar");
+                char c = text[i++];
+                if (c == '"') {
+                    if (i < text.size() && text[i] == '"') {
+                        field += '"';
+                        ++i;
                     } else {
-                        if (c == '\n') ++line;
-                        field += c;
+                        break;
                     }
-                }
-                if (i < text.size() && text[i] != sep && text[i] != '\r' && text[i] != '\n')
-                    LineError(line, "texto después de unas comillas de cierre");
-            } else {
-                while (i < text.size() && text[i] != sep && text[i] != '\r' && text[i] != '\n') {
-                    if (text[i] == '"') LineError(line, "comillas dentro de un campo sin comillas");
-                    field += text[i++];
+                } else {
+                    if (c == '\n') ++line;
+                    field += c;
                 }
             }
-            rec.fields.push_back(field);
-            if (i < text.size() && text[i] == sep) {
+            if (i < text.size() && text[i] != sep && text[i] != '\r' && text[i] != '\n')
+                LineError(line, "texto después de unas comillas de cierre");
+        } else {
+            std::size_t start = i;
+            while (i < text.size() && text[i] != sep && text[i] != '\r' && text[i] != '\n') {
+                if (text[i] == '"') LineError(line, "comillas dentro de un campo sin comillas");
                 ++i;
-                continue;
             }
-            endOfRecord = true;
-            if (i < text.size() && text[i] == '\r') ++i;
-            if (i < text.size() && text[i] == '\n') ++i;
-            ++line;
+            field.assign(text.substr(start, i - start));
         }
-        out.push_back(std::move(rec));
+        rec.fields.push_back(field);
+        if (i < text.size() && text[i] == sep) {
+            ++i;
+            continue;
+        }
+        if (i < text.size() && text[i] == '\r') ++i;
+        if (i < text.size() && text[i] == '\n') ++i;
+        ++line;
+        return true;
     }
+}
+
+std::vector<CsvRecord> ParseCsv(const std::string& input, char sep) {
+    CsvReader reader(input, sep);
+    std::vector<CsvRecord> out;
+    CsvRecord rec;
+    while (reader.Next(rec))
+        out.push_back(rec);
     return out;
 }
 
@@ -153,77 +163,89 @@ std::string CsvField(const std::string& value, char sep) {
     return out + "\"";
 }
 
-std::vector<EntryRecord> ParseEntriesCsv(const std::string& text) {
-    std::vector<CsvRecord> records = ParseCsv(text);
-    std::vector<Col> cols = Header(records, kEntryColumns);
-    std::vector<EntryRecord> out;
-    for (std::size_t r = 1; r < records.size(); ++r) {
-        const CsvRecord& rec = records[r];
-        if (Blank(rec)) continue;
-        CheckWidth(rec, cols.size());
-        EntryRecord e;
-        std::string debeHaber;
-        for (std::size_t k = 0; k < cols.size(); ++k) {
-            const std::string& v = rec.fields[k];
-            switch (cols[k]) {
-                case Col::Cuenta:
-                    e.cuenta = Trim(v);
-                    break;
-                case Col::Fecha:
-                    if (!Trim(v).empty() && !ParseDayFirstDate(v))
-                        LineError(rec.line,
-                                  "fecha incorrecta \"" + v + "\" (dd/mm/aa o dd/mm/aaaa)");
-                    e.fecha = Trim(v);
-                    break;
-                case Col::Campo2:
-                    e.campo2 = v;
-                    break;
-                case Col::Asiento:
-                    e.asiento = v;
-                    break;
-                case Col::Descripcion:
-                    e.descripcion = v;
-                    break;
-                case Col::DebeHaber:
-                    debeHaber = Trim(v);
-                    break;
-                case Col::Importe: {
-                    if (Trim(v).empty()) break;
-                    std::optional<double> n = ParsePlainNumber(v);
-                    if (!n) LineError(rec.line, "importe incorrecto \"" + v + "\"");
-                    e.importe = *n;
-                    break;
-                }
-                case Col::Marca:
-                    e.marca = v;
-                    break;
-                case Col::Tipo:
-                    e.tipo = v;
-                    break;
-                case Col::Campo14:
-                    e.campo14 = v;
-                    break;
-                case Col::Campo22:
-                    e.campo22 = v;
-                    break;
-                case Col::Referencia:
-                    e.referencia = v;
-                    break;
-                default:
-                    break;
+namespace {
+
+EntryRecord EntryFromRecord(const CsvRecord& rec, const std::vector<Col>& cols) {
+    CheckWidth(rec, cols.size());
+    EntryRecord e;
+    std::string debeHaber;
+    for (std::size_t k = 0; k < cols.size(); ++k) {
+        const std::string& v = rec.fields[k];
+        switch (cols[k]) {
+            case Col::Cuenta:
+                e.cuenta = Trim(v);
+                break;
+            case Col::Fecha:
+                if (!Trim(v).empty() && !ParseDayFirstDate(v))
+                    LineError(rec.line, "fecha incorrecta \"" + v + "\" (dd/mm/aa o dd/mm/aaaa)");
+                e.fecha = Trim(v);
+                break;
+            case Col::Campo2:
+                e.campo2 = v;
+                break;
+            case Col::Asiento:
+                e.asiento = v;
+                break;
+            case Col::Descripcion:
+                e.descripcion = v;
+                break;
+            case Col::DebeHaber:
+                debeHaber = Trim(v);
+                break;
+            case Col::Importe: {
+                if (Trim(v).empty()) break;
+                std::optional<double> n = ParsePlainNumber(v);
+                if (!n) LineError(rec.line, "importe incorrecto \"" + v + "\"");
+                e.importe = *n;
+                break;
             }
+            case Col::Marca:
+                e.marca = v;
+                break;
+            case Col::Tipo:
+                e.tipo = v;
+                break;
+            case Col::Campo14:
+                e.campo14 = v;
+                break;
+            case Col::Campo22:
+                e.campo22 = v;
+                break;
+            case Col::Referencia:
+                e.referencia = v;
+                break;
+            default:
+                break;
         }
-        if (e.cuenta.empty()) LineError(rec.line, "falta la cuenta");
-        if (debeHaber.empty()) {
-            e.debeHaber = e.importe < 0 ? 2 : 1;
-        } else {
-            std::optional<double> n = ParsePlainNumber(debeHaber);
-            if (!n || *n != std::floor(*n) || std::fabs(*n) > 1e9)
-                LineError(rec.line, "indicador debe/haber incorrecto \"" + debeHaber + "\"");
-            e.debeHaber = static_cast<std::int32_t>(*n);
-        }
-        out.push_back(std::move(e));
     }
+    if (e.cuenta.empty()) LineError(rec.line, "falta la cuenta");
+    if (debeHaber.empty()) {
+        e.debeHaber = e.importe < 0 ? 2 : 1;
+    } else {
+        std::optional<double> n = ParsePlainNumber(debeHaber);
+        if (!n || *n != std::floor(*n) || std::fabs(*n) > 1e9)
+            LineError(rec.line, "indicador debe/haber incorrecto \"" + debeHaber + "\"");
+        e.debeHaber = static_cast<std::int32_t>(*n);
+    }
+    return e;
+}
+
+// The header's columns, read from the first record of `reader`.
+std::vector<Col> EntryHeader(CsvReader& reader) {
+    std::vector<CsvRecord> first(1);
+    if (!reader.Next(first[0])) first.clear();
+    return Header(first, kEntryColumns);
+}
+
+}  // namespace
+
+std::vector<EntryRecord> ParseEntriesCsv(const std::string& text) {
+    CsvReader reader(text);
+    std::vector<Col> cols = EntryHeader(reader);
+    std::vector<EntryRecord> out;
+    CsvRecord rec;
+    while (reader.Next(rec))
+        if (!Blank(rec)) out.push_back(EntryFromRecord(rec, cols));
     return out;
 }
 
@@ -254,9 +276,20 @@ std::vector<ChartAccount> ParseChartCsv(const std::string& text) {
 }
 
 std::size_t ImportEntriesCsv(const std::string& companyFile, const std::string& text) {
-    std::vector<EntryRecord> entries = ParseEntriesCsv(text);
-    AddEntries(companyFile, entries);
-    return entries.size();
+    CsvReader reader(text);
+    std::vector<Col> cols = EntryHeader(reader);
+    // Large files go straight from the text into the store; the writer's transaction is rolled
+    // back when a line fails, so nothing is imported.
+    EntryWriter writer(companyFile, text.size() > (std::size_t{8} << 20));
+    std::size_t n = 0;
+    CsvRecord rec;
+    while (reader.Next(rec)) {
+        if (Blank(rec)) continue;
+        writer.Add(EntryFromRecord(rec, cols));
+        ++n;
+    }
+    writer.Commit();
+    return n;
 }
 
 std::size_t ImportChartCsv(const std::string& companyFile, const std::string& text) {

@@ -4,6 +4,7 @@
 // HostError "línea N: ..." and nothing is added.
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/company_store.h"
@@ -16,6 +17,18 @@ struct CsvRecord {
     std::vector<std::string> fields;
 };
 std::vector<CsvRecord> ParseCsv(const std::string& text, char separator = ';');
+// The records one by one; a malformed record is a HostError naming its line.
+class CsvReader {
+  public:
+    explicit CsvReader(std::string_view text, char separator = ';');
+    bool Next(CsvRecord& record);
+
+  private:
+    std::string_view text_;
+    char sep_;
+    std::size_t pos_ = 0;
+    int line_ = 1;
+};
 // One field, quoted when it holds the separator, a quote or a line break.
 std::string CsvField(const std::string& value, char separator = ';');
 

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <filesystem>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -27,6 +28,12 @@ struct QvFileControl2::Impl {
     Stmt single;          // the record reached by GoToRecord
     Stmt* cur = nullptr;  // the statement positioned on the current record
     bool eof = true;
+    bool startPending = false;
+    bool restartOnMove = false;
+    // Once a change touches the filter or the order, a record may come round again: from then on
+    // the scan remembers what it has visited and passes over it.
+    bool trackVisited = false;
+    std::unordered_set<std::int64_t> visited;
     std::vector<std::pair<const FieldDef*, std::string>> stored;   // updated values of cur
     std::vector<std::pair<const FieldDef*, std::string>> pending;  // edits before Update
     bool editing = false;
@@ -37,8 +44,18 @@ struct QvFileControl2::Impl {
     void RequireOpen() const {
         if (!db) throw HostError("El cursor no tiene ningún fichero abierto");
     }
-    void RequireRecord() const {
+    // MoveFirst only marks the scan to start: callers often call it before setting the filter
+    // and the order, and the last MoveFirst is the one that counts.
+    void Ensure() {
+        if (!startPending) return;
+        startPending = false;
+        trackVisited = false;
+        visited.clear();
+        StartScan();
+    }
+    void RequireRecord() {
         RequireOpen();
+        Ensure();
         if (!cur || eof) throw HostError("No hay registro actual en " + db->path());
     }
     int ColumnOf(const FieldDef* f) const { return 1 + static_cast<int>(f - cat->fields.data()); }
@@ -80,6 +97,8 @@ struct QvFileControl2::Impl {
             if (order) {
                 if (order->type == FieldType::Text)
                     scan.Bind(next++, std::string_view(fromKey));
+                else if (order->type == FieldType::Number)
+                    scan.Bind(next++, std::strtod(fromKey.c_str(), nullptr));
                 else
                     scan.Bind(next++, static_cast<std::int64_t>(std::stoll(fromKey)));
             }
@@ -89,11 +108,29 @@ struct QvFileControl2::Impl {
         Advance();
     }
 
+    // True when changing `f` may move the current record inside an index the scan walks: then
+    // the next MoveNext re-establishes the scan after this record instead of stepping on.
+    bool MayMoveInScan(const FieldDef* f) const {
+        if (f == order) return true;
+        for (const FilterCondition& c : filter)
+            if (c.field == f) return true;
+        static const std::string_view kIndexed[] = {"cuenta", "fecha", "tipo", "debe_haber",
+                                                    "importe"};
+        for (std::string_view col : kIndexed)
+            if (col == f->column) return true;
+        return false;
+    }
+
     void Advance() {
+        restartOnMove = false;
         stored.clear();
         pending.clear();
         editing = false;
         eof = !cur->Step();
+        if (!trackVisited || cur != &scan) return;
+        while (!eof && visited.count(cur->Int(0)))
+            eof = !cur->Step();
+        if (!eof) visited.insert(cur->Int(0));
     }
 
     // The order key of the current record, as the raw column text.
@@ -191,6 +228,7 @@ struct QvFileControl2::Impl {
         updateSql.clear();
         cur = nullptr;
         eof = true;
+        startPending = false;
         editing = false;
         pending.clear();
         stored.clear();
@@ -260,11 +298,20 @@ void QvFileControl2::SetOrder(const std::string& fieldName) {
 }
 
 void QvFileControl2::MoveFirst() {
-    impl_->RequireOpen();
-    impl_->StartScan();
+    Impl& m = *impl_;
+    m.RequireOpen();
+    m.scan = Stmt();
+    m.single.Reset();
+    m.cur = nullptr;
+    m.eof = false;
+    m.stored.clear();
+    m.pending.clear();
+    m.editing = false;
+    m.startPending = true;
 }
 
 bool QvFileControl2::IsEof() const {
+    if (impl_->db) impl_->Ensure();
     return impl_->eof;
 }
 
@@ -275,6 +322,13 @@ void QvFileControl2::MoveNext() {
         std::int64_t id = m.cur->Int(0);
         std::string key = m.CurrentKey();
         m.single.Reset();
+        m.StartScan(id, false, key);
+        return;
+    }
+    if (m.restartOnMove) {
+        // The statement still stands on the record as it was read, so its key is the old one.
+        std::int64_t id = m.cur->Int(0);
+        std::string key = m.CurrentKey();
         m.StartScan(id, false, key);
         return;
     }
@@ -290,6 +344,7 @@ void QvFileControl2::GoToRecord(std::int32_t recordNumber) {
     Impl& m = *impl_;
     m.RequireOpen();
     m.scan = Stmt();
+    m.startPending = false;
     m.single.Reset();
     m.single.Bind(1, static_cast<std::int64_t>(recordNumber));
     m.cur = &m.single;
@@ -368,6 +423,17 @@ void QvFileControl2::Update() {
             m.BindValue(m.update, i++, *field, value);
         m.update.Bind(i, m.cur->Int(0));
         m.update.Run();
+        for (const auto& p : m.pending) {
+            if (m.cur != &m.scan || !m.MayMoveInScan(p.first)) continue;
+            m.restartOnMove = true;
+            bool selects = p.first == m.order;
+            for (const FilterCondition& c : m.filter)
+                selects |= c.field == p.first;
+            if (selects && !m.trackVisited) {
+                m.trackVisited = true;
+                m.visited.insert(m.cur->Int(0));
+            }
+        }
         // What the record now holds, read back as GetField gives it.
         for (auto& [field, value] : m.pending) {
             std::string shown = value;

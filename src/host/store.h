@@ -105,6 +105,9 @@ class Stmt {
     const Db* db_ = nullptr;
 };
 
+// The indexes of an entries file (statements that create them when missing).
+const std::vector<const char*>& EntryIndexSql();
+
 // Creates an empty data file of the given kind (tables and indexes); an existing file is kept.
 void CreateDataFile(const std::string& path, FileKind kind);
 

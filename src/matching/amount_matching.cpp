@@ -153,15 +153,25 @@ class PairFinder {
             if (g >= 0) best = FirstOpen(g, -1);
         }
         auto n = static_cast<std::int32_t>(live_.size());
-        std::int32_t hi = n - 1;
-        for (std::int32_t lo = 0; lo < n; ++lo) {
+        std::int32_t lo = 0;
+        while (lo < n && groups_[live_[lo]].open == 0)
+            ++lo;
+        if (lo == n) return false;
+        // Amounts that exceed the target even with the smallest one cannot pair.
+        const double smallest = values_[live_[lo]];
+        auto top = std::partition_point(live_.begin(), live_.end(), [&](std::int32_t g) {
+            return smallest + values_[g] <= target;
+        });
+        std::int32_t hi = static_cast<std::int32_t>(top - live_.begin()) - 1;
+        // Sums are symmetric: pairs are met with lo <= hi only.
+        for (; lo < n && lo <= hi; ++lo) {
             std::int32_t gl = live_[lo];
             if (groups_[gl].open == 0) continue;
             double v = values_[gl];
-            while (hi >= 0 && (groups_[live_[hi]].open == 0 || v + values_[live_[hi]] > target))
+            while (hi >= lo && (groups_[live_[hi]].open == 0 || v + values_[live_[hi]] > target))
                 --hi;
-            if (hi < 0) break;
-            for (std::int32_t h = hi; h >= 0; --h) {
+            if (hi < lo) break;
+            for (std::int32_t h = hi; h >= lo; --h) {
                 std::int32_t gh = live_[h];
                 if (groups_[gh].open == 0) continue;
                 if (v + values_[gh] != target) break;
@@ -261,21 +271,28 @@ class MinTree {
         for (i /= 2; i >= 1; i /= 2)
             t_[i] = std::min(t_[2 * i], t_[2 * i + 1]);
     }
+    double Min() const { return t_[1]; }
     std::int32_t FirstAtMost(std::size_t from, double bound) const {
-        if (from >= n_ || !(t_[1] <= bound)) return -1;
-        return Descend(1, 0, n_, from, bound);
+        if (from >= n_) return -1;
+        // Climb to the first subtree at or after `from` that holds a fitting amount, then go
+        // down to its leftmost fitting leaf.
+        std::size_t i = from + n_;
+        while (!(t_[i] <= bound)) {
+            while (i & 1) {
+                i >>= 1;
+                if (i == 0) return -1;
+            }
+            ++i;
+        }
+        while (i < n_) {
+            i *= 2;
+            if (!(t_[i] <= bound)) ++i;
+        }
+        return static_cast<std::int32_t>(i - n_);
     }
 
   private:
     static constexpr double kInf = std::numeric_limits<double>::infinity();
-    std::int32_t Descend(std::size_t node, std::size_t lo, std::size_t hi, std::size_t from,
-                         double bound) const {
-        if (hi <= from || !(t_[node] <= bound)) return -1;
-        if (hi - lo == 1) return static_cast<std::int32_t>(lo);
-        std::size_t mid = (lo + hi) / 2;
-        std::int32_t r = Descend(2 * node, lo, mid, from, bound);
-        return r >= 0 ? r : Descend(2 * node + 1, mid, hi, from, bound);
-    }
     std::size_t n_;
     std::vector<double> t_;
 };
@@ -335,6 +352,8 @@ bool GreedyRun(const std::vector<AmountItem>& pool, const MinTree& tree, std::in
 
 void MatchSubsets(std::vector<AmountItem>& targets, std::vector<AmountItem>& pool,
                   const AmountHooks& hooks) {
+    if (&targets == &pool)
+        throw std::invalid_argument("MatchSubsets: targets and pool are one list");
     RequireFinite(targets);
     RequireFinite(pool);
     auto nt = static_cast<std::int32_t>(targets.size());
@@ -362,7 +381,13 @@ void MatchSubsets(std::vector<AmountItem>& targets, std::vector<AmountItem>& poo
             while (firstOpen < np && !pool[firstOpen].open)
                 ++firstOpen;
             double target = targets[t].amount;
-            for (std::int32_t k = firstOpen; k < np; ++k) {
+            // A starting item completes only when it equals the target or when something fits
+            // beside it, that is, at least the smallest open amount.
+            const double smallest = tree.Min();
+            const double startBound =
+                std::isinf(smallest) ? -smallest : std::max(FitBound(smallest, target), target);
+            for (std::int32_t k = tree.FirstAtMost(static_cast<std::size_t>(firstOpen), startBound);
+                 k >= 0; k = tree.FirstAtMost(static_cast<std::size_t>(k) + 1, startBound)) {
                 if (!pool[k].open) continue;
                 if (GreedyRun(pool, tree, k, target, firstOpen, members)) {
                     FormGroup(targets[t], pool, members, hooks);

@@ -36,7 +36,8 @@ void SplitByAmounts(const TextTable& rows, std::vector<AmountItem>& debits,
                     std::vector<AmountItem>& credits, const AmountHooks& hooks);
 
 // Closes each open target together with pool items whose amounts add up to it exactly: first
-// pairs (pass 1) for every target, then greedy runs (pass 2).
+// pairs (pass 1) for every target, then greedy runs (pass 2). The two lists are different
+// objects; amounts that are not finite are an overflow error.
 void MatchSubsets(std::vector<AmountItem>& targets, std::vector<AmountItem>& pool,
                   const AmountHooks& hooks);
 

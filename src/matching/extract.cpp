@@ -64,8 +64,9 @@ TextTable GetExtracto(Pndra& w, const std::string& empresa, const std::string& c
     QvOLE70 server;
     const std::int32_t n = ++w.CompanyCount;
     const auto un = static_cast<std::size_t>(n);
-    if (w.CompanyFiles.size() < un + 1) w.CompanyFiles.resize(un + 1);
-    if (w.EntryFiles.size() < un + 1) w.EntryFiles.resize(un + 1);
+    // Exactly 0..n, as a fresh load after the count was reset must not keep older companies.
+    w.CompanyFiles.resize(un + 1);
+    w.EntryFiles.resize(un + 1);
     const std::string file = NormaliseCompanyName(empresa);
     w.CompanyFiles[un] = file;
 

@@ -17,6 +17,8 @@ namespace pendara {
 namespace {
 
 constexpr std::int32_t kPeriods = 15;
+// Host texts hold no NUL character, so no stored reference starts like this.
+const std::string kPlaceholder("\0#", 2);
 
 void ShowBalance(Pndra& w, QvOLE70& server) {
     double balance = 0;
@@ -131,8 +133,17 @@ void PVporImportes(Pndra& w, const std::string& empresa, const std::string& cuen
 
     std::vector<AmountItem> debits(1), credits(1);
     YearFilter(t, count);
-    AmountHooks hooks{[&w] { return NewReference(w); }, GaugeProgress(w)};
+    // Groups get numbered placeholders while they form; the numbers are then drawn from the
+    // counter in one go, in the order the groups formed, as one draw per group would give them.
+    std::int32_t groups = 0;
+    AmountHooks hooks{[&groups] { return kPlaceholder + std::to_string(groups++); },
+                      GaugeProgress(w)};
     SplitByAmounts(t, debits, credits, hooks);
+    const std::vector<std::string> refs = NewReferences(w, groups);
+    for (auto* list : {&debits, &credits})
+        for (AmountItem& it : *list)
+            if (it.reference.starts_with(kPlaceholder))
+                it.reference = refs[std::stoul(it.reference.substr(kPlaceholder.size()))];
 
     FillGrid(w.SGrid1, t, debits, 5);
     FillGrid(w.SGrid2, t, credits, 6);

@@ -1,4 +1,9 @@
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <functional>
 
 #include <set>
 
@@ -95,6 +100,9 @@ TEST_F(FileControlTest, ChartFiltersOfTheAccountListAndReports) {
     EXPECT_EQ(Codes("Cuenta => 4000000000 and cuenta <= 4399999999 and cuenta like ?????????? "
                     "and nivel = 0"),
               (std::vector<std::string>{"4000000001", "4300000001", "4300000138", "4399999999"}));
+    // Both bounds are inclusive, in text order.
+    EXPECT_EQ(Codes("Cuenta => 4300000138 and cuenta <= 4399999999"),
+              (std::vector<std::string>{"4300000138", "4399999999"}));
     EXPECT_EQ(Codes("cuenta like 43*8"), (std::vector<std::string>{"4300000138"}));
     EXPECT_EQ(Codes("cuenta like 4?"), (std::vector<std::string>{"43"}));
     EXPECT_EQ(Codes("nivel = 2"), (std::vector<std::string>{"43"}));
@@ -223,6 +231,30 @@ TEST_F(FileControlTest, ChangesAreCommittedAtCloseFile) {
     EXPECT_EQ(all[1].fecha, "03/04/25");
 }
 
+TEST_F(FileControlTest, ChangingIndexedFieldsVisitsEachRecordOnce) {
+    int round = 0;
+    for (const char* order : {"", "fecha", "cuenta", "importe"}) {
+        ++round;
+        QvFileControl2 c;
+        c.OpenFile(entries, "");
+        c.SetFilter("Cuenta = 4300000138");
+        if (*order) c.SetOrder(order);
+        c.MoveFirst();
+        std::vector<std::int32_t> seen;
+        for (; !c.IsEof() && seen.size() < 10; c.MoveNext()) {
+            seen.push_back(c.GetRecNo());
+            c.Edit();
+            // Each new amount is above every old one: in amount order the record moves ahead.
+            c.PutField(6, 0, std::to_string(1000 * round + static_cast<int>(seen.size())));
+            c.PutField(8, 0, "Z");
+            c.Update();
+        }
+        c.CloseFile();
+        std::sort(seen.begin(), seen.end());
+        EXPECT_EQ(seen, (std::vector<std::int32_t>{recs[0], recs[2], recs[3]})) << order;
+    }
+}
+
 TEST_F(FileControlTest, CursorDestroyedMidChangeLeavesTheFileAsBefore) {
     std::vector<EntryRecord> before = ledger.Read(company);
     {
@@ -277,6 +309,73 @@ TEST_F(FileControlTest, ReaderAndWriterOnTheSameFileAtOnce) {
     reader.CloseFile();
     writer.CloseFile();
     EXPECT_EQ(ledger.Read(company)[0].referencia, "RF-100");
+}
+
+// Runs `child` in a forked process; its return value is the exit status.
+int InChildProcess(const std::function<int()>& child) {
+    pid_t pid = ::fork();
+    if (pid == 0) {
+        int rc = 99;
+        try {
+            rc = child();
+        } catch (...) {
+        }
+        ::_exit(rc);
+    }
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST_F(FileControlTest, ProcessKilledMidChangeLeavesTheFileAsBefore) {
+    std::vector<EntryRecord> before = ledger.Read(company);
+    int rc = InChildProcess([&] {
+        QvFileControl2 c;
+        c.OpenFile(entries, "");
+        c.SetFilter("Cuenta = 4300000138");
+        c.MoveFirst();
+        c.Edit();
+        c.PutField(23, 0, "RF-9");
+        c.Update();
+        ::_exit(7);  // no CloseFile, no destructor
+        return 0;
+    });
+    EXPECT_EQ(rc, 7);
+    EXPECT_EQ(ledger.Read(company), before);
+}
+
+TEST_F(FileControlTest, AnotherProcessReadsAndThenWritesWhileAChangeIsOpen) {
+    QvFileControl2 writer;
+    writer.OpenFile(entries, "");
+    writer.GoToRecord(recs[0]);
+    writer.Edit();
+    writer.PutField(23, 0, "RF-500");
+    writer.Update();
+    // The other process still sees the committed data, without waiting.
+    EXPECT_EQ(InChildProcess([&] {
+                  QvFileControl2 c;
+                  c.OpenFile(entries, "");
+                  c.SetFilter("Referencia punteo =RF-500");
+                  c.MoveFirst();
+                  return c.GetRecordCount() == 0 && c.IsEof() ? 0 : 1;
+              }),
+              0);
+    writer.CloseFile();
+    EXPECT_EQ(InChildProcess([&] {
+                  QvFileControl2 c;
+                  c.OpenFile(entries, "");
+                  c.GoToRecord(recs[1]);
+                  if (c.GetField(23, 0) != "") return 1;
+                  c.Edit();
+                  c.PutFieldByName("Referencia punteo", "RF-501");
+                  c.Update();
+                  c.CloseFile();
+                  return 0;
+              }),
+              0);
+    std::vector<EntryRecord> all = ledger.Read(company);
+    EXPECT_EQ(all[0].referencia, "RF-500");
+    EXPECT_EQ(all[1].referencia, "RF-501");
 }
 
 TEST(StoreValues, DatesAndNumbers) {

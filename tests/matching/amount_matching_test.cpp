@@ -65,6 +65,19 @@ TEST(SplitByAmounts, ReversalAmongDebitsWithoutCreditsKeepsCreditEmptyItem) {
     EXPECT_EQ(c[0], AmountItem{});
 }
 
+TEST(SplitByAmounts, NoDebitRowsKeepsDebitEmptyItemAndReversesCredits) {
+    Recorder r;
+    auto d = EmptyList(), c = EmptyList();
+    SplitByAmounts(Extract({{"0", "-30", ""}, {"0", "30", ""}, {"0", "-10", ""}}), d, c, r.hooks());
+    EXPECT_EQ(d, EmptyList());
+    ASSERT_EQ(c.size(), 3u);
+    EXPECT_EQ(c[0].reference, "RF-1");
+    EXPECT_EQ(c[1].reference, "RF-1");
+    EXPECT_EQ(c[2].open, kItemOpen);  // no one-to-many matching without debits
+    EXPECT_EQ(r.progress.front(), std::make_pair(-1, 0));
+    EXPECT_EQ(r.progress.back(), std::make_pair(1, 1));  // the debit list's one item
+}
+
 TEST(SplitByAmounts, SystemReferenceIsListedClosedAndNeverRegrouped) {
     Recorder r;
     auto d = EmptyList(), c = EmptyList();
@@ -269,6 +282,31 @@ TEST(AmountMatchingProperty, LargerListsWithManyDuplicates) {
         naive::MatchSubsets(t2, p2, slow.hooks());
         ASSERT_EQ(t1, t2) << "case " << c;
         ASSERT_EQ(p1, p2) << "case " << c;
+    }
+}
+
+TEST(AmountMatchingProperty, LedgerSizedListsWithCentsAndSumTargets) {
+    std::mt19937_64 rng(2024);
+    for (int c = 0; c < 40; ++c) {
+        std::vector<AmountItem> pool, targets;
+        for (int i = 0; i < 150; ++i) {
+            double a = static_cast<double>(1 + rng() % 300000) / 100.0;
+            pool.push_back(Open(rng() % 10 ? a : -a, i));
+        }
+        for (int i = 0; i < 60; ++i) {
+            double sum = 0;
+            for (std::size_t p = 0, n = 1 + rng() % 4; p < n; ++p)
+                sum += pool[rng() % pool.size()].amount;
+            targets.push_back(
+                Open(rng() % 4 ? sum : static_cast<double>(rng() % 300000) / 100.0, i));
+        }
+        auto t1 = targets, p1 = pool, t2 = targets, p2 = pool;
+        Recorder fast, slow;
+        MatchSubsets(t1, p1, fast.hooks());
+        naive::MatchSubsets(t2, p2, slow.hooks());
+        ASSERT_EQ(t1, t2) << "case " << c;
+        ASSERT_EQ(p1, p2) << "case " << c;
+        EXPECT_GT(fast.next, 0);
     }
 }
 

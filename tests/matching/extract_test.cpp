@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+#include <thread>
+
 #include "host/company_file.h"
 #include "host/conversions.h"
 #include "host/errors.h"
@@ -76,6 +79,15 @@ TEST_F(ExtractTest, AccountOnlyInEarlierYearAndEmptyAccount) {
     t = GetExtracto(w, y25, "4300000099", count);
     EXPECT_EQ(count, 0);
     EXPECT_EQ(w.CompanyCount, 2);
+    // A later load of the newer year alone leaves no trace of the earlier one.
+    l.Entries(y25, {{kAcc, "10/03/25", "1", "x", 1, 1}});
+    w.CompanyCount = 0;
+    std::string lone = l.Company("E6", "Otra", 2026);
+    l.Entries(lone, {{kAcc, "10/03/26", "1", "x", 1, 1}});
+    t = GetExtracto(w, lone, kAcc, count);
+    EXPECT_EQ(count, 1);
+    EXPECT_EQ(w.CompanyFiles.size(), 2u);
+    EXPECT_EQ(w.EntryFiles.size(), 2u);
 }
 
 TEST_F(ExtractTest, NameWithoutEndingOrLowerCaseEndingIsTheSameCompany) {
@@ -122,6 +134,42 @@ TEST_F(NewReferenceTest, NumbersInUseAreSkipped) {
     EXPECT_EQ(NewReference(w), "RF-43");
     EXPECT_EQ(NewReference(w), "RF-45");
     EXPECT_EQ(ReadCounter(y), 45);
+}
+
+TEST_F(NewReferenceTest, BlockDrawGivesWhatSingleDrawsGive) {
+    l.Entries(y, {{kAcc, "10/03/25", "2", "x", 1, 60, "", "", "", "", "RF-42"},
+                  {kAcc, "10/03/25", "2", "x", 1, 60, "", "", "", "", "RF-44"},
+                  {kAcc, "10/03/25", "2", "x", 1, 60, "", "", "", "", "RF-47"}});
+    EXPECT_EQ(NewReferences(w, 3), (std::vector<std::string>{"RF-43", "RF-45", "RF-46"}));
+    EXPECT_EQ(ReadCounter(y), 46);
+    EXPECT_EQ(NewReferences(w, 1), (std::vector<std::string>{"RF-48"}));
+    EXPECT_EQ(ReadCounter(y), 48);
+    w.FirstCompanyFile.clear();
+    EXPECT_TRUE(NewReferences(w, 0).empty());  // nothing drawn, nothing asked
+    EXPECT_TRUE(port.messages.empty());
+}
+
+TEST_F(NewReferenceTest, ConcurrentDrawsNeverShareANumber) {
+    // Each thread is a workstation of its own: its own window state, cursors and file locks.
+    std::vector<std::string> got[2];
+    auto draw = [&](int who) {
+        ScriptedPort p;
+        Pndra other(p);
+        other.ActiveCompanyFile = y;
+        other.FirstCompanyFile = y;
+        for (int i = 0; i < 20; ++i) {
+            got[who].push_back(NewReference(other));
+            for (std::string& r : NewReferences(other, 3))
+                got[who].push_back(std::move(r));
+        }
+    };
+    std::thread a(draw, 0), b(draw, 1);
+    a.join();
+    b.join();
+    std::set<std::string> all(got[0].begin(), got[0].end());
+    all.insert(got[1].begin(), got[1].end());
+    EXPECT_EQ(all.size(), 160u);
+    EXPECT_EQ(ReadCounter(y), 41 + 160);
 }
 
 TEST_F(NewReferenceTest, MissingFirstCompanyEndsTheProgram) {

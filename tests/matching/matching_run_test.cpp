@@ -68,6 +68,8 @@ TEST_F(MatchingRunTest, GridsHoldEveryEntryWithItsGroupAndZeroBalanceIsBlack) {
     EXPECT_EQ(c[0], std::to_string(r[2]) + "|20/01/25|3|Cobro Fra. 12 13|RF-42|" +
                         FormatAmount(-150) + "|1|");
     EXPECT_EQ(ReadCounter(y24), 42);
+    EXPECT_FALSE(port.gauge.history.empty());  // shown while matching
+    EXPECT_EQ(port.gauge.history.back(), "100%");
     EXPECT_EQ(port.gauge.text, "");  // cleared at the end
     EXPECT_TRUE(w.SGrid1.redraw());
 }
