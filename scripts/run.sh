@@ -37,19 +37,13 @@ cmake --build "$BUILD_DIR" -j "${JOBS:-2}" --target "${TARGETS[@]}"
 CLI="$ROOT/$BUILD_DIR/pendara-cli"
 QVDATA="$ROOT/$BUILD_DIR/qvdata"
 
-# The active company, as the registry file of the settings folder keeps it.
-REGISTRY="${QUORVEX_HOME:-${XDG_CONFIG_HOME:-$HOME/.config}/quorvex}/registry.reg"
-active_company() {
-    [ -f "$REGISTRY" ] && sed -n 's/^"Active"="\(.*\)"\r\{0,1\}$/\1/p' "$REGISTRY" | tail -n 1
-    return 0
-}
-ACTIVE=$(active_company)
-if [ -z "$ACTIVE" ] || [ ! -f "$ACTIVE" ]; then
+if ! "$CLI" active >/dev/null 2>&1; then
     echo "== No hay empresa activa: se crea el grupo de demostración en $DEMO_DIR"
     mkdir -p "$DEMO_DIR"
-    "$QVDATA" demo "$DEMO_DIR"
-    ACTIVE=$(active_company)
+    # Without access keys the run needs nobody at the keyboard.
+    "$QVDATA" demo "$DEMO_DIR" --no-key
 fi
+ACTIVE=$("$CLI" active)
 
 if [ "$WINDOW" = 1 ]; then
     # The help page ships with the program; the window records its folder when none is set.
@@ -57,12 +51,13 @@ if [ "$WINDOW" = 1 ]; then
     echo "== Se abre la ventana sobre $ACTIVE"
     exec "$ROOT/$BUILD_DIR/pendara" "$@"
 fi
+echo "== Empresa activa: $ACTIVE"
 
 echo "== Empresas consultadas"
 "$CLI" companies
 echo "== Cuentas pendientes antes del punteo"
 "$CLI" list --pending
-echo "== Punteo y grabación de todo el grupo"
+echo "== Punteo y grabación de todo el grupo (quedan en la lista las cuentas con saldo)"
 "$CLI" save-all --yes
 echo "== Cuentas pendientes después del punteo"
 "$CLI" list --pending

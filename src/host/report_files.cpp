@@ -125,23 +125,35 @@ void WriteReportXlsx(const ReportRequest& request, const std::string& path) {
     format_set_num_format(date, "dd/mm/yy");
     format_set_align(date, LXW_ALIGN_CENTER);
 
-    lxw_row_t r = 0;
-    worksheet_write_string(ws, r++, 0, request.title.c_str(), title);
-    if (!request.companyName.empty())
-        worksheet_write_string(ws, r++, 0, request.companyName.c_str(), nullptr);
-    if (!request.date.empty())
-        worksheet_write_string(ws, r++, 0, ("Fecha: " + request.date).c_str(), nullptr);
-    ++r;
     const std::size_t n = report.columns.size();
     std::vector<std::size_t> widths(n, 8);
-    for (std::size_t c = 0; c < n; ++c) {
-        worksheet_write_string(ws, r, static_cast<lxw_col_t>(c), report.columns[c].c_str(), header);
-        widths[c] = std::max(widths[c], report.columns[c].size() + 2);
-    }
-    worksheet_freeze_panes(ws, r + 1, 0);
-    ++r;
+    std::vector<lxw_worksheet*> sheets;
+    lxw_row_t r = 0;
+    // A report longer than a sheet's rows goes on in another sheet with the same heading.
+    auto startSheet = [&] {
+        std::string name = "Informe";
+        if (!sheets.empty()) name += " (" + std::to_string(sheets.size() + 1) + ")";
+        ws = sheets.empty() ? ws : workbook_add_worksheet(wb, name.c_str());
+        sheets.push_back(ws);
+        r = 0;
+        worksheet_write_string(ws, r++, 0, request.title.c_str(), title);
+        if (!request.companyName.empty())
+            worksheet_write_string(ws, r++, 0, request.companyName.c_str(), nullptr);
+        if (!request.date.empty())
+            worksheet_write_string(ws, r++, 0, ("Fecha: " + request.date).c_str(), nullptr);
+        ++r;
+        for (std::size_t c = 0; c < n; ++c) {
+            worksheet_write_string(ws, r, static_cast<lxw_col_t>(c), report.columns[c].c_str(),
+                                   header);
+            widths[c] = std::max(widths[c], report.columns[c].size() + 2);
+        }
+        worksheet_freeze_panes(ws, r + 1, 0);
+        ++r;
+    };
+    startSheet();
 
     for (const ReportLine& line : report.lines) {
+        if (r >= LXW_ROW_MAX) startSheet();
         switch (line.kind) {
             case ReportLineKind::Blank:
                 ++r;
@@ -175,10 +187,13 @@ void WriteReportXlsx(const ReportRequest& request, const std::string& path) {
         }
         ++r;
     }
-    for (std::size_t c = 0; c < n; ++c) {
-        double w = report.aligns[c] == ReportAlign::Amount ? 16 : static_cast<double>(widths[c]);
-        worksheet_set_column(ws, static_cast<lxw_col_t>(c), static_cast<lxw_col_t>(c), w, nullptr);
-    }
+    for (lxw_worksheet* sheet : sheets)
+        for (std::size_t c = 0; c < n; ++c) {
+            double w =
+                report.aligns[c] == ReportAlign::Amount ? 16 : static_cast<double>(widths[c]);
+            worksheet_set_column(sheet, static_cast<lxw_col_t>(c), static_cast<lxw_col_t>(c), w,
+                                 nullptr);
+        }
     lxw_error err = workbook_close(wb);
     if (err != LXW_NO_ERROR)
         throw std::runtime_error("no se pudo escribir la hoja de cálculo " + path + ": " +

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "host/catalogue.h"
@@ -67,6 +68,47 @@ std::string ChartFilter(const std::string& from, const std::string& to, const st
 
 }  // namespace
 
+void AppendAccountBody(std::string& text, const TextTable& x, std::int32_t n,
+                       const std::string& DesdeFecha, const std::string& HastaFecha, bool Show1,
+                       bool Show2, bool ShowApertura, bool Show0, double Minimo, double balance) {
+    std::vector<std::int16_t> processed(static_cast<std::size_t>(n) + 1, 0);
+    // Built at the first group, so that a report of open items only never pays for it.
+    std::optional<ReferenceChains> chains;
+    double total = 0;
+    bool gapPending = false;
+    std::string block;
+    for (std::int32_t r = 1; r <= n; ++r) {
+        const auto row = static_cast<std::size_t>(r);
+        const std::string& date = x(row, kDate);
+        if (date < DesdeFecha || date > HastaFecha) continue;
+        const std::string& mark = x(row, kMark);
+        if (mark == "1" || mark == "2") {
+            const bool wanted = mark == "1" ? Show1 : Show2;
+            if (!wanted) continue;
+            if (!chains) chains.emplace(x, n);
+            ProcessRef(r, processed, x, total, &*chains, n, mark == "1" ? 0.0 : Minimo, block);
+            if (!block.empty()) {
+                text += block;
+                gapPending = true;
+            }
+            continue;
+        }
+        if (!Show0) continue;
+        if (!ShowApertura && x(row, kClass) > "9") continue;
+        if (gapPending) {
+            text += kCrLf;
+            gapPending = false;
+        }
+        AppendUnmatchedLine(text, x, row);
+        total += ToDouble(x(row, kDebit)) + ToDouble(x(row, kCredit));
+    }
+    text += kCrLf;
+    AppendClosing(text, "Total", total);
+    AppendClosing(text, "Saldo según último balance", balance);
+    AppendClosing(text, "Diferencia", total - balance);
+    text += kCrLf;
+}
+
 void DoInforme(Pndra& w, const std::string& cuenta, const std::string& DesdeFecha,
                const std::string& HastaFecha, bool Show1, bool Show2, bool ShowApertura, bool Show0,
                double SaldoMinimo, double Minimo, std::string& text) {
@@ -100,40 +142,8 @@ void DoInforme(Pndra& w, const std::string& cuenta, const std::string& DesdeFech
     w.CompanyCount = 0;
     std::int32_t n = 0;
     const TextTable x = GetExtracto(w, w.ActiveCompanyFile, cuenta, n);
-    std::vector<std::int16_t> processed(static_cast<std::size_t>(n) + 1, 0);
-    const ReferenceChains chains(x, n);
-    double total = 0;
-    bool gapPending = false;
-    std::string block;
-    for (std::int32_t r = 1; r <= n; ++r) {
-        const auto row = static_cast<std::size_t>(r);
-        const std::string& date = x(row, kDate);
-        if (date < DesdeFecha || date > HastaFecha) continue;
-        const std::string& mark = x(row, kMark);
-        if (mark == "1" || mark == "2") {
-            const bool wanted = mark == "1" ? Show1 : Show2;
-            if (!wanted) continue;
-            ProcessRef(r, processed, x, total, &chains, n, mark == "1" ? 0.0 : Minimo, block);
-            if (!block.empty()) {
-                text += block;
-                gapPending = true;
-            }
-            continue;
-        }
-        if (!Show0) continue;
-        if (!ShowApertura && x(row, kClass) > "9") continue;
-        if (gapPending) {
-            text += kCrLf;
-            gapPending = false;
-        }
-        AppendUnmatchedLine(text, x, row);
-        total += ToDouble(x(row, kDebit)) + ToDouble(x(row, kCredit));
-    }
-    text += kCrLf;
-    AppendClosing(text, "Total", total);
-    AppendClosing(text, "Saldo según último balance", balance);
-    AppendClosing(text, "Diferencia", total - balance);
-    text += kCrLf;
+    AppendAccountBody(text, x, n, DesdeFecha, HastaFecha, Show1, Show2, ShowApertura, Show0, Minimo,
+                      balance);
 }
 
 void Informe_Click(Pndra& w) {

@@ -2,7 +2,10 @@
 // The open-items and matching report: asks its parameters, walks the chart of accounts of the
 // active company over the chosen range and hands the text to the host's report output.
 
+#include <cstdint>
 #include <string>
+
+#include "host/text_table.h"
 
 namespace pendara {
 
@@ -37,5 +40,11 @@ void Informe_Click(Pndra& w);
 void DoInforme(Pndra& w, const std::string& cuenta, const std::string& DesdeFecha,
                const std::string& HastaFecha, bool Show1, bool Show2, bool ShowApertura, bool Show0,
                double SaldoMinimo, double Minimo, std::string& text);
+
+// The part of DoInforme after the extract is loaded: appends the body lines of rows 1..n of the
+// extract and the closing lines (total, balance, difference) to `text`.
+void AppendAccountBody(std::string& text, const TextTable& x, std::int32_t n,
+                       const std::string& DesdeFecha, const std::string& HastaFecha, bool Show1,
+                       bool Show2, bool ShowApertura, bool Show0, double Minimo, double balance);
 
 }  // namespace pendara
