@@ -18,8 +18,9 @@ class StartupTest : public testing::SettingsTest {
         SettingsTest::SetUp();
         y24 = l.Company("E4", "Empresa", 2024);
         y25 = l.Company("E5", "Empresa", 2025, y24);
-        l.Accounts(y25, {{"4000000001", "Proveedor"}, {"4300000001", "Pagado"},
-                         {"4300000002", "Sin apuntes"}});
+        l.Accounts(
+            y25,
+            {{"4000000001", "Proveedor"}, {"4300000001", "Pagado"}, {"4300000002", "Sin apuntes"}});
         l.Entries(y24, {{"4300000001", "15/12/24", "1", "Fra. 12", 1, 100.0}});
         l.Entries(y25, {{"4300000001", "20/02/25", "2", "Cobro Fra. 12", 2, -100.0},
                         {"4000000001", "20/02/25", "3", "Fra. 5", 2, -10.0}});
