@@ -100,5 +100,32 @@ TEST_F(StartupTest, PictureDoubleClickAndKeyTwoSaveTheActiveAccount) {
     EXPECT_EQ(cancel, 0);
 }
 
+TEST_F(StartupTest, ListKeysEightAndThirteenBothClearTheGridsAndFillTheList) {
+    Form_Load(w);
+    for (int key : {13, 8}) {
+        w.SGrid1.SetCell(1, 5, "RF-1");
+        w.List2.Clear();
+        Toolbar1_Click(w, key);
+        EXPECT_EQ(w.SGrid1.Cell(1, 5), "") << key;
+        EXPECT_GT(w.List2.ListCount(), 0) << key;
+    }
+    // Each use alternates the kind: full list first, then the pending one.
+    EXPECT_FALSE(w.PendingOnly);
+    EXPECT_EQ(w.List2.ListCount(), 2);
+}
+
+TEST_F(StartupTest, ReportAndConfigurationKeysOpenTheirDialogs) {
+    Form_Load(w);
+    port.QueueParameters(
+        [](const std::string&, ParameterValues&, const ParameterKinds&) { return false; });
+    Toolbar1_Click(w, 12);
+    port.QueueParameters(
+        [](const std::string&, ParameterValues&, const ParameterKinds&) { return false; });
+    Toolbar1_Click(w, 25);
+    EXPECT_EQ(port.parameterCaptions.size(), 2u);
+    EXPECT_TRUE(port.AllAnswersUsed());
+    EXPECT_TRUE(port.reports.empty());
+}
+
 }  // namespace
 }  // namespace pendara
