@@ -50,11 +50,11 @@ const FieldDef* LeadingField(const std::string& text, const FileCatalogue& catal
     return best;
 }
 
-std::string CheckValue(const std::string& expression, const FilterCondition& c) {
+void CheckValue(const std::string& expression, const FilterCondition& c) {
     if (c.op == FilterOp::Like) {
         if (c.field->type == FieldType::Date || c.field->type == FieldType::Number)
             Bad(expression, std::string("\"like\" no se aplica al campo ") + c.field->name);
-        return c.value;
+        return;
     }
     switch (c.field->type) {
         case FieldType::Date:
@@ -68,7 +68,6 @@ std::string CheckValue(const std::string& expression, const FilterCondition& c) 
         case FieldType::Text:
             break;
     }
-    return c.value;
 }
 
 // The literal start of a pattern and the first text above every text that starts with it.

@@ -2,6 +2,8 @@
 
 #include <cmath>
 #include <filesystem>
+#include <mutex>
+#include <set>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -12,6 +14,34 @@
 #include "host/store.h"
 
 namespace pendara {
+
+namespace {
+
+// The files this process is changing through a cursor. A second cursor of the same process that
+// starts changing one of them would wait on its own first cursor until the busy timeout: it is
+// refused at once instead.
+std::mutex writersMutex;
+std::set<std::string> writers;
+
+std::string FileIdentity(const std::string& path) {
+    std::error_code ec;
+    std::filesystem::path p = std::filesystem::weakly_canonical(path, ec);
+    return ec ? path : p.string();
+}
+
+void ClaimForWriting(const std::string& path) {
+    std::lock_guard<std::mutex> lock(writersMutex);
+    if (!writers.insert(FileIdentity(path)).second)
+        throw HostError("El fichero " + path +
+                        " ya se está modificando con otro cursor abierto de este programa");
+}
+
+void ReleaseForWriting(const std::string& path) {
+    std::lock_guard<std::mutex> lock(writersMutex);
+    writers.erase(FileIdentity(path));
+}
+
+}  // namespace
 
 // The cursor steps one SQL statement over the selection, ordered by the order key and then the
 // record number, so that it can always be re-established just after (or at) a known record:
@@ -143,7 +173,15 @@ struct QvFileControl2::Impl {
         bool wasSingle = cur == &single;
         scan = Stmt();
         single.Reset();
-        db->Exec("BEGIN IMMEDIATE");
+        cur = nullptr;
+        eof = true;
+        ClaimForWriting(db->path());
+        try {
+            db->Exec("BEGIN IMMEDIATE");
+        } catch (...) {
+            ReleaseForWriting(db->path());
+            throw;
+        }
         inTransaction = true;
         if (wasSingle) {
             single.Bind(1, id);
@@ -236,22 +274,23 @@ struct QvFileControl2::Impl {
         order = nullptr;
         if (db && inTransaction) {
             inTransaction = false;
+            ReleaseForWriting(db->path());
             if (commit) {
                 try {
                     db->Exec("COMMIT");
                 } catch (...) {
-                    sqlite3_rollback_quietly();
+                    RollbackQuietly();
                     db.reset();
                     throw;
                 }
             } else {
-                sqlite3_rollback_quietly();
+                RollbackQuietly();
             }
         }
         db.reset();
     }
 
-    void sqlite3_rollback_quietly() {
+    void RollbackQuietly() {
         try {
             db->Exec("ROLLBACK");
         } catch (...) {

@@ -5,6 +5,12 @@
 #include <cstring>
 #include <filesystem>
 
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <sys/vfs.h>
+#endif
+
 #include "host/conversions.h"
 #include "host/errors.h"
 #include "host/paths.h"
@@ -42,6 +48,33 @@ std::size_t CharLength(unsigned char c) {
     if ((c & 0xF0) == 0xE0) return 3;
     if ((c & 0xF8) == 0xF0) return 4;
     return 1;
+}
+
+// WAL keeps its index in shared memory, which processes on different machines do not share:
+// on a network folder every file uses the rollback journal instead.
+bool OnNetworkFolder(const std::string& path) {
+#ifdef _WIN32
+    if (path.rfind("\\\\", 0) == 0 || path.rfind("//", 0) == 0) return true;
+    std::error_code ec;
+    std::filesystem::path root = std::filesystem::absolute(path, ec).root_path();
+    return !ec && GetDriveTypeW(root.wstring().c_str()) == DRIVE_REMOTE;
+#else
+    struct statfs fs {};
+    std::string folder = FolderOf(path);
+    if (::statfs(folder.empty() ? "." : folder.c_str(), &fs) != 0) return false;
+    switch (static_cast<unsigned long>(fs.f_type)) {
+        case 0x6969UL:      // NFS
+        case 0x517BUL:      // SMB
+        case 0xFF534D42UL:  // CIFS
+        case 0xFE534D42UL:  // SMB2
+        case 0x564C0000UL:  // NCP
+        case 0x65735546UL:  // FUSE (sshfs and the like)
+        case 0x01021997UL:  // 9P
+            return true;
+        default:
+            return false;
+    }
+#endif
 }
 
 }  // namespace
@@ -210,10 +243,13 @@ Db::Db(const std::string& path, Mode mode) : path_(path) {
         // WAL needs shared memory on a local disk; where it is refused the journal mode stays
         // the rollback journal, which is safe everywhere.
         bool wal = false;
-        try {
-            Stmt st(*this, "PRAGMA journal_mode=WAL");
-            wal = st.Step() && EqualsNoCase(st.Text(0), "wal");
-        } catch (const HostError&) {
+        if (!OnNetworkFolder(path)) {
+            try {
+                Stmt st(*this, "PRAGMA journal_mode=WAL");
+                wal = st.Step() && EqualsNoCase(st.Text(0), "wal");
+            } catch (const HostError&) {
+                // refused: the rollback journal below
+            }
         }
         if (!wal) Exec("PRAGMA journal_mode=DELETE");
         Exec("PRAGMA synchronous=FULL");

@@ -10,6 +10,7 @@
 #include "host/demo.h"
 #include "host/errors.h"
 #include "host/qv_ole70.h"
+#include "host/settings.h"
 #include "support/ledger.h"
 
 namespace pendara {
@@ -141,8 +142,10 @@ TEST(Demo, SameSeedSameDataAndBalancedYears) {
     EXPECT_NE(ReadEntries(GenerateDemo(o).companies[2]), ReadEntries(r1.companies[2]));
 }
 
+class QvdataTool : public testing::SettingsTest {};
+
 // The command-line tool end to end: a malformed file imports nothing and exits non-zero.
-TEST(QvdataTool, CreateImportExportCounter) {
+TEST_F(QvdataTool, CreateImportExportCounter) {
     testing::TempDir d;
     auto run = [&](const std::string& args) {
         std::string cmd = std::string(QVDATA_EXE) + " " + args + " > " + d.file("out.txt") +
@@ -172,6 +175,16 @@ TEST(QvdataTool, CreateImportExportCounter) {
     EXPECT_EQ(read("out.txt"), "41\n");
     EXPECT_EQ(run("create-company " + qvt + " --code E1 --name Otra --year 2025"), 1);
     EXPECT_EQ(run("create-company " + d.file("X.QVT") + " --code E --year 2025"), 2);
+    std::ofstream(d.file("plan.csv")) << "Nivel;Cuenta;Descripcion\n2;43;Clientes\n"
+                                         "0;4300000001;\"Cliente; uno\"\n";
+    ASSERT_EQ(run("import-chart " + qvt + " " + d.file("plan.csv")), 0);
+    std::vector<ChartAccount> chart = ReadAccounts(qvt);
+    ASSERT_EQ(chart.size(), 2u);
+    EXPECT_EQ(chart[1].nombre, "Cliente; uno");
+    EXPECT_EQ(chart[0].nivel, 2);
+    ASSERT_EQ(run("set-active " + d.file("emp.qvt")), 0);  // found without regard to case
+    ResetSettingsBackends();
+    EXPECT_EQ(GetRegValue("Active").text(), qvt);
     EXPECT_EQ(run("demo --help"), 0);
     EXPECT_NE(read("out.txt").find("--no-key"), std::string::npos);
 }

@@ -378,6 +378,28 @@ TEST_F(FileControlTest, AnotherProcessReadsAndThenWritesWhileAChangeIsOpen) {
     EXPECT_EQ(all[1].referencia, "RF-501");
 }
 
+TEST_F(FileControlTest, SecondWriterInTheSameProcessIsRefusedAtOnce) {
+    QvFileControl2 first, second;
+    first.OpenFile(entries, "");
+    first.GoToRecord(recs[0]);
+    first.Edit();
+    second.OpenFile(ledger.File("EXTRAE1.qvd"), "");
+    second.GoToRecord(recs[1]);
+    try {
+        second.Edit();
+        ADD_FAILURE();
+    } catch (const HostError& e) {
+        EXPECT_NE(e.description().find("otro cursor"), std::string::npos);
+    }
+    first.CloseFile();
+    second.GoToRecord(recs[1]);
+    second.Edit();
+    second.PutField(7, 0, "1");
+    second.Update();
+    second.CloseFile();
+    EXPECT_EQ(ledger.Read(company)[1].marca, "1");
+}
+
 TEST(StoreValues, DatesAndNumbers) {
     EXPECT_EQ(ParseDayFirstDate("15/03/25"), 20250315);
     EXPECT_EQ(ParseDayFirstDate("15/03/1999"), 19990315);
