@@ -18,8 +18,9 @@ struct Result {
     std::string out;
 };
 
-Result RunCli(const std::string& args, const std::string& input) {
-    std::string cmd = "printf '" + input + "' | " + PENDARA_CLI_EXE + " " + args + " 2>/dev/null";
+Result RunCli(const std::string& args, const std::string& input, bool withErrors = false) {
+    std::string cmd = "printf '" + input + "' | " + PENDARA_CLI_EXE + " " + args +
+                      (withErrors ? " 2>&1" : " 2>/dev/null");
     Result r;
     FILE* p = ::popen(cmd.c_str(), "r");
     if (!p) return r;
@@ -62,6 +63,14 @@ TEST_F(CmdMatchTest, MissingKeyOrAccountExitNonZero) {
     EXPECT_NE(RunCli("match 4300000001", "").status, 0);  // no key typed
     Result res = RunCli("match", "");
     EXPECT_EQ(res.status, 2);
+}
+
+TEST_F(CmdMatchTest, HostFailureIsShownAndEndsWithError) {
+    // No active company in the settings: the host refuses the empty company path.
+    Result res = RunCli("match 4300000001", "", true);
+    EXPECT_EQ(res.status, 1);
+    EXPECT_NE(res.out.find("Pendara: "), std::string::npos) << res.out;
+    EXPECT_EQ(("\n" + res.out).find("\n1\t"), std::string::npos);  // no grid printed
 }
 
 }  // namespace
