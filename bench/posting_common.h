@@ -13,7 +13,8 @@ namespace pendara::bench {
 class Scratch {
   public:
     Scratch() {
-        std::string tmpl = (std::filesystem::temp_directory_path() / "pendara-bench-XXXXXX").string();
+        std::string tmpl =
+            (std::filesystem::temp_directory_path() / "pendara-bench-XXXXXX").string();
         path_ = ::mkdtemp(tmpl.data());
         ::setenv("QUORVEX_HOME", (path_ / "home").c_str(), 1);
         ResetSettingsBackends();

@@ -19,9 +19,8 @@ void BM_FixRef(benchmark::State& state) {
     std::vector<EntryRecord> entries;
     entries.reserve(rows);
     for (std::size_t i = 0; i < rows; ++i)
-        entries.push_back({"43" + std::to_string(10000000 + i % 500), "15/01/25",
-                           std::to_string(i), "Fra. " + std::to_string(i),
-                           i % 2 ? 1 : 2, i % 2 ? 10.0 : -10.0});
+        entries.push_back({"43" + std::to_string(10000000 + i % 500), "15/01/25", std::to_string(i),
+                           "Fra. " + std::to_string(i), i % 2 ? 1 : 2, i % 2 ? 10.0 : -10.0});
     AddEntries(company, entries);
 
     // Half the rows matched (balanced or not), half left open.

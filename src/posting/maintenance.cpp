@@ -18,9 +18,9 @@ namespace {
 constexpr const char* kFixedAccount = "4300000138";
 
 // Runs the record loop on the entries file of every company of the list, in list order.
-void ForEachCompany(Pndra& w, const std::function<void(QvFileControl2&)>& loop,
-                    const std::function<void(const std::string&, const std::string&)>& before =
-                        nullptr) {
+void ForEachCompany(
+    Pndra& w, const std::function<void(QvFileControl2&)>& loop,
+    const std::function<void(const std::string&, const std::string&)>& before = nullptr) {
     for (int i = 0; i < w.List1.ListCount(); ++i) {
         std::string path = w.ConsultedFiles.at(static_cast<std::size_t>(w.List1.ItemData(i)));
         if (Trim(path).empty()) continue;

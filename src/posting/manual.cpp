@@ -45,10 +45,9 @@ void Punteo_Click(Pndra& w) {
     // the active company (catalogue index 0) is the one meant.
     int selected = w.List1.ListIndex();
     std::int32_t k = selected >= 0 ? w.List1.ItemData(selected) : 0;
-    const std::string company =
-        k >= 0 && static_cast<std::size_t>(k) < w.ConsultedFiles.size()
-            ? w.ConsultedFiles[static_cast<std::size_t>(k)]
-            : std::string();
+    const std::string company = k >= 0 && static_cast<std::size_t>(k) < w.ConsultedFiles.size()
+                                    ? w.ConsultedFiles[static_cast<std::size_t>(k)]
+                                    : std::string();
     PVporImportes(w, company, w.CTA.text());
     w.newref.setText(NewReference(w));
 }

@@ -28,8 +28,7 @@ std::int32_t CellInteger(const std::string& text) {
 }
 
 [[noreturn]] void SaveFailed(Pndra& w, const std::string& description) {
-    w.port.MsgBox(std::string(kSaveFailureText) + "\n" + description, kVbOKOnly | kVbCritical,
-                  "");
+    w.port.MsgBox(std::string(kSaveFailureText) + "\n" + description, kVbOKOnly | kVbCritical, "");
     throw ProgramEnd{1};
 }
 
@@ -100,8 +99,8 @@ TextTable FixRef(Pndra& w, TextTable& datos) {
             }
             cursor.PutFieldByName("Marca", mark);
             cursor.Update();
-            if (r % 100 == 0) w.UpdateGauge(static_cast<std::int32_t>(r),
-                                            static_cast<std::int32_t>(lastRow));
+            if (r % 100 == 0)
+                w.UpdateGauge(static_cast<std::int32_t>(r), static_cast<std::int32_t>(lastRow));
         }
         for (std::size_t k = 1; k <= companies; ++k)
             cursors[k]->CloseFile();

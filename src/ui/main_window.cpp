@@ -121,33 +121,65 @@ void Ayuda_Click(Pndra& w) {
 void Toolbar1_Click(Pndra& w, int key) {
     bool mode = false;
     switch (key) {
-        case 80: Buscaanterior(w); break;
-        case 20: BuscaSig_Click(w); break;
-        case 23: w.port.MsgBox(Ver_empresas(w), kVbInformation, kCompaniesTitle); break;
-        case 78: ClearSelectedAccount(w); break;
-        case 17: GroupSaveRun(w); break;
-        case 25: Informe_Click(w); break;
+        case 80:
+            Buscaanterior(w);
+            break;
+        case 20:
+            BuscaSig_Click(w);
+            break;
+        case 23:
+            w.port.MsgBox(Ver_empresas(w), kVbInformation, kCompaniesTitle);
+            break;
+        case 78:
+            ClearSelectedAccount(w);
+            break;
+        case 17:
+            GroupSaveRun(w);
+            break;
+        case 25:
+            Informe_Click(w);
+            break;
         case 8:
         case 13:
             ClearGrids(w);
             Carga_cuentas(w, mode);
             break;
-        case 12: ConfigurarPunteo(w); break;
-        case 112: Ayuda_Click(w); break;
-        case 2: GrabaRef_Click(w); break;
-        case 21: w.StopRequested = true; break;
-        default: break;
+        case 12:
+            ConfigurarPunteo(w);
+            break;
+        case 112:
+            Ayuda_Click(w);
+            break;
+        case 2:
+            GrabaRef_Click(w);
+            break;
+        case 21:
+            w.StopRequested = true;
+            break;
+        default:
+            break;
     }
 }
 
 void Toolbar2_Click(Pndra& w, int key) {
     switch (key) {
-        case 117: revisarsaldos_Click(w); break;
-        case 25: PresentaDetalle(w); break;
-        case 17: GrabaRef_Click(w); break;
-        case 78: DeshacerRef_Click(w); break;
-        case 2: Toolbar1_Click(w, 2); break;
-        default: break;
+        case 117:
+            revisarsaldos_Click(w);
+            break;
+        case 25:
+            PresentaDetalle(w);
+            break;
+        case 17:
+            GrabaRef_Click(w);
+            break;
+        case 78:
+            DeshacerRef_Click(w);
+            break;
+        case 2:
+            Toolbar1_Click(w, 2);
+            break;
+        default:
+            break;
     }
 }
 

@@ -23,8 +23,9 @@ class GroupCommandsTest : public testing::SettingsTest {
         y23 = l.Company("E3", "Empresa", 2023);
         y24 = l.Company("E4", "Empresa", 2024, y23);
         y25 = l.Company("E5", "Empresa", 2025, y24);
-        l.Accounts(y25, {{"4300000001", "Pagado"}, {"4300000002", "Abierto"},
-                         {"4300000003", "Pagado tarde"}});
+        l.Accounts(
+            y25,
+            {{"4300000001", "Pagado"}, {"4300000002", "Abierto"}, {"4300000003", "Pagado tarde"}});
         l.Entries(y24, {{"4300000003", "10/05/24", "1", "Fra. 77", 1, 80.0}});
         l.Entries(y25, {{"4300000001", "15/01/25", "1", "Fra. 12", 1, 100.0},
                         {"4300000001", "20/02/25", "2", "Cobro Fra. 12", 2, -100.0},

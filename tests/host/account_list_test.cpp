@@ -68,10 +68,10 @@ TEST_F(AccountListTest, FullListHasEveryPostingAccountInCodeOrderAndAlternates) 
     bool mode = false;
     Carga_cuentas(w, mode);
     EXPECT_TRUE(mode);
-    EXPECT_EQ(Entries(), (std::vector<std::string>{
-                             "4300000001 Abierta", "4300000002 Saldo cero",
-                             "4300000003 Referenciada", "4300000004 Casi cero",
-                             "4300000005 Minusculas", "4300000006 Marcada", "5720000001 Banco"}));
+    EXPECT_EQ(Entries(), (std::vector<std::string>{"4300000001 Abierta", "4300000002 Saldo cero",
+                                                   "4300000003 Referenciada",
+                                                   "4300000004 Casi cero", "4300000005 Minusculas",
+                                                   "4300000006 Marcada", "5720000001 Banco"}));
     EXPECT_TRUE(w.CurrentCode.empty());  // the full list does not touch the entries file
     Carga_cuentas(w, mode);
     EXPECT_FALSE(mode);

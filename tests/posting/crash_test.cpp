@@ -11,7 +11,6 @@
 
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <random>
 #include <string>
@@ -76,8 +75,8 @@ Group MakeGroup(const fs::path& root) {
     fs::create_directories(g.data);
     fs::create_directories(g.home);
     // Without access keys nobody needs to answer; the same seed gives the same group each time.
-    Child c = Spawn({QVDATA_EXE, "demo", g.data, "--no-key", "--entries-per-year", "1500"},
-                    g.home, "/dev/null");
+    Child c = Spawn({QVDATA_EXE, "demo", g.data, "--no-key", "--entries-per-year", "1500"}, g.home,
+                    "/dev/null");
     if (Wait(c) != 0) throw std::runtime_error("qvdata demo falló");
     return g;
 }
@@ -155,9 +154,8 @@ TEST(GroupSaveCrash, KilledRunLeavesEveryFileReadableAndEachCompanySaveWholeOrAb
         for (const auto& [key, rows] : now) {
             const bool untouched = rows == before.at(key);
             const bool complete = rows == after.at(key);
-            EXPECT_TRUE(untouched || complete)
-                << std::get<0>(key) << " cuenta " << std::get<1>(key) << " lado "
-                << std::get<2>(key);
+            EXPECT_TRUE(untouched || complete) << std::get<0>(key) << " cuenta " << std::get<1>(key)
+                                               << " lado " << std::get<2>(key);
         }
     }
 }

@@ -19,7 +19,7 @@ using testing::Ledger;
 // A grid row: record, date, entry, description, reference, amount, company, mark.
 void PutRow(TextTable& t, std::size_t r, std::int32_t record, const std::string& ref,
             const std::string& amount, int company, const std::string& mark) {
-    const std::string cells[] = {std::to_string(record), "01/02/25", "1", "Fra. 1", ref, amount,
+    const std::string cells[] = {std::to_string(record),  "01/02/25", "1", "Fra. 1", ref, amount,
                                  std::to_string(company), mark};
     for (std::size_t c = 0; c < 8; ++c)
         t.at(r, c + 1) = cells[c];
@@ -28,7 +28,7 @@ void PutRow(TextTable& t, std::size_t r, std::int32_t record, const std::string&
 void PutRow(Grid& g, int r, std::int32_t record, const std::string& ref, const std::string& amount,
             int company) {
     if (g.Rows() < r) g.SetRows(r);
-    const std::string cells[] = {std::to_string(record), "01/02/25", "1", "Fra. 1", ref, amount,
+    const std::string cells[] = {std::to_string(record),  "01/02/25", "1", "Fra. 1", ref, amount,
                                  std::to_string(company), "0"};
     for (int c = 0; c < 8; ++c)
         g.SetCell(r, c + 1, cells[c]);
@@ -40,10 +40,10 @@ class SaveTest : public testing::SettingsTest {
         SettingsTest::SetUp();
         y24 = l.Company("E4", "Empresa", 2024);
         y25 = l.Company("E5", "Empresa", 2025, y24);
-        r25 = l.Entries(y25, {{"4300000001", "15/01/25", "1", "Fra. 1", 1, 100.0, "", "", "", "",
-                               "vieja"},
-                              {"4300000001", "20/02/25", "2", "Cobro", 2, -60.0},
-                              {"4300000001", "21/02/25", "3", "Cobro", 2, -40.0}});
+        r25 = l.Entries(
+            y25, {{"4300000001", "15/01/25", "1", "Fra. 1", 1, 100.0, "", "", "", "", "vieja"},
+                  {"4300000001", "20/02/25", "2", "Cobro", 2, -60.0},
+                  {"4300000001", "21/02/25", "3", "Cobro", 2, -40.0}});
         r24 = l.Entries(y24, {{"4300000001", "15/01/24", "1", "Fra. 0", 1, 75.0},
                               {"4300000002", "15/01/24", "2", "Otra", 1, 5.0}});
         l.SetActive(y25);

@@ -18,8 +18,9 @@ class StartupTest : public testing::SettingsTest {
         SettingsTest::SetUp();
         y24 = l.Company("E4", "Empresa", 2024);
         y25 = l.Company("E5", "Empresa", 2025, y24);
-        l.Accounts(y25, {{"4000000001", "Proveedor"}, {"4300000001", "Pagado"},
-                         {"4300000002", "Sin apuntes"}});
+        l.Accounts(
+            y25,
+            {{"4000000001", "Proveedor"}, {"4300000001", "Pagado"}, {"4300000002", "Sin apuntes"}});
         l.Entries(y24, {{"4300000001", "15/12/24", "1", "Fra. 12", 1, 100.0}});
         l.Entries(y25, {{"4300000001", "20/02/25", "2", "Cobro Fra. 12", 2, -100.0},
                         {"4000000001", "20/02/25", "3", "Fra. 5", 2, -10.0}});
@@ -97,6 +98,33 @@ TEST_F(StartupTest, PictureDoubleClickAndKeyTwoSaveTheActiveAccount) {
     int cancel = 1;
     Form_QueryUnload(w, cancel, 2);
     EXPECT_EQ(cancel, 0);
+}
+
+TEST_F(StartupTest, ListKeysEightAndThirteenBothClearTheGridsAndFillTheList) {
+    Form_Load(w);
+    for (int key : {13, 8}) {
+        w.SGrid1.SetCell(1, 5, "RF-1");
+        w.List2.Clear();
+        Toolbar1_Click(w, key);
+        EXPECT_EQ(w.SGrid1.Cell(1, 5), "") << key;
+        EXPECT_GT(w.List2.ListCount(), 0) << key;
+    }
+    // Each use alternates the kind: full list first, then the pending one.
+    EXPECT_FALSE(w.PendingOnly);
+    EXPECT_EQ(w.List2.ListCount(), 2);
+}
+
+TEST_F(StartupTest, ReportAndConfigurationKeysOpenTheirDialogs) {
+    Form_Load(w);
+    port.QueueParameters(
+        [](const std::string&, ParameterValues&, const ParameterKinds&) { return false; });
+    Toolbar1_Click(w, 12);
+    port.QueueParameters(
+        [](const std::string&, ParameterValues&, const ParameterKinds&) { return false; });
+    Toolbar1_Click(w, 25);
+    EXPECT_EQ(port.parameterCaptions.size(), 2u);
+    EXPECT_TRUE(port.AllAnswersUsed());
+    EXPECT_TRUE(port.reports.empty());
 }
 
 }  // namespace

@@ -17,6 +17,11 @@ int Run(const std::vector<std::string>& args) {
     s.Load();
     s.SelectAccountQuietly(account);
     s.Event([&] { Toolbar1_Click(s.window(), 78); });
+    // The reload sets the active account; without it the question was answered No.
+    if (s.window().CTA.text().empty()) {
+        std::cerr << "No se ha borrado nada.\n";
+        return 1;
+    }
     PrintGrids(std::cout, s.window());
     return 0;
 }

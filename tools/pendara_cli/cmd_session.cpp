@@ -44,9 +44,9 @@ Session::Session(bool assumeYes, std::string commandLine)
 
 void Session::Load() {
     if (Trim(GetRegValue("Active").text()).empty())
-        throw HostError(
-            "no hay empresa activa: el valor \"Active\" del registro está vacío en " +
-            QuorvexHome() + " (cree una con \"qvdata demo CARPETA\" o márquela con qvdata)");
+        throw HostError("no hay empresa activa: el valor \"Active\" del registro está vacío en " +
+                        QuorvexHome() +
+                        " (cree una con \"qvdata demo CARPETA\" o márquela con qvdata)");
     Event([this] { Form_Load(*window_); });
 }
 
