@@ -125,7 +125,6 @@ MainWindow::~MainWindow() {
     // The gauge belongs to the port, which outlives the window.
     if (gauge_) gauge_->setParent(nullptr);
     port_.SetParentWidget(nullptr);
-    delete background_;
 }
 
 QWidget* MainWindow::statusPicture(int i) const {
@@ -446,10 +445,9 @@ void MainWindow::paintEvent(QPaintEvent*) {
     const TwipRect& r = layout_[Ctl::Background];
     QRect place(TwipsToPixels(r.left, dpi_), TwipsToPixels(r.top, dpi_),
                 TwipsToPixels(r.width, dpi_), TwipsToPixels(r.height, dpi_));
-    if (!background_ || background_->size() != place.size())
-        background_ = (delete background_, new QPixmap(BackgroundPicture(place.size())));
+    if (background_.size() != place.size()) background_ = BackgroundPicture(place.size());
     QPainter p(this);
-    p.drawPixmap(place.topLeft(), *background_);
+    p.drawPixmap(place.topLeft(), background_);
 }
 
 bool MainWindow::eventFilter(QObject* watched, QEvent* event) {

@@ -2,6 +2,7 @@
 // The main window "Punteo automático de cuentas": draws the window state (Pndra) at the design
 // places, follows the resize rules, and turns gestures into calls of the handlers.
 
+#include <QPixmap>
 #include <QWidget>
 #include <array>
 #include <cstdint>
@@ -116,7 +117,7 @@ class MainWindow : public QWidget {
     QToolBar* toolbar1_ = nullptr;
     QToolBar* toolbar2_ = nullptr;
     GaugeWidget* gauge_ = nullptr;
-    QPixmap* background_ = nullptr;
+    QPixmap background_;  // drawn once per size
 
     // Versions last drawn, per watched control.
     std::vector<std::pair<Observable*, std::uint64_t>> seen_;
