@@ -3,6 +3,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialog>
+#include <QFileDialog>
 #include <QImage>
 #include <QInputDialog>
 #include <QLabel>
@@ -173,6 +174,23 @@ TEST(ParameterDialog, CancelLeavesTheValuesAsTheyWere) {
     };
     EXPECT_FALSE(port.ParameterDialog("Configuración de Punteo", values, kinds, nullptr));
     EXPECT_EQ(values, before);
+}
+
+TEST(SaveFile, TheChosenPathOrEmptyWhenCancelled) {
+    QtPort port;
+    QString suggested;
+    port.onDialog = [&](QDialog& d) {
+        auto& f = static_cast<QFileDialog&>(d);
+        EXPECT_EQ(f.acceptMode(), QFileDialog::AcceptSave);
+        suggested = f.selectedFiles().value(0);
+        f.selectFile(QStringLiteral("/tmp/informe-prueba.pdf"));
+        d.accept();
+    };
+    EXPECT_EQ(port.AskSaveFile("Guardar informe", "informe.pdf", "PDF (*.pdf)"),
+              "/tmp/informe-prueba.pdf");
+    EXPECT_TRUE(suggested.endsWith(QStringLiteral("informe.pdf")));
+    port.onDialog = [](QDialog& d) { d.reject(); };
+    EXPECT_EQ(port.AskSaveFile("Guardar informe", "informe.pdf", "PDF (*.pdf)"), "");
 }
 
 TEST(ReportView, PagesAreLaidOutWithQtFontsAndDrawn) {
