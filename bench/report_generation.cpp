@@ -126,7 +126,7 @@ void BM_ReportAllAccounts(benchmark::State& state) {
     state.counters["report_MB"] = static_cast<double>(d.report.size()) / 1e6;
 }
 
-// Part 1: per account, a fresh server opens the company and reads balance and title.
+// Opening: per account, a fresh server opens the company and reads balance and title.
 void BM_PartOpening(benchmark::State& state) {
     Data& d = GetData();
     ScriptedPort port;
@@ -154,7 +154,7 @@ void BM_PartOpening(benchmark::State& state) {
     Counters(state, d, clock);
 }
 
-// Part 2: per account, the extract over the three years.
+// Extract: per account, the extract over the three years.
 void BM_PartExtract(benchmark::State& state) {
     Data& d = GetData();
     ScriptedPort port;
@@ -178,7 +178,7 @@ void BM_PartExtract(benchmark::State& state) {
     state.counters["rows"] = static_cast<double>(rows);
 }
 
-// Part 3: per account, the text from the loaded extract (loading not timed).
+// Text: per account, the text from the loaded extract (loading not timed).
 void BM_PartText(benchmark::State& state) {
     Data& d = GetData();
     ScriptedPort port;
