@@ -17,6 +17,7 @@ int Run(const std::vector<std::string>& args) {
     s.Load();
     s.FillList(mask, a.flag("--pending"));
     s.StopOnInterrupt();
+    s.LabelProgressWithAccount();
     s.Event([&] { Toolbar1_Click(s.window(), 17); });
     PrintList(std::cout, s.window());
     return 0;

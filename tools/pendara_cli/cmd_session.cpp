@@ -91,6 +91,19 @@ void Session::SelectAccountQuietly(const std::string& account) {
     window_->List2.onClick = std::move(click);
 }
 
+void Session::LabelProgressWithAccount() {
+    auto* bar = dynamic_cast<ConsoleGauge*>(&port_.Gauge());
+    if (!bar) return;
+    Pndra& w = *window_;
+    auto click = std::move(w.List2.onClick);
+    w.List2.onClick = [&w, bar, click] {
+        const std::string& entry = w.List2.List(w.List2.ListIndex());
+        bar->SetLabel("(" + std::to_string(w.List2.ListIndex() + 1) + ") " +
+                      entry.substr(0, entry.find(' ')));
+        if (click) click();
+    };
+}
+
 void Session::StopOnInterrupt() {
     interrupted.store(false);
     std::signal(SIGINT, OnInterrupt);

@@ -30,6 +30,8 @@ class Session {
     // The same selection without running the list click.
     void SelectAccountQuietly(const std::string& account);
 
+    // The progress bar on the terminal names the account in progress and how many are left.
+    void LabelProgressWithAccount();
     // Ctrl-C sets the stop request of the window at its next chance to see events.
     void StopOnInterrupt();
 
