@@ -9,7 +9,7 @@ PACKAGES=(
     googletest libgtest-dev libgmock-dev libbenchmark-dev
     qt6-base-dev libgl-dev
     fonts-dejavu-core xkb-data
-    xvfb xauth imagemagick poppler-utils x11-apps
+    xvfb xauth imagemagick poppler-utils x11-apps unzip
 )
 
 missing=()

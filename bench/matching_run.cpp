@@ -1,0 +1,177 @@
+// The account matching run over demo data: one customer account with about 20,000 entries over a
+// chain of three years, and the same run cut into its stages (reading the extract, matching by
+// reference text, matching by amounts).
+
+#include <benchmark/benchmark.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <memory>
+
+#include "host/catalogue.h"
+#include "host/company_file.h"
+#include "host/demo.h"
+#include "host/paths.h"
+#include "host/qv_file_control.h"
+#include "host/settings.h"
+#include "matching/amount_matching.h"
+#include "matching/check_ref.h"
+#include "matching/extract.h"
+#include "matching/matching_run.h"
+#include "matching/references.h"
+#include "ui/pndra.h"
+#include "ui/scripted_port.h"
+
+namespace pendara {
+namespace {
+
+constexpr const char* kAccount = "4300000001";
+
+// The demo groups are made once per machine and reused: one customer and one supplier, so that
+// the customer account carries about a quarter of all entries (28,000 entries a year give the
+// customer about 20,000 over the three years).
+struct Data {
+    std::vector<std::string> companies;
+    explicit Data(int perYear) {
+        auto root = std::filesystem::temp_directory_path() / "pendara-bench-matching-run";
+        ::setenv("QUORVEX_HOME", (root / "home").c_str(), 1);
+        ResetSettingsBackends();
+        auto folder = root / (perYear == 28000 ? "data" : "data" + std::to_string(perYear));
+        const int years = 3;
+        for (int y = 0; y < years; ++y)
+            companies.push_back((folder / ("DEMO" + std::to_string(2023 + y) + ".QVT")).string());
+        if (std::filesystem::exists(companies.back())) return;
+        std::filesystem::remove_all(folder);
+        DemoOptions o;
+        o.folder = folder.string();
+        o.accounts = 2;
+        o.entriesPerYear = perYear;
+        o.years = years;
+        o.withKey = false;
+        companies = GenerateDemo(o).companies;
+    }
+};
+
+Data& TheData(int perYear = 28000) {
+    static std::map<int, std::unique_ptr<Data>> sets;
+    auto& d = sets[perYear];
+    if (!d) d = std::make_unique<Data>(perYear);
+    return *d;
+}
+
+struct Window {
+    ScriptedPort port;
+    Pndra w{port};
+    explicit Window(int perYear = 28000) {
+        w.ActiveCompanyFile = TheData(perYear).companies.back();
+        w.FirstCompanyFile = TheData(perYear).companies.front();
+        w.gauge.SetSurface(&port.gauge);
+    }
+};
+
+// How the run grows with the account: about 5,000, 10,000 and 20,000 entries.
+void BM_PVporImportesBySize(benchmark::State& state) {
+    Window win(static_cast<int>(state.range(0)));
+    for (auto _ : state)
+        PVporImportes(win.w, win.w.ActiveCompanyFile, kAccount);
+    state.counters["entries"] = win.w.SGrid1.Rows() + win.w.SGrid2.Rows();
+}
+BENCHMARK(BM_PVporImportesBySize)
+    ->Arg(7000)
+    ->Arg(14000)
+    ->Arg(28000)
+    ->Unit(benchmark::kMillisecond)
+    ->MinTime(2);
+
+void BM_PVporImportes(benchmark::State& state) {
+    Window win;
+    for (auto _ : state)
+        PVporImportes(win.w, win.w.ActiveCompanyFile, kAccount);
+    state.counters["debe"] = win.w.SGrid1.Rows();
+    state.counters["haber"] = win.w.SGrid2.Rows();
+}
+BENCHMARK(BM_PVporImportes)->Unit(benchmark::kMillisecond)->MinTime(3);
+
+void BM_GetExtracto(benchmark::State& state) {
+    Window win;
+    std::int32_t count = 0;
+    for (auto _ : state) {
+        win.w.CompanyCount = 0;
+        benchmark::DoNotOptimize(GetExtracto(win.w, win.w.ActiveCompanyFile, kAccount, count));
+    }
+    state.counters["rows"] = count;
+}
+BENCHMARK(BM_GetExtracto)->Unit(benchmark::kMillisecond)->MinTime(3);
+
+// The extract with the invoice numbers of the descriptions, as the run matches it.
+TextTable PreparedExtract(Window& win) {
+    std::int32_t count = 0;
+    win.w.CompanyCount = 0;
+    TextTable t = GetExtracto(win.w, win.w.ActiveCompanyFile, kAccount, count);
+    for (std::int32_t i = 1; i <= count; ++i)
+        if (t(i, 11).empty()) t(i, 11) = NumberFromDescription(t(i, 4), " Fra");
+    return t;
+}
+
+void BM_CheckRef(benchmark::State& state) {
+    Window win;
+    TextTable prepared = PreparedExtract(win);
+    for (auto _ : state) {
+        TextTable t = prepared;
+        CheckRef(t);
+        benchmark::DoNotOptimize(t);
+    }
+}
+BENCHMARK(BM_CheckRef)->Unit(benchmark::kMillisecond)->MinTime(3);
+
+void BM_SplitByAmountsOnAccount(benchmark::State& state) {
+    Window win;
+    TextTable t = PreparedExtract(win);
+    CheckRef(t);
+    int groups = 0;
+    for (auto _ : state) {
+        std::vector<AmountItem> d(1), c(1);
+        int next = 0;
+        SplitByAmounts(t, d, c, {[&] { return "RF-" + std::to_string(++next); }, {}});
+        groups = next;
+    }
+    state.counters["groups"] = groups;
+}
+BENCHMARK(BM_SplitByAmountsOnAccount)->Unit(benchmark::kMillisecond)->MinTime(3);
+
+void BM_NewReference(benchmark::State& state) {
+    Window win;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(NewReference(win.w));
+}
+BENCHMARK(BM_NewReference)->Unit(benchmark::kMicrosecond);
+
+// The two host operations each reference costs.
+void BM_CounterIncrement(benchmark::State& state) {
+    const std::string first = TheData().companies.front();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(IncrementCounter(first));
+}
+BENCHMARK(BM_CounterIncrement)->Unit(benchmark::kMicrosecond);
+
+void BM_EntriesLookup(benchmark::State& state) {
+    Window win;
+    const std::string file =
+        FolderOf(win.w.ActiveCompanyFile) + "Extra" + CompanyCode(win.w.ActiveCompanyFile) + ".qvd";
+    for (auto _ : state) {
+        QvFileControl2 c;
+        c.OpenFile(file, "");
+        c.MoveFirst();
+        c.SetFilter("Referencia punteo =RF-1");
+        c.MoveFirst();
+        benchmark::DoNotOptimize(c.GetRecordCount());
+        c.CloseFile();
+    }
+}
+BENCHMARK(BM_EntriesLookup)->Unit(benchmark::kMicrosecond);
+
+}  // namespace
+}  // namespace pendara
+
+BENCHMARK_MAIN();

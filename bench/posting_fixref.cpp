@@ -1,0 +1,50 @@
+// FixRef writing a grid of 100,000 rows into one company's entries file.
+
+#include <benchmark/benchmark.h>
+
+#include "host/company_store.h"
+#include "posting/save.h"
+#include "posting_common.h"
+#include "ui/pndra.h"
+#include "ui/scripted_port.h"
+
+namespace pendara {
+namespace {
+
+void BM_FixRef(benchmark::State& state) {
+    const auto rows = static_cast<std::size_t>(state.range(0));
+    bench::Scratch scratch;
+    const std::string company = scratch.file("EMPB1.QVT");
+    CreateCompany(company, CompanySpec{"B1", "Banco de pruebas", 2025, "", ""});
+    std::vector<EntryRecord> entries;
+    entries.reserve(rows);
+    for (std::size_t i = 0; i < rows; ++i)
+        entries.push_back({"43" + std::to_string(10000000 + i % 500), "15/01/25", std::to_string(i),
+                           "Fra. " + std::to_string(i), i % 2 ? 1 : 2, i % 2 ? 10.0 : -10.0});
+    AddEntries(company, entries);
+
+    // Half the rows matched (balanced or not), half left open.
+    TextTable datos(rows + 1, 9);
+    for (std::size_t r = 1; r <= rows; ++r) {
+        datos.at(r, 1) = std::to_string(entries[r - 1].registro);
+        datos.at(r, 5) = r % 2 ? "RF-" + std::to_string(r / 4) : std::to_string(r);
+        datos.at(r, 6) = "10,00";
+        datos.at(r, 7) = "1";
+        datos.at(r, 8) = r % 4 == 1 ? "1" : (r % 4 == 3 ? "2" : "0");
+    }
+    ScriptedPort port;
+    Pndra w(port);
+    w.CompanyCount = 1;
+    w.EntryFiles = {"", EntriesFileOf(company)};
+    std::size_t open = 0;
+    for (auto _ : state)
+        open = static_cast<std::size_t>(FixRef(w, datos).upperRow());
+    state.counters["open_rows"] = static_cast<double>(open);
+    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * rows));
+}
+BENCHMARK(BM_FixRef)->Arg(100000)->Unit(benchmark::kMillisecond)->Iterations(3);
+
+}  // namespace
+}  // namespace pendara
+
+BENCHMARK_MAIN();

@@ -1,0 +1,206 @@
+#include "host/company_store.h"
+
+#include <sqlite3.h>
+
+#include <filesystem>
+
+#include "host/company_file.h"
+#include "host/conversions.h"
+#include "host/errors.h"
+#include "host/paths.h"
+#include "host/store.h"
+
+namespace pendara {
+
+namespace {
+
+// Above this many new entries on an empty file the indexes are rebuilt once at the end, which
+// is several times faster than keeping them up to date row by row.
+constexpr std::size_t kBulkRows = 100000;
+
+
+std::string ExistingDataFile(const std::string& path) {
+    std::error_code ec;
+    if (!std::filesystem::is_regular_file(path, ec))
+        throw HostError("No existe el fichero de datos " + path);
+    return path;
+}
+
+}  // namespace
+
+std::string EntriesFileOf(const std::string& companyFile, const std::string& code) {
+    return ResolveFileName(FolderOf(companyFile) + "extra" + code + ".qvd");
+}
+
+std::string ChartFileOf(const std::string& companyFile, const std::string& code) {
+    return ResolveFileName(FolderOf(companyFile) + "Planc" + code + ".qvd");
+}
+
+std::string EntriesFileOf(const std::string& companyFile) {
+    std::string file = ExistingCompanyFile(companyFile);
+    return EntriesFileOf(file, ReadCompanyCode(file));
+}
+
+std::string ChartFileOf(const std::string& companyFile) {
+    std::string file = ExistingCompanyFile(companyFile);
+    return ChartFileOf(file, ReadCompanyCode(file));
+}
+
+void CreateCompany(const std::string& companyFile, const CompanySpec& spec) {
+    std::error_code ec;
+    if (std::filesystem::exists(companyFile, ec))
+        throw HostError("El fichero de empresa " + companyFile + " ya existe");
+    CompanyHeader h;
+    h.code = spec.code;
+    h.name = spec.name;
+    h.year = spec.year;
+    h.previous = PreviousLink(companyFile, spec.previous);
+    SetAccessKey(h, spec.key);
+    std::string folder = FolderOf(companyFile);
+    if (!folder.empty()) std::filesystem::create_directories(folder, ec);
+    // The data files first: a company file is only there once its data files are.
+    CreateDataFile(folder + "extra" + spec.code + ".qvd", FileKind::Entries);
+    CreateDataFile(folder + "Planc" + spec.code + ".qvd", FileKind::Chart);
+    CreateCompanyFile(companyFile, h);
+}
+
+void AddAccounts(const std::string& companyFile, const std::vector<ChartAccount>& accounts) {
+    Db db(ExistingDataFile(ChartFileOf(companyFile)), Db::Mode::ReadWrite);
+    db.Exec("BEGIN IMMEDIATE");
+    try {
+        Stmt st(db, "INSERT INTO accounts(cuenta, nombre, nivel) VALUES (?, ?, ?)");
+        for (const ChartAccount& a : accounts) {
+            st.Reset();
+            st.Bind(1, std::string_view(a.cuenta));
+            st.Bind(2, std::string_view(a.nombre));
+            st.Bind(3, static_cast<std::int64_t>(a.nivel));
+            st.Run();
+        }
+        db.Exec("COMMIT");
+    } catch (...) {
+        db.Exec("ROLLBACK");
+        throw;
+    }
+}
+
+struct EntryWriter::Impl {
+    Db db;
+    Stmt insert;
+    bool bulk = false;
+    bool done = false;
+    explicit Impl(const std::string& file) : db(file, Db::Mode::ReadWrite) {}
+};
+
+EntryWriter::EntryWriter(const std::string& companyFile, bool bulk)
+    : impl_(std::make_unique<Impl>(ExistingDataFile(EntriesFileOf(companyFile)))) {
+    Impl& m = *impl_;
+    m.db.Exec("BEGIN IMMEDIATE");
+    if (bulk) {
+        Stmt any(m.db, "SELECT 1 FROM entries LIMIT 1");
+        if (!any.Step()) {
+            m.bulk = true;
+            m.db.Exec("DROP INDEX IF EXISTS entries_cuenta");
+            m.db.Exec("DROP INDEX IF EXISTS entries_cuenta_fecha");
+            m.db.Exec("DROP INDEX IF EXISTS entries_referencia");
+        }
+    }
+    m.insert = Stmt(m.db,
+                    "INSERT INTO entries(cuenta, fecha, campo2, asiento, descripcion, debe_haber,"
+                    " importe, marca, tipo, campo14, campo22, referencia)"
+                    " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
+}
+
+EntryWriter::~EntryWriter() {
+    if (!impl_->done) {
+        impl_->insert = Stmt();
+        try {
+            impl_->db.Exec("ROLLBACK");
+        } catch (...) {
+            // closing the connection rolls back what is left
+        }
+    }
+}
+
+std::int32_t EntryWriter::Add(const EntryRecord& e) {
+    std::int32_t date = 0;
+    if (!Trim(e.fecha).empty()) {
+        std::optional<std::int32_t> d = ParseDayFirstDate(e.fecha);
+        if (!d) throw HostError("Fecha incorrecta \"" + e.fecha + "\" en un apunte de " + e.cuenta);
+        date = *d;
+    }
+    Stmt& st = impl_->insert;
+    st.Reset();
+    st.Bind(1, std::string_view(e.cuenta));
+    st.Bind(2, static_cast<std::int64_t>(date));
+    st.Bind(3, std::string_view(e.campo2));
+    st.Bind(4, std::string_view(e.asiento));
+    st.Bind(5, std::string_view(e.descripcion));
+    st.Bind(6, static_cast<std::int64_t>(e.debeHaber));
+    st.Bind(7, e.importe);
+    st.Bind(8, std::string_view(e.marca));
+    st.Bind(9, std::string_view(e.tipo));
+    st.Bind(10, std::string_view(e.campo14));
+    st.Bind(11, std::string_view(e.campo22));
+    st.Bind(12, std::string_view(e.referencia));
+    st.Run();
+    return static_cast<std::int32_t>(sqlite3_last_insert_rowid(impl_->db.handle()));
+}
+
+void EntryWriter::Commit() {
+    Impl& m = *impl_;
+    m.insert = Stmt();
+    if (m.bulk)
+        for (const char* sql : EntryIndexSql())
+            m.db.Exec(sql);
+    m.db.Exec("COMMIT");
+    m.done = true;
+}
+
+void AddEntries(const std::string& companyFile, std::vector<EntryRecord>& entries) {
+    for (std::size_t i = 0; i < entries.size(); ++i)
+        if (!Trim(entries[i].fecha).empty() && !ParseDayFirstDate(entries[i].fecha))
+            throw HostError("Apunte " + std::to_string(i + 1) + ": fecha incorrecta \"" +
+                            entries[i].fecha + "\"");
+    EntryWriter writer(companyFile, entries.size() >= kBulkRows);
+    for (EntryRecord& e : entries)
+        e.registro = writer.Add(e);
+    writer.Commit();
+}
+
+std::vector<EntryRecord> ReadEntries(const std::string& companyFile, const std::string& account) {
+    Db db(ExistingDataFile(EntriesFileOf(companyFile)), Db::Mode::ReadWrite);
+    Stmt st(db, std::string("SELECT id, cuenta, fecha, campo2, asiento, descripcion, debe_haber,"
+                            " importe, marca, tipo, campo14, campo22, referencia FROM entries") +
+                    (account.empty() ? "" : " WHERE cuenta = ?") + " ORDER BY id");
+    if (!account.empty()) st.Bind(1, std::string_view(account));
+    std::vector<EntryRecord> out;
+    while (st.Step()) {
+        EntryRecord e;
+        e.registro = static_cast<std::int32_t>(st.Int(0));
+        e.cuenta = st.Text(1);
+        e.fecha = DayFirstText(static_cast<std::int32_t>(st.Int(2)));
+        e.campo2 = st.Text(3);
+        e.asiento = st.Text(4);
+        e.descripcion = st.Text(5);
+        e.debeHaber = static_cast<std::int32_t>(st.Int(6));
+        e.importe = st.Real(7);
+        e.marca = st.Text(8);
+        e.tipo = st.Text(9);
+        e.campo14 = st.Text(10);
+        e.campo22 = st.Text(11);
+        e.referencia = st.Text(12);
+        out.push_back(std::move(e));
+    }
+    return out;
+}
+
+std::vector<ChartAccount> ReadAccounts(const std::string& companyFile) {
+    Db db(ExistingDataFile(ChartFileOf(companyFile)), Db::Mode::ReadWrite);
+    Stmt st(db, "SELECT cuenta, nombre, nivel FROM accounts ORDER BY id");
+    std::vector<ChartAccount> out;
+    while (st.Step())
+        out.push_back({st.Text(0), st.Text(1), static_cast<std::int32_t>(st.Int(2))});
+    return out;
+}
+
+}  // namespace pendara

@@ -1,0 +1,301 @@
+// Pages of a report: heading, column titles, body and page number, positioned in points.
+
+#include <algorithm>
+#include <numeric>
+
+#include "host/report_output.h"
+
+namespace pendara {
+
+namespace {
+
+constexpr double kTitleSize = 14;
+constexpr double kCompanySize = 10;
+constexpr double kDateSize = 9;
+constexpr double kBodySize = 8;
+constexpr double kSectionSize = 9;
+constexpr double kFooterSize = 7;
+constexpr double kLineHeight = 11;
+constexpr double kBlankHeight = 5;
+constexpr double kColumnGap = 8;
+constexpr const char* kEllipsis = "\xE2\x80\xA6";
+
+// Length of the UTF-8 sequence that starts with byte b.
+std::size_t SequenceLength(unsigned char b) {
+    return b < 0x80 ? 1 : (b >> 5) == 0x6 ? 2 : (b >> 4) == 0xE ? 3 : (b >> 3) == 0x1E ? 4 : 1;
+}
+
+class Layouter {
+  public:
+    Layouter(const ReportRequest& request, const ReportPageSize& size,
+             const ReportTextMeasure& measure)
+        : report_(ParseReport(request)), request_(request), measure_(measure) {
+        layout_.size = size;
+        bodyBottom_ = size.height - size.margin - 10;
+    }
+
+    ReportLayout Run() {
+        SizeColumns();
+        NewPage();
+        for (std::size_t i = 0; i < report_.lines.size(); ++i)
+            Place(report_.lines[i]);
+        AddPageNumbers();
+        return std::move(layout_);
+    }
+
+  private:
+    double Width(const std::string& t, ReportFontStyle s, double size) const {
+        return t.empty() ? 0 : measure_(t, s, size);
+    }
+
+    // Cuts a text to a width, ending it in an ellipsis when anything was cut.
+    std::string Fit(const std::string& t, ReportFontStyle s, double size, double width) const {
+        if (Width(t, s, size) <= width) return t;
+        // Ends of the code points, so a cut never splits a character.
+        std::vector<std::size_t> ends;
+        for (std::size_t i = 0; i < t.size();) {
+            i = std::min(t.size(), i + SequenceLength(static_cast<unsigned char>(t[i])));
+            ends.push_back(i);
+        }
+        // The longest prefix that fits with the ellipsis, by bisection.
+        std::size_t lo = 0, hi = ends.size();
+        while (lo < hi) {
+            std::size_t mid = (lo + hi + 1) / 2;
+            if (Width(t.substr(0, ends[mid - 1]) + kEllipsis, s, size) <= width)
+                lo = mid;
+            else
+                hi = mid - 1;
+        }
+        return (lo == 0 ? std::string() : t.substr(0, ends[lo - 1])) + kEllipsis;
+    }
+
+    void SizeColumns() {
+        const std::size_t n = report_.columns.size();
+        const ReportPageSize& size = layout_.size;
+        const double available =
+            size.width - 2 * size.margin - kColumnGap * static_cast<double>(n > 0 ? n - 1 : 0);
+        std::vector<double> need(n, 0);
+        for (std::size_t c = 0; c < n; ++c) {
+            need[c] = Width(report_.columns[c], ReportFontStyle::Bold, kBodySize);
+            if (report_.aligns[c] == ReportAlign::Amount)
+                need[c] =
+                    std::max(need[c], Width("-999.999.999,99", ReportFontStyle::Bold, kBodySize));
+        }
+        for (const ReportLine& line : report_.lines) {
+            if (line.kind != ReportLineKind::Row && line.kind != ReportLineKind::Summary) continue;
+            const auto style = line.kind == ReportLineKind::Summary ? ReportFontStyle::Bold
+                                                                    : ReportFontStyle::Regular;
+            for (std::size_t c = 0; c < n; ++c)
+                need[c] = std::max(need[c], Width(line.cells[c], style, kBodySize));
+        }
+        std::vector<double> width = need;
+        const double total = std::accumulate(need.begin(), need.end(), 0.0);
+        std::vector<std::size_t> flexible;
+        for (std::size_t c = 0; c < n; ++c)
+            if (report_.aligns[c] == ReportAlign::Left) flexible.push_back(c);
+        if (flexible.empty())
+            for (std::size_t c = 0; c < n; ++c)
+                flexible.push_back(c);
+        if (total <= available && n > 0) {
+            // Room to spare goes to the widest text column (the description).
+            std::size_t widest =
+                *std::max_element(flexible.begin(), flexible.end(),
+                                  [&](auto a, auto b) { return need[a] < need[b]; });
+            width[widest] += available - total;
+        } else if (n > 0) {
+            double fixed = 0, flex = 0;
+            for (std::size_t c = 0; c < n; ++c)
+                (std::find(flexible.begin(), flexible.end(), c) != flexible.end() ? flex : fixed) +=
+                    need[c];
+            double room = available - fixed;
+            if (room < 30.0 * static_cast<double>(flexible.size())) {
+                // Even the fixed columns do not fit: shrink everything alike.
+                for (double& w : width)
+                    w *= available / total;
+            } else {
+                // Text columns share what is left, each at most what it needs; the long ones
+                // give up most.
+                std::vector<std::size_t> order = flexible;
+                std::sort(order.begin(), order.end(),
+                          [&](auto a, auto b) { return need[a] < need[b]; });
+                std::size_t left = order.size();
+                for (std::size_t c : order) {
+                    double share = room / static_cast<double>(left);
+                    width[c] = std::min(need[c], share);
+                    room -= width[c];
+                    --left;
+                }
+            }
+        }
+        double x = size.margin;
+        for (std::size_t c = 0; c < n; ++c) {
+            layout_.columnX.push_back(x);
+            layout_.columnWidth.push_back(width[c]);
+            x += width[c] + kColumnGap;
+        }
+    }
+
+    LaidPage& Page() { return layout_.pages.back(); }
+
+    void Text(double x, double y, std::string t, ReportFontStyle s, double size) {
+        Page().texts.push_back(LaidText{x, y, std::move(t), s, size});
+    }
+
+    void Rule(double y, double width) {
+        const ReportPageSize& size = layout_.size;
+        Page().rules.push_back(LaidRule{size.margin, y, size.width - size.margin, y, width});
+    }
+
+    // Draws a text in a column by the column's alignment; numbers always stand to the right.
+    void Cell(std::size_t c, double y, const std::string& t, ReportFontStyle s, bool numeric) {
+        if (t.empty()) return;
+        const double x0 = layout_.columnX[c];
+        const double w = layout_.columnWidth[c];
+        std::string fitted = Fit(t, s, kBodySize, w);
+        const double tw = Width(fitted, s, kBodySize);
+        ReportAlign a = report_.aligns[c];
+        if (numeric) a = ReportAlign::Right;
+        double x = x0;
+        if (a == ReportAlign::Right || a == ReportAlign::Amount)
+            x = x0 + w - tw;
+        else if (a == ReportAlign::Centre || a == ReportAlign::Date)
+            x = x0 + (w - tw) / 2;
+        Text(x, y, std::move(fitted), s, kBodySize);
+    }
+
+    void NewPage() {
+        layout_.pages.emplace_back();
+        const ReportPageSize& size = layout_.size;
+        const double right = size.width - size.margin;
+        const double textWidth = size.width - 2 * size.margin;
+        double y = size.margin + kTitleSize;
+        const std::string date = request_.date.empty() ? "" : "Fecha: " + request_.date;
+        const double dateWidth = Width(date, ReportFontStyle::Regular, kDateSize);
+        Text(size.margin, y,
+             Fit(request_.title, ReportFontStyle::Bold, kTitleSize, textWidth - dateWidth - 12),
+             ReportFontStyle::Bold, kTitleSize);
+        if (!date.empty()) Text(right - dateWidth, y, date, ReportFontStyle::Regular, kDateSize);
+        y += kCompanySize + 6;
+        if (!request_.companyName.empty())
+            Text(size.margin, y,
+                 Fit(request_.companyName, ReportFontStyle::Regular, kCompanySize, textWidth),
+                 ReportFontStyle::Regular, kCompanySize);
+        y += 7;
+        Rule(y, 1);
+        y += kLineHeight + 2;
+        for (std::size_t c = 0; c < report_.columns.size(); ++c)
+            Cell(c, y, report_.columns[c], ReportFontStyle::Bold, false);
+        y += 4;
+        Rule(y, 0.5);
+        y_ = y + kLineHeight;
+        atTop_ = true;
+    }
+
+    bool Fits(double height) const { return y_ + height <= bodyBottom_ + kLineHeight; }
+
+    // Starts a new page when `height` more points do not fit; a section that continues gets
+    // its heading repeated.
+    void Need(double height) {
+        if (Fits(height)) return;
+        NewPage();
+        if (!section_.empty()) {
+            Text(layout_.size.margin, y_,
+                 Fit(section_ + " (continuación)", ReportFontStyle::Italic, kSectionSize,
+                     layout_.size.width - 2 * layout_.size.margin),
+                 ReportFontStyle::Italic, kSectionSize);
+            y_ += kLineHeight + 2;
+        }
+    }
+
+    void Place(const ReportLine& line) {
+        const ReportPageSize& size = layout_.size;
+        switch (line.kind) {
+            case ReportLineKind::Blank:
+                if (atTop_) return;
+                y_ += kBlankHeight;
+                return;
+            case ReportLineKind::Section: {
+                section_.clear();
+                // A heading keeps at least two lines of its account with it.
+                Need(kLineHeight * 3 + 4);
+                if (!atTop_) y_ += 4;
+                Text(size.margin, y_,
+                     Fit(line.heading, ReportFontStyle::Bold, kSectionSize,
+                         size.width - 2 * size.margin),
+                     ReportFontStyle::Bold, kSectionSize);
+                Page().rules.push_back(
+                    LaidRule{size.margin, y_ + 3, size.width - size.margin, y_ + 3, 0.3});
+                y_ += kLineHeight + 3;
+                section_ = line.heading;
+                break;
+            }
+            case ReportLineKind::SubSection:
+                Need(kLineHeight * 2);
+                Text(size.margin + 6, y_,
+                     Fit(line.heading, ReportFontStyle::Italic, kBodySize,
+                         size.width - 2 * size.margin - 6),
+                     ReportFontStyle::Italic, kBodySize);
+                y_ += kLineHeight;
+                break;
+            case ReportLineKind::Row:
+            case ReportLineKind::Summary: {
+                Need(kLineHeight);
+                const auto style = line.kind == ReportLineKind::Summary ? ReportFontStyle::Bold
+                                                                        : ReportFontStyle::Regular;
+                for (std::size_t c = 0; c < line.cells.size(); ++c)
+                    Cell(c, y_, line.cells[c], style, IsNumericCell(report_, line, c));
+                y_ += kLineHeight;
+                break;
+            }
+        }
+        atTop_ = false;
+    }
+
+    void AddPageNumbers() {
+        const std::size_t count = layout_.pages.size();
+        const ReportPageSize& size = layout_.size;
+        for (std::size_t p = 0; p < count; ++p) {
+            std::string t = "Página " + std::to_string(p + 1) + " de " + std::to_string(count);
+            const double w = Width(t, ReportFontStyle::Regular, kFooterSize);
+            const double y = size.height - size.margin + 12;
+            layout_.pages[p].texts.push_back(LaidText{(size.width - w) / 2, y, std::move(t),
+                                                      ReportFontStyle::Regular, kFooterSize});
+        }
+    }
+
+    ParsedReport report_;
+    const ReportRequest& request_;
+    const ReportTextMeasure& measure_;
+    ReportLayout layout_;
+    double y_ = 0;
+    double bodyBottom_ = 0;
+    bool atTop_ = true;
+    std::string section_;
+};
+
+}  // namespace
+
+double ApproximateTextWidth(const std::string& text, ReportFontStyle style, double size) {
+    double units = 0;
+    for (std::size_t i = 0; i < text.size();
+         i += SequenceLength(static_cast<unsigned char>(text[i]))) {
+        char c = text[i];
+        if (c == ' ' || c == '.' || c == ',' || c == 'i' || c == 'l' || c == 'j' || c == '\'')
+            units += 278;
+        else if (c >= '0' && c <= '9')
+            units += 556;
+        else if (c >= 'A' && c <= 'Z')
+            units += 667;
+        else
+            units += 500;
+    }
+    if (style == ReportFontStyle::Bold) units *= 1.06;
+    return units * size / 1000;
+}
+
+ReportLayout LayoutReport(const ReportRequest& request, const ReportPageSize& size,
+                          const ReportTextMeasure& measure) {
+    return Layouter(request, size, measure).Run();
+}
+
+}  // namespace pendara

@@ -1,0 +1,318 @@
+#include "host/report_output.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <stdexcept>
+#include <system_error>
+
+#include "host/conversions.h"
+#include "host/qv_library.h"
+
+namespace pendara {
+
+namespace {
+
+std::optional<std::string>& PresetFile() {
+    static std::optional<std::string> preset;
+    return preset;
+}
+
+ReportOutcome& Outcome() {
+    static ReportOutcome outcome;
+    return outcome;
+}
+
+bool IsFileDestination(std::int32_t d) {
+    return d >= kReportToPdf && d <= kReportToText;
+}
+
+std::vector<std::string> SplitOn(const std::string& s, char sep) {
+    std::vector<std::string> parts;
+    std::size_t start = 0;
+    for (;;) {
+        std::size_t end = s.find(sep, start);
+        parts.push_back(
+            s.substr(start, end == std::string::npos ? std::string::npos : end - start));
+        if (end == std::string::npos) break;
+        start = end + 1;
+    }
+    return parts;
+}
+
+ReportAlign AlignOf(const std::string& code) {
+    switch (static_cast<int>(LeadingNumber(code))) {
+        case 1:
+            return ReportAlign::Right;
+        case 2:
+            return ReportAlign::Centre;
+        case 3:
+            return ReportAlign::Amount;
+        case 5:
+            return ReportAlign::Date;
+        default:
+            return ReportAlign::Left;
+    }
+}
+
+bool IsDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+// A summary line has no first cell, a label and an amount as its last non-empty cell.
+bool LooksLikeSummary(const std::vector<std::string>& cells) {
+    if (cells.empty() || !cells[0].empty()) return false;
+    int filled = 0;
+    std::size_t lastFilled = 0;
+    for (std::size_t i = 0; i < cells.size(); ++i)
+        if (!cells[i].empty()) {
+            ++filled;
+            lastFilled = i;
+        }
+    return filled >= 2 && ReportAmount(cells[lastFilled]).has_value();
+}
+
+void WriteFile(const ReportRequest& request, std::int32_t destination, const std::string& path) {
+    switch (destination) {
+        case kReportToPdf:
+            WriteReportPdf(request, path);
+            break;
+        case kReportToCsv:
+            WriteReportCsv(request, path);
+            break;
+        case kReportToSpreadsheet:
+            WriteReportXlsx(request, path);
+            break;
+        default:
+            WriteReportText(request, path);
+            break;
+    }
+}
+
+// Writes beside the target and renames, so a failed write leaves any earlier file untouched.
+void WriteFileWhole(const ReportRequest& request, std::int32_t destination,
+                    const std::string& path) {
+    const std::string part = path + ".part" + ReportFileExtension(destination);
+    try {
+        WriteFile(request, destination, part);
+    } catch (...) {
+        std::error_code ec;
+        std::filesystem::remove(part, ec);
+        throw;
+    }
+    std::error_code ec;
+    std::filesystem::rename(part, path, ec);
+    if (ec) {
+        std::filesystem::remove(part, ec);
+        throw std::runtime_error("no se puede escribir " + path + ": " + ec.message());
+    }
+}
+
+}  // namespace
+
+const std::vector<std::string>& ReportDestinationNames() {
+    static const std::vector<std::string> names = {
+        "Pantalla",        "Impresora", "Archivo PDF", "Archivo CSV", "Hoja de cálculo (.xlsx)",
+        "Archivo de texto"};
+    return names;
+}
+
+std::string ReportFileExtension(std::int32_t destination) {
+    switch (destination) {
+        case kReportToPdf:
+            return ".pdf";
+        case kReportToCsv:
+            return ".csv";
+        case kReportToSpreadsheet:
+            return ".xlsx";
+        case kReportToText:
+            return ".txt";
+        default:
+            return "";
+    }
+}
+
+std::string ReportFileFilter(std::int32_t destination) {
+    switch (destination) {
+        case kReportToPdf:
+            return "PDF (*.pdf)";
+        case kReportToCsv:
+            return "CSV (*.csv)";
+        case kReportToSpreadsheet:
+            return "Hoja de cálculo (*.xlsx)";
+        case kReportToText:
+            return "Texto (*.txt)";
+        default:
+            return "";
+    }
+}
+
+void PresetReportFile(std::string path) {
+    PresetFile() = std::move(path);
+}
+
+const ReportOutcome& LastReportOutcome() {
+    return Outcome();
+}
+
+std::optional<double> ReportAmount(const std::string& text) {
+    std::string t = Trim(text);
+    std::size_t i = 0;
+    if (i < t.size() && t[i] == '-') ++i;
+    const std::size_t digitsStart = i;
+    while (i < t.size() && (IsDigit(t[i]) || t[i] == '.'))
+        ++i;
+    if (i == digitsStart) return std::nullopt;
+    // Groups of three after each thousands mark.
+    std::string integer = t.substr(digitsStart, i - digitsStart);
+    if (integer.front() == '.' || integer.back() == '.') return std::nullopt;
+    auto groups = SplitOn(integer, '.');
+    for (std::size_t g = 1; g < groups.size(); ++g)
+        if (groups[g].size() != 3 || groups[0].size() > 3) return std::nullopt;
+    if (i < t.size()) {
+        if (t[i] != ',') return std::nullopt;
+        ++i;
+        const std::size_t decimals = i;
+        while (i < t.size() && IsDigit(t[i]))
+            ++i;
+        if (i == decimals || i != t.size()) return std::nullopt;
+    }
+    return ToDouble(t);
+}
+
+ParsedReport ParseReport(const ReportRequest& request) {
+    ParsedReport report;
+    report.columns = SplitOn(request.columns, ',');
+    auto codes = SplitOn(request.alignments, ',');
+    for (std::size_t c = 0; c < report.columns.size(); ++c)
+        report.aligns.push_back(c < codes.size() ? AlignOf(codes[c]) : ReportAlign::Left);
+
+    const std::size_t ncols = report.columns.size();
+    std::vector<std::string> rawLines = SplitOn(request.text, '\n');
+    // The text's last line break ends the last line; it does not start another.
+    if (!rawLines.empty() && (rawLines.back().empty() || rawLines.back() == "\r"))
+        rawLines.pop_back();
+    for (std::string& raw : rawLines) {
+        if (!raw.empty() && raw.back() == '\r') raw.pop_back();
+        ReportLine line;
+        if (Trim(raw).empty()) {
+            line.kind = ReportLineKind::Blank;
+        } else if (raw[0] == '_') {
+            line.kind = ReportLineKind::Section;
+            line.heading = Trim(raw.substr(1));
+        } else if (raw[0] == '*') {
+            line.kind = ReportLineKind::SubSection;
+            line.heading = Trim(raw.substr(1));
+        } else {
+            auto fields = SplitOn(raw, '\t');
+            line.cells.assign(ncols, "");
+            for (std::size_t f = 0; f < fields.size(); ++f) {
+                std::string cell = Trim(fields[f]);
+                if (f < ncols) {
+                    line.cells[f] = std::move(cell);
+                } else if (!cell.empty() && ncols > 0) {
+                    // More fields than columns: keep them readable in the last column.
+                    std::string& lastCell = line.cells[ncols - 1];
+                    lastCell += lastCell.empty() ? cell : " " + cell;
+                }
+            }
+            line.kind =
+                LooksLikeSummary(line.cells) ? ReportLineKind::Summary : ReportLineKind::Row;
+        }
+        report.lines.push_back(std::move(line));
+    }
+    return report;
+}
+
+bool IsNumericCell(const ParsedReport& report, const ReportLine& line, std::size_t column) {
+    if (line.kind != ReportLineKind::Row && line.kind != ReportLineKind::Summary) return false;
+    if (column >= line.cells.size() || line.cells[column].empty()) return false;
+    if (!ReportAmount(line.cells[column])) return false;
+    if (column < report.aligns.size() && report.aligns[column] == ReportAlign::Amount) return true;
+    if (line.kind != ReportLineKind::Summary) return false;
+    for (std::size_t c = column + 1; c < line.cells.size(); ++c)
+        if (!line.cells[c].empty()) return false;
+    return true;
+}
+
+std::string Utf8ToCp1252(const std::string& text) {
+    static const std::pair<char32_t, unsigned char> kHigh[] = {
+        {0x20AC, 0x80}, {0x201A, 0x82}, {0x0192, 0x83}, {0x201E, 0x84}, {0x2026, 0x85},
+        {0x2020, 0x86}, {0x2021, 0x87}, {0x02C6, 0x88}, {0x2030, 0x89}, {0x0160, 0x8A},
+        {0x2039, 0x8B}, {0x0152, 0x8C}, {0x017D, 0x8E}, {0x2018, 0x91}, {0x2019, 0x92},
+        {0x201C, 0x93}, {0x201D, 0x94}, {0x2022, 0x95}, {0x2013, 0x96}, {0x2014, 0x97},
+        {0x02DC, 0x98}, {0x2122, 0x99}, {0x0161, 0x9A}, {0x203A, 0x9B}, {0x0153, 0x9C},
+        {0x017E, 0x9E}, {0x0178, 0x9F}};
+    std::string out;
+    out.reserve(text.size());
+    for (std::size_t i = 0; i < text.size();) {
+        auto b = static_cast<unsigned char>(text[i]);
+        std::size_t len = b < 0x80           ? 1
+                          : (b >> 5) == 0x6  ? 2
+                          : (b >> 4) == 0xE  ? 3
+                          : (b >> 3) == 0x1E ? 4
+                                             : 0;
+        bool valid = len != 0 && i + len <= text.size();
+        char32_t cp = len == 1 ? b : len == 2 ? b & 0x1F : len == 3 ? b & 0x0F : b & 0x07;
+        for (std::size_t k = 1; valid && k < len; ++k) {
+            auto cont = static_cast<unsigned char>(text[i + k]);
+            if ((cont & 0xC0) != 0x80) valid = false;
+            cp = (cp << 6) | (cont & 0x3F);
+        }
+        if (!valid) {
+            // Not UTF-8: a byte of an 8-bit text passes as it is.
+            out += static_cast<char>(b);
+            ++i;
+            continue;
+        }
+        i += len;
+        if (cp < 0x80 || (cp >= 0xA0 && cp <= 0xFF)) {
+            out += static_cast<char>(cp);
+            continue;
+        }
+        char mapped = '?';
+        for (const auto& [u, c] : kHigh)
+            if (u == cp) mapped = static_cast<char>(c);
+        out += mapped;
+    }
+    return out;
+}
+
+void QvLibrary::PrintReport(std::int32_t& destination, const std::string& title,
+                            const std::string& text, const std::string& date,
+                            const std::string& columns, const std::string& alignments,
+                            const std::string&, const std::string& companyName, std::int32_t&,
+                            const std::string&) {
+    ReportRequest request{destination, title, text, date, columns, alignments, companyName};
+    ReportOutcome& outcome = Outcome();
+    outcome = ReportOutcome{destination, "", "", false};
+
+    if (!IsFileDestination(destination)) {
+        port_.ShowReport(request, destination == kReportToPrinter ? ReportScreenTarget::Printer
+                                                                  : ReportScreenTarget::Preview);
+        return;
+    }
+
+    std::string path;
+    if (PresetFile()) {
+        path = *PresetFile();
+        PresetFile().reset();
+    } else {
+        const std::string ext = ReportFileExtension(destination);
+        path = port_.AskSaveFile(title, title + ext, ReportFileFilter(destination));
+        if (!path.empty() && !EndsWithNoCase(path, ext)) path += ext;
+    }
+    if (path.empty()) {
+        outcome.cancelled = true;
+        return;
+    }
+    try {
+        WriteFileWhole(request, destination, path);
+        outcome.file = path;
+    } catch (const std::exception& e) {
+        outcome.error = e.what();
+        port_.MsgBox("No se pudo guardar el informe en " + path + ":\r\n" + e.what(),
+                     kVbOKOnly + kVbExclamation, "");
+    }
+}
+
+}  // namespace pendara

@@ -1,0 +1,159 @@
+#pragma once
+// The host library's report output (QvLibrary::PrintReport): a TAB-separated report text with a
+// title, a date, column titles and a company name, rendered to the screen, the printer or a file.
+//
+// Destination codes (the "Salida a" choice of the report dialog, an item of kind 71 whose number
+// the dialog leaves in the item's label column):
+//   0 screen: a print preview from which the user may print or save (port.ShowReport, Preview)
+//   1 printer (port.ShowReport, Printer)
+//   2 PDF file
+//   3 CSV file: ";" separated, UTF-8 with a byte order mark, amounts as numbers with a decimal
+//     comma and no grouping (what a spreadsheet with Spanish settings reads as a number)
+//   4 spreadsheet file (.xlsx): amounts and dates are numeric cells
+//   5 plain text file: the report text with LF line ends
+// Any other code is shown on screen.
+//
+// Report text conventions the renderers understand:
+//   - lines end with CR LF (a bare LF is accepted), fields are separated by TAB;
+//   - a line starting with "_" is a section heading (one account): the rest of the line;
+//   - a line starting with "*" is a sub-heading (one reference group): the rest of the line;
+//   - an empty line is vertical space;
+//   - any other line gives one cell per report column, in order; a line with fewer fields
+//     whose label sits in the first columns and whose last field is an amount is a summary line
+//     (balances, totals), drawn in bold.
+// Alignment list: one number per column: 0 left, 1 right, 2 centred, 3 amount (right-aligned,
+// numeric in CSV and spreadsheet files), 5 date (centred; a real date in spreadsheet files).
+//
+// The page layout is toolkit-neutral: LayoutReport turns a request into pages of positioned
+// texts and rules, given the page size and a text measure. The PDF writer here and the Qt
+// preview and printer draw the same pages.
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ui/port.h"
+
+namespace pendara {
+
+inline constexpr std::int32_t kReportToScreen = 0;
+inline constexpr std::int32_t kReportToPrinter = 1;
+inline constexpr std::int32_t kReportToPdf = 2;
+inline constexpr std::int32_t kReportToCsv = 3;
+inline constexpr std::int32_t kReportToSpreadsheet = 4;
+inline constexpr std::int32_t kReportToText = 5;
+
+// The names the output choice offers, indexed by destination code.
+const std::vector<std::string>& ReportDestinationNames();
+// File ending (".pdf", ".csv", ".xlsx", ".txt") of a file destination; "" for screen and printer.
+std::string ReportFileExtension(std::int32_t destination);
+// The file filter handed to the save dialog ("PDF (*.pdf)", ...).
+std::string ReportFileFilter(std::int32_t destination);
+
+// A path for the next file destination, so that no save dialog is shown (the headless front
+// end sets it). Taken by the next PrintReport that writes a file.
+void PresetReportFile(std::string path);
+
+// What the last PrintReport did: the file written ("" when none) or why it failed.
+struct ReportOutcome {
+    std::int32_t destination = 0;
+    std::string file;
+    std::string error;  // "" when it worked or the user cancelled the save dialog
+    bool cancelled = false;
+};
+const ReportOutcome& LastReportOutcome();
+
+// --- The parsed report --------------------------------------------------------------------------
+
+enum class ReportAlign { Left, Right, Centre, Amount, Date };
+
+enum class ReportLineKind {
+    Blank,       // an empty line
+    Section,     // "_" line: heading of one account
+    SubSection,  // "*" line: heading of one reference group
+    Row,         // one cell per column
+    Summary,     // a row that carries a total or balance
+};
+
+struct ReportLine {
+    ReportLineKind kind = ReportLineKind::Blank;
+    std::string heading;             // Section and SubSection: the text without its mark
+    std::vector<std::string> cells;  // Row and Summary: trimmed fields, one per column
+};
+
+struct ParsedReport {
+    std::vector<std::string> columns;
+    std::vector<ReportAlign> aligns;  // one per column
+    std::vector<ReportLine> lines;
+};
+
+ParsedReport ParseReport(const ReportRequest& request);
+
+// Reads an amount as the report prints it (Spanish form, "1.234,56", blanks around); nullopt
+// when the text is not one.
+std::optional<double> ReportAmount(const std::string& text);
+// True when a cell is written as a number in CSV and spreadsheet files.
+bool IsNumericCell(const ParsedReport& report, const ReportLine& line, std::size_t column);
+
+// --- Page layout --------------------------------------------------------------------------------
+
+enum class ReportFontStyle { Regular, Bold, Italic };
+
+// Sizes and positions are in points (1/72 inch); y grows downwards from the top of the page and
+// a text's y is its baseline.
+struct ReportPageSize {
+    double width = 595.28;  // A4 portrait
+    double height = 841.89;
+    double margin = 36;
+};
+
+struct LaidText {
+    double x = 0;
+    double y = 0;
+    std::string text;  // UTF-8
+    ReportFontStyle style = ReportFontStyle::Regular;
+    double size = 8;
+};
+
+struct LaidRule {
+    double x1 = 0, y1 = 0, x2 = 0, y2 = 0;
+    double width = 0.5;
+};
+
+struct LaidPage {
+    std::vector<LaidText> texts;
+    std::vector<LaidRule> rules;
+};
+
+struct ReportLayout {
+    ReportPageSize size;
+    std::vector<double> columnX;      // left edge of each column
+    std::vector<double> columnWidth;  // width of each column
+    std::vector<LaidPage> pages;
+};
+
+// Width in points of a UTF-8 text in the given style and size.
+using ReportTextMeasure =
+    std::function<double(const std::string& text, ReportFontStyle style, double size)>;
+
+// Every page carries the heading (title, company, date), the column titles and its number
+// ("Página n de m"). Texts too wide for their column are cut and end in "…".
+ReportLayout LayoutReport(const ReportRequest& request, const ReportPageSize& size,
+                          const ReportTextMeasure& measure);
+
+// A rough measure for callers without fonts: Helvetica-like average widths.
+double ApproximateTextWidth(const std::string& text, ReportFontStyle style, double size);
+
+// --- File writers (throw std::runtime_error naming the file when it cannot be written) ---------
+
+void WriteReportPdf(const ReportRequest& request, const std::string& path);
+void WriteReportCsv(const ReportRequest& request, const std::string& path);
+void WriteReportXlsx(const ReportRequest& request, const std::string& path);
+void WriteReportText(const ReportRequest& request, const std::string& path);
+
+// UTF-8 to Windows-1252 (the PDF's WinAnsi encoding); characters it lacks become "?".
+std::string Utf8ToCp1252(const std::string& text);
+
+}  // namespace pendara

@@ -1,0 +1,400 @@
+#include "host/store.h"
+
+#include <sqlite3.h>
+
+#include <cstring>
+#include <filesystem>
+
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <sys/vfs.h>
+#endif
+
+#include "host/conversions.h"
+#include "host/errors.h"
+#include "host/paths.h"
+
+namespace pendara {
+
+namespace {
+
+// Long enough for another process to finish a save of one account.
+constexpr int kBusyTimeoutMs = 30000;
+
+const FieldDef* FindByName(const std::vector<FieldDef>& fields, std::string_view name) {
+    for (const FieldDef& f : fields)
+        if (EqualsNoCase(name, f.name) || (f.alias && EqualsNoCase(name, f.alias))) return &f;
+    return nullptr;
+}
+
+void LikeFunction(sqlite3_context* ctx, int, sqlite3_value** argv) {
+    const unsigned char* text = sqlite3_value_text(argv[0]);
+    const unsigned char* pattern = sqlite3_value_text(argv[1]);
+    if (!text || !pattern) {
+        sqlite3_result_int(ctx, 0);
+        return;
+    }
+    sqlite3_result_int(
+        ctx, LikeMatch(reinterpret_cast<const char*>(text), reinterpret_cast<const char*>(pattern))
+                 ? 1
+                 : 0);
+}
+
+// Length of the UTF-8 character that starts with byte c.
+std::size_t CharLength(unsigned char c) {
+    if (c < 0x80) return 1;
+    if ((c & 0xE0) == 0xC0) return 2;
+    if ((c & 0xF0) == 0xE0) return 3;
+    if ((c & 0xF8) == 0xF0) return 4;
+    return 1;
+}
+
+// WAL keeps its index in shared memory, which processes on different machines do not share:
+// on a network folder every file uses the rollback journal instead.
+bool OnNetworkFolder(const std::string& path) {
+#ifdef _WIN32
+    if (path.rfind("\\\\", 0) == 0 || path.rfind("//", 0) == 0) return true;
+    std::error_code ec;
+    std::filesystem::path root = std::filesystem::absolute(path, ec).root_path();
+    return !ec && GetDriveTypeW(root.wstring().c_str()) == DRIVE_REMOTE;
+#else
+    struct statfs fs {};
+    std::string folder = FolderOf(path);
+    if (::statfs(folder.empty() ? "." : folder.c_str(), &fs) != 0) return false;
+    switch (static_cast<unsigned long>(fs.f_type)) {
+        case 0x6969UL:      // NFS
+        case 0x517BUL:      // SMB
+        case 0xFF534D42UL:  // CIFS
+        case 0xFE534D42UL:  // SMB2
+        case 0x564C0000UL:  // NCP
+        case 0x65735546UL:  // FUSE (sshfs and the like)
+        case 0x01021997UL:  // 9P
+            return true;
+        default:
+            return false;
+    }
+#endif
+}
+
+}  // namespace
+
+const FieldDef* FileCatalogue::ByNumber(std::int32_t number) const {
+    if (number == 0) return nullptr;
+    for (const FieldDef& f : fields)
+        if (f.number == number) return &f;
+    return nullptr;
+}
+
+const FieldDef* FileCatalogue::ByName(std::string_view name) const {
+    return FindByName(fields, name);
+}
+
+const FileCatalogue& EntriesCatalogue() {
+    static const FileCatalogue c{
+        FileKind::Entries,
+        "entries",
+        {
+            {1, "Fecha", nullptr, "fecha", FieldType::Date},
+            {2, "Campo2", nullptr, "campo2", FieldType::Text},
+            {3, "Asiento", nullptr, "asiento", FieldType::Text},
+            {4, "Descripcion", "Descripción", "descripcion", FieldType::Text},
+            {5, "DebeHaber", nullptr, "debe_haber", FieldType::Integer},
+            {6, "Importe", nullptr, "importe", FieldType::Number},
+            {7, "Marca", nullptr, "marca", FieldType::Text},
+            {8, "Tipo", nullptr, "tipo", FieldType::Text},
+            {14, "Campo14", nullptr, "campo14", FieldType::Text},
+            {22, "Campo22", nullptr, "campo22", FieldType::Text},
+            {23, "Referencia punteo", nullptr, "referencia", FieldType::Text},
+            {0, "Cuenta", nullptr, "cuenta", FieldType::Text},
+        }};
+    return c;
+}
+
+const FileCatalogue& ChartCatalogue() {
+    static const FileCatalogue c{FileKind::Chart,
+                                 "accounts",
+                                 {
+                                     {1, "Cuenta", nullptr, "cuenta", FieldType::Text},
+                                     {2, "Descripcion", "Nombre", "nombre", FieldType::Text},
+                                     {0, "Nivel", nullptr, "nivel", FieldType::Integer},
+                                 }};
+    return c;
+}
+
+std::optional<std::int32_t> ParseDayFirstDate(std::string_view text) {
+    std::string t = Trim(text);
+    int parts[3] = {0, 0, 0};
+    int digits[3] = {0, 0, 0};
+    int k = 0;
+    for (char c : t) {
+        if (c == '/' || c == '-') {
+            if (++k > 2) return std::nullopt;
+        } else if (c >= '0' && c <= '9') {
+            if (++digits[k] > 4) return std::nullopt;
+            parts[k] = parts[k] * 10 + (c - '0');
+        } else {
+            return std::nullopt;
+        }
+    }
+    if (k != 2 || digits[0] == 0 || digits[0] > 2 || digits[1] == 0 || digits[1] > 2)
+        return std::nullopt;
+    int year = parts[2];
+    if (digits[2] == 2)
+        year += year < 60 ? 2000 : 1900;
+    else if (digits[2] != 4)
+        return std::nullopt;
+    int month = parts[1], day = parts[0];
+    static const int kDays[] = {31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    if (month < 1 || month > 12 || day < 1 || day > kDays[month - 1]) return std::nullopt;
+    bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+    if (month == 2 && day == 29 && !leap) return std::nullopt;
+    return year * 10000 + month * 100 + day;
+}
+
+std::string DayFirstText(std::int32_t d) {
+    if (d <= 0) return "";
+    char buf[16];
+    std::snprintf(buf, sizeof buf, "%02d/%02d/%02d", d % 100, (d / 100) % 100, (d / 10000) % 100);
+    return buf;
+}
+
+std::optional<double> ParsePlainNumber(std::string_view text) {
+    std::string t = Trim(text);
+    if (t.empty()) return std::nullopt;
+    bool hasComma = t.find(',') != std::string::npos;
+    std::string plain;
+    std::size_t i = 0;
+    if (t[0] == '-' || t[0] == '+') plain += t[i++];
+    bool digits = false, mark = false;
+    for (; i < t.size(); ++i) {
+        char c = t[i];
+        if (c >= '0' && c <= '9') {
+            plain += c;
+            digits = true;
+        } else if (c == ',' || (c == '.' && !hasComma)) {
+            if (mark) return std::nullopt;
+            mark = true;
+            plain += '.';
+        } else if (c == '.' && hasComma && !mark) {
+            // a thousands mark in "1.234,56"
+        } else {
+            return std::nullopt;
+        }
+    }
+    if (!digits) return std::nullopt;
+    return std::strtod(plain.c_str(), nullptr);
+}
+
+std::string ResolveFileName(const std::string& path) {
+    namespace fs = std::filesystem;
+    std::error_code ec;
+    if (path.empty() || fs::exists(path, ec)) return path;
+    std::string folder = FolderOf(path);
+    std::string name = FileNameOf(path);
+    fs::path dir = folder.empty() ? fs::path(".") : fs::path(folder);
+    for (fs::directory_iterator it(dir, ec), end; !ec && it != end; it.increment(ec)) {
+        std::string candidate = it->path().filename().string();
+        if (EqualsNoCase(candidate, name)) return folder + candidate;
+    }
+    return path;
+}
+
+bool LikeMatch(std::string_view text, std::string_view pattern) {
+    // Iterative glob with one back-tracking point for the last "*".
+    std::size_t t = 0, p = 0, starP = std::string_view::npos, starT = 0;
+    while (t < text.size()) {
+        if (p < pattern.size() && pattern[p] == '*') {
+            starP = ++p;
+            starT = t;
+        } else if (p < pattern.size() && pattern[p] == '?') {
+            ++p;
+            t += CharLength(static_cast<unsigned char>(text[t]));
+        } else if (p < pattern.size() && pattern[p] == text[t]) {
+            ++p;
+            ++t;
+        } else if (starP != std::string_view::npos) {
+            p = starP;
+            starT += CharLength(static_cast<unsigned char>(text[starT]));
+            t = starT;
+        } else {
+            return false;
+        }
+    }
+    while (p < pattern.size() && pattern[p] == '*')
+        ++p;
+    return p == pattern.size() && t == text.size();
+}
+
+// --- Db ------------------------------------------------------------------------------------------
+
+Db::Db(const std::string& path, Mode mode) : path_(path) {
+    int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX;
+    if (mode == Mode::Create) flags |= SQLITE_OPEN_CREATE;
+    if (sqlite3_open_v2(path.c_str(), &db_, flags, nullptr) != SQLITE_OK) {
+        std::string msg = db_ ? sqlite3_errmsg(db_) : "sin memoria";
+        sqlite3_close(db_);
+        db_ = nullptr;
+        throw HostError("No se puede abrir el fichero " + path + ": " + msg);
+    }
+    sqlite3_busy_timeout(db_, kBusyTimeoutMs);
+    sqlite3_extended_result_codes(db_, 1);
+    try {
+        // WAL needs shared memory on a local disk; where it is refused the journal mode stays
+        // the rollback journal, which is safe everywhere.
+        bool wal = false;
+        if (!OnNetworkFolder(path)) {
+            try {
+                Stmt st(*this, "PRAGMA journal_mode=WAL");
+                wal = st.Step() && EqualsNoCase(st.Text(0), "wal");
+            } catch (const HostError&) {
+                // refused: the rollback journal below
+            }
+        }
+        if (!wal) Exec("PRAGMA journal_mode=DELETE");
+        Exec("PRAGMA synchronous=FULL");
+    } catch (...) {
+        sqlite3_close(db_);
+        db_ = nullptr;
+        throw;
+    }
+    sqlite3_create_function(db_, "qv_like", 2, SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr,
+                            LikeFunction, nullptr, nullptr);
+}
+
+Db::~Db() {
+    if (db_) sqlite3_close_v2(db_);
+}
+
+void Db::Fail(const std::string& what) const {
+    throw HostError("Error en el fichero " + path_ + " (" + what + "): " + sqlite3_errmsg(db_));
+}
+
+void Db::Exec(const std::string& sql) {
+    char* err = nullptr;
+    if (sqlite3_exec(db_, sql.c_str(), nullptr, nullptr, &err) != SQLITE_OK) {
+        std::string msg = err ? err : "";
+        sqlite3_free(err);
+        throw HostError("Error en el fichero " + path_ + " (" + sql + "): " + msg);
+    }
+}
+
+const FileCatalogue& Db::Catalogue() const {
+    Stmt st(*this, "SELECT name FROM sqlite_master WHERE type='table' AND name IN (?,?)");
+    st.Bind(1, std::string_view(EntriesCatalogue().table));
+    st.Bind(2, std::string_view(ChartCatalogue().table));
+    if (!st.Step())
+        throw HostError("El fichero " + path_ + " no es un fichero de datos de Quorvex");
+    return st.Text(0) == EntriesCatalogue().table ? EntriesCatalogue() : ChartCatalogue();
+}
+
+// --- Stmt ----------------------------------------------------------------------------------------
+
+Stmt::Stmt(const Db& db, const std::string& sql) : db_(&db) {
+    if (sqlite3_prepare_v2(db.handle(), sql.c_str(), -1, &st_, nullptr) != SQLITE_OK) db.Fail(sql);
+}
+
+Stmt::~Stmt() {
+    if (st_) sqlite3_finalize(st_);
+}
+
+Stmt::Stmt(Stmt&& o) noexcept : st_(o.st_), db_(o.db_) {
+    o.st_ = nullptr;
+}
+
+Stmt& Stmt::operator=(Stmt&& o) noexcept {
+    if (this != &o) {
+        if (st_) sqlite3_finalize(st_);
+        st_ = o.st_;
+        db_ = o.db_;
+        o.st_ = nullptr;
+    }
+    return *this;
+}
+
+void Stmt::Reset() {
+    sqlite3_reset(st_);
+    sqlite3_clear_bindings(st_);
+}
+
+void Stmt::Bind(int i, std::string_view text) {
+    sqlite3_bind_text(st_, i, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
+}
+void Stmt::Bind(int i, std::int64_t v) {
+    sqlite3_bind_int64(st_, i, v);
+}
+void Stmt::Bind(int i, double v) {
+    sqlite3_bind_double(st_, i, v);
+}
+void Stmt::BindNull(int i) {
+    sqlite3_bind_null(st_, i);
+}
+
+bool Stmt::Step() {
+    int rc = sqlite3_step(st_);
+    if (rc == SQLITE_ROW) return true;
+    if (rc == SQLITE_DONE) return false;
+    std::string sql = sqlite3_sql(st_) ? sqlite3_sql(st_) : "";
+    sqlite3_reset(st_);
+    db_->Fail(sql);
+}
+
+void Stmt::Run() {
+    Step();
+    sqlite3_reset(st_);
+}
+
+std::int64_t Stmt::Int(int col) const {
+    return sqlite3_column_int64(st_, col);
+}
+double Stmt::Real(int col) const {
+    return sqlite3_column_double(st_, col);
+}
+std::string Stmt::Text(int col) const {
+    const unsigned char* p = sqlite3_column_text(st_, col);
+    if (!p) return "";
+    return std::string(reinterpret_cast<const char*>(p),
+                       static_cast<std::size_t>(sqlite3_column_bytes(st_, col)));
+}
+bool Stmt::IsNull(int col) const {
+    return sqlite3_column_type(st_, col) == SQLITE_NULL;
+}
+
+const std::vector<const char*>& EntryIndexSql() {
+    // By account in record order (the extract); by account and date, carrying what balances and
+    // period figures add up so that they never touch the table; by reference (new numbers).
+    static const std::vector<const char*> sql = {
+        "CREATE INDEX IF NOT EXISTS entries_cuenta ON entries(cuenta)",
+        "CREATE INDEX IF NOT EXISTS entries_cuenta_fecha"
+        " ON entries(cuenta, fecha, tipo, debe_haber, importe)",
+        "CREATE INDEX IF NOT EXISTS entries_referencia ON entries(referencia)",
+    };
+    return sql;
+}
+
+void CreateDataFile(const std::string& path, FileKind kind) {
+    Db db(path, Db::Mode::Create);
+    db.Exec("BEGIN IMMEDIATE");
+    if (kind == FileKind::Entries) {
+        db.Exec(
+            "CREATE TABLE IF NOT EXISTS entries("
+            "id INTEGER PRIMARY KEY, cuenta TEXT NOT NULL DEFAULT '', fecha INTEGER NOT NULL "
+            "DEFAULT 0,"
+            " campo2 TEXT NOT NULL DEFAULT '', asiento TEXT NOT NULL DEFAULT '',"
+            " descripcion TEXT NOT NULL DEFAULT '', debe_haber INTEGER NOT NULL DEFAULT 0,"
+            " importe REAL NOT NULL DEFAULT 0, marca TEXT NOT NULL DEFAULT '',"
+            " tipo TEXT NOT NULL DEFAULT '', campo14 TEXT NOT NULL DEFAULT '',"
+            " campo22 TEXT NOT NULL DEFAULT '', referencia TEXT NOT NULL DEFAULT '')");
+        for (const char* sql : EntryIndexSql())
+            db.Exec(sql);
+    } else {
+        db.Exec(
+            "CREATE TABLE IF NOT EXISTS accounts("
+            "id INTEGER PRIMARY KEY, cuenta TEXT NOT NULL DEFAULT '',"
+            " nombre TEXT NOT NULL DEFAULT '', nivel INTEGER NOT NULL DEFAULT 0)");
+        db.Exec("CREATE INDEX IF NOT EXISTS accounts_cuenta ON accounts(cuenta)");
+    }
+    db.Exec("COMMIT");
+}
+
+}  // namespace pendara

@@ -1,0 +1,118 @@
+#pragma once
+// The SQLite store behind the host's data files: one database per data file, the catalogue of
+// each kind of file's fields, and the small helpers (statements, dates, file names) the cursor,
+// the company server and the tools share.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace pendara {
+
+enum class FieldType { Text, Integer, Number, Date };
+
+struct FieldDef {
+    std::int32_t number;  // 0: reachable by name only
+    const char* name;     // the host's name, compared without regard to case
+    const char* alias;    // a second accepted name (nullptr when none)
+    const char* column;   // the SQLite column
+    FieldType type;
+};
+
+enum class FileKind { Entries, Chart };
+
+struct FileCatalogue {
+    FileKind kind;
+    const char* table;
+    std::vector<FieldDef> fields;
+
+    const FieldDef* ByNumber(std::int32_t number) const;
+    const FieldDef* ByName(std::string_view name) const;
+};
+
+// The fields of an entries file ("extra" & code & ".qvd") and of a chart of accounts
+// ("Planc" & code & ".qvd"), written down once.
+const FileCatalogue& EntriesCatalogue();
+const FileCatalogue& ChartCatalogue();
+
+// Dates are stored as the integer yyyymmdd so that they sort; 0 is no date.
+// Accepts dd/mm/yy (years below 60 are 20yy) and dd/mm/yyyy; nullopt when it is not a date.
+std::optional<std::int32_t> ParseDayFirstDate(std::string_view text);
+std::string DayFirstText(std::int32_t yyyymmdd);  // dd/mm/yy, "" for 0
+
+// A plain signed number with "," or "." as decimal mark ("1.234,56" groups with "."); nullopt
+// when it is not one.
+std::optional<double> ParsePlainNumber(std::string_view text);
+
+// The path of an existing file whose name equals the last part of `path` without regard to case
+// (the exact name first); `path` itself when there is none.
+std::string ResolveFileName(const std::string& path);
+
+// One open SQLite database with the settings every data file gets: WAL journal (rollback journal
+// where WAL is not possible), synchronous=FULL, a busy timeout, and the "like" matcher.
+class Db {
+  public:
+    enum class Mode { ReadWrite, Create };
+    Db(const std::string& path, Mode mode);
+    ~Db();
+    Db(const Db&) = delete;
+    Db& operator=(const Db&) = delete;
+
+    sqlite3* handle() const { return db_; }
+    const std::string& path() const { return path_; }
+    void Exec(const std::string& sql);
+    // The catalogue of the file's kind, from the table it holds.
+    const FileCatalogue& Catalogue() const;
+    [[noreturn]] void Fail(const std::string& what) const;
+
+  private:
+    sqlite3* db_ = nullptr;
+    std::string path_;
+};
+
+// A prepared statement, reset and rebound for each use.
+class Stmt {
+  public:
+    Stmt() = default;
+    Stmt(const Db& db, const std::string& sql);
+    ~Stmt();
+    Stmt(Stmt&& o) noexcept;
+    Stmt& operator=(Stmt&& o) noexcept;
+    Stmt(const Stmt&) = delete;
+    Stmt& operator=(const Stmt&) = delete;
+
+    sqlite3_stmt* get() const { return st_; }
+    explicit operator bool() const { return st_ != nullptr; }
+    void Reset();
+    void Bind(int i, std::string_view text);
+    void Bind(int i, std::int64_t v);
+    void Bind(int i, double v);
+    void BindNull(int i);
+    bool Step();  // true while a row is there; HostError on failure
+    void Run();   // steps a statement that gives no rows
+    std::int64_t Int(int col) const;
+    double Real(int col) const;
+    std::string Text(int col) const;
+    bool IsNull(int col) const;
+
+  private:
+    sqlite3_stmt* st_ = nullptr;
+    const Db* db_ = nullptr;
+};
+
+// The indexes of an entries file (statements that create them when missing).
+const std::vector<const char*>& EntryIndexSql();
+
+// Creates an empty data file of the given kind (tables and indexes); an existing file is kept.
+void CreateDataFile(const std::string& path, FileKind kind);
+
+// The "like" of filters: "*" any run of characters, "?" any one character (UTF-8), everything
+// else literally and case-sensitively.
+bool LikeMatch(std::string_view text, std::string_view pattern);
+
+}  // namespace pendara

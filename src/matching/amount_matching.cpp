@@ -1,0 +1,432 @@
+#include "matching/amount_matching.h"
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+#include <unordered_map>
+
+#include "host/conversions.h"
+#include "matching/references.h"
+
+// The plain statement of these rules is quadratic per item (pairs) and per target and starting
+// item (subsets). The code below gives the same groups in the same order with indexes: amounts
+// are compared with the very same double expressions, only the search for candidates changes.
+
+namespace pendara {
+
+namespace {
+
+void Progress(const AmountHooks& hooks, std::int32_t value, std::int32_t maximum) {
+    if (hooks.progress) hooks.progress(value, maximum);
+}
+
+std::string TakeReference(const AmountHooks& hooks) {
+    if (!hooks.newReference) throw std::logic_error("amount matching without a reference source");
+    return hooks.newReference();
+}
+
+void Close(AmountItem& item, const std::string& reference) {
+    item.open = kItemClosed;
+    item.reference = reference;
+}
+
+void Append(std::vector<AmountItem>& list, bool& appended, AmountItem item) {
+    if (!appended && !list.empty())
+        list[0] = std::move(item);
+    else
+        list.push_back(std::move(item));
+    appended = true;
+}
+
+void RequireFinite(const std::vector<AmountItem>& list) {
+    for (const AmountItem& it : list)
+        if (!std::isfinite(it.amount))
+            throw std::overflow_error("Desbordamiento en la suma de importes");
+}
+
+// Open items by amount, each amount's items in list order; items leave as they close.
+class OpenByAmount {
+  public:
+    explicit OpenByAmount(const std::vector<AmountItem>& list) {
+        for (std::size_t i = 0; i < list.size(); ++i)
+            if (list[i].open)
+                map_[Key(list[i].amount)].items.push_back(static_cast<std::int32_t>(i));
+    }
+    // The first open item of `amount` at or after `from`; -1 when none. Items skipped before
+    // `from` are dropped for good: callers ask with non-decreasing `from` per amount.
+    std::int32_t First(const std::vector<AmountItem>& list, double amount, std::int32_t from) {
+        auto it = map_.find(Key(amount));
+        if (it == map_.end()) return -1;
+        const auto& q = it->second.items;
+        std::size_t& head = it->second.head;
+        while (head < q.size() && (q[head] < from || !list[q[head]].open))
+            ++head;
+        return head < q.size() ? q[head] : -1;
+    }
+
+  private:
+    // 0.0 and -0.0 compare equal, so they share a key.
+    static double Key(double a) { return a == 0 ? 0.0 : a; }
+    struct Queue {
+        std::vector<std::int32_t> items;
+        std::size_t head = 0;
+    };
+    std::unordered_map<double, Queue> map_;
+};
+
+// Step 2: each open debit takes the first open credit of exactly its amount.
+void MatchPairs(std::vector<AmountItem>& debits, std::vector<AmountItem>& credits,
+                const AmountHooks& hooks) {
+    OpenByAmount byAmount(credits);
+    auto n = static_cast<std::int32_t>(debits.size());
+    for (std::int32_t i = 0; i < n; ++i) {
+        if (debits[i].open) {
+            std::int32_t j = byAmount.First(credits, debits[i].amount, 0);
+            if (j >= 0) {
+                std::string ref = TakeReference(hooks);
+                Close(debits[i], ref);
+                Close(credits[j], ref);
+            }
+        }
+        Progress(hooks, i + 1, n);
+    }
+}
+
+// Steps 3 and 4: an open item and the first later open item of exactly the opposite amount.
+void MatchReversals(std::vector<AmountItem>& list, const AmountHooks& hooks) {
+    OpenByAmount byAmount(list);
+    auto n = static_cast<std::int32_t>(list.size());
+    for (std::int32_t i = 0; i < n; ++i) {
+        if (!list[i].open) continue;
+        std::int32_t j = byAmount.First(list, -list[i].amount, i + 1);
+        if (j < 0) continue;
+        std::string ref = TakeReference(hooks);
+        Close(list[i], ref);
+        Close(list[j], ref);
+    }
+}
+
+// The pool for pass 1: distinct amounts in ascending order with their open items in list order.
+class PairFinder {
+  public:
+    explicit PairFinder(const std::vector<AmountItem>& pool) : pool_(pool) {
+        std::vector<std::int32_t> order;
+        for (std::size_t i = 0; i < pool.size(); ++i)
+            if (pool[i].open) order.push_back(static_cast<std::int32_t>(i));
+        std::stable_sort(order.begin(), order.end(), [&](std::int32_t a, std::int32_t b) {
+            return pool[a].amount < pool[b].amount;
+        });
+        groupOf_.assign(pool.size(), -1);
+        for (std::int32_t i : order) {
+            if (values_.empty() || values_.back() != pool[i].amount) {
+                values_.push_back(pool[i].amount);
+                groups_.emplace_back();
+            }
+            groups_.back().items.push_back(i);
+            ++groups_.back().open;
+            groupOf_[i] = static_cast<std::int32_t>(groups_.size()) - 1;
+            ++openTotal_;
+        }
+        for (std::size_t g = 0; g < groups_.size(); ++g)
+            live_.push_back(static_cast<std::int32_t>(g));
+    }
+
+    void Closed(std::int32_t i) {
+        std::int32_t g = groupOf_[i];
+        if (g < 0) return;
+        groupOf_[i] = -1;
+        --openTotal_;
+        if (--groups_[g].open == 0 && ++dead_ * 2 > static_cast<std::int32_t>(live_.size())) {
+            std::erase_if(live_, [&](std::int32_t h) { return groups_[h].open == 0; });
+            dead_ = 0;
+        }
+    }
+
+    // The first pool item k from which pass 1 completes a group for `target`, with its partner
+    // (-1 when the partner is not taken in); false when no k completes.
+    bool Find(double target, std::int32_t& k, std::int32_t& j) {
+        std::int32_t best = INT_MAX;
+        if (openTotal_ >= 2) {
+            std::int32_t g = ExactGroup(target);
+            if (g >= 0) best = FirstOpen(g, -1);
+        }
+        auto n = static_cast<std::int32_t>(live_.size());
+        std::int32_t lo = 0;
+        while (lo < n && groups_[live_[lo]].open == 0)
+            ++lo;
+        if (lo == n) return false;
+        // Amounts that exceed the target even with the smallest one cannot pair.
+        const double smallest = values_[live_[lo]];
+        auto top = std::partition_point(live_.begin(), live_.end(), [&](std::int32_t g) {
+            return smallest + values_[g] <= target;
+        });
+        std::int32_t hi = static_cast<std::int32_t>(top - live_.begin()) - 1;
+        // Sums are symmetric: pairs are met with lo <= hi only.
+        for (; lo < n && lo <= hi; ++lo) {
+            std::int32_t gl = live_[lo];
+            if (groups_[gl].open == 0) continue;
+            double v = values_[gl];
+            while (hi >= lo && (groups_[live_[hi]].open == 0 || v + values_[live_[hi]] > target))
+                --hi;
+            if (hi < lo) break;
+            for (std::int32_t h = hi; h >= lo; --h) {
+                std::int32_t gh = live_[h];
+                if (groups_[gh].open == 0) continue;
+                if (v + values_[gh] != target) break;
+                std::int32_t cand;
+                if (gh == gl) {
+                    if (groups_[gl].open < 2) continue;
+                    cand = FirstOpen(gl, -1);
+                } else {
+                    cand = std::min(FirstOpen(gl, -1), FirstOpen(gh, -1));
+                }
+                best = std::min(best, cand);
+            }
+        }
+        if (best == INT_MAX) return false;
+        k = best;
+        double a = pool_[k].amount;
+        if (a == target) {
+            j = FirstOpenOverall(k);
+            if (j >= 0 && !(a + pool_[j].amount == target)) j = -1;
+            return true;
+        }
+        // The partner: the first open item whose amount completes a + amount == target.
+        auto first = std::partition_point(live_.begin(), live_.end(),
+                                          [&](std::int32_t g) { return a + values_[g] < target; });
+        j = INT_MAX;
+        for (auto it = first; it != live_.end(); ++it) {
+            if (groups_[*it].open == 0) continue;
+            if (a + values_[*it] != target) break;
+            std::int32_t c = FirstOpen(*it, k);
+            if (c >= 0) j = std::min(j, c);
+        }
+        return true;
+    }
+
+  private:
+    struct Group {
+        std::vector<std::int32_t> items;
+        std::size_t head = 0;
+        std::int32_t open = 0;
+    };
+
+    std::int32_t ExactGroup(double value) const {
+        auto it = std::lower_bound(values_.begin(), values_.end(), value);
+        if (it == values_.end() || *it != value) return -1;
+        auto g = static_cast<std::int32_t>(it - values_.begin());
+        return groups_[g].open > 0 ? g : -1;
+    }
+
+    // The first open item of group g other than `except`; -1 when none.
+    std::int32_t FirstOpen(std::int32_t g, std::int32_t except) {
+        Group& gr = groups_[g];
+        while (gr.head < gr.items.size() && !pool_[gr.items[gr.head]].open)
+            ++gr.head;
+        for (std::size_t p = gr.head; p < gr.items.size(); ++p) {
+            std::int32_t i = gr.items[p];
+            if (pool_[i].open && i != except) return i;
+        }
+        return -1;
+    }
+
+    std::int32_t FirstOpenOverall(std::int32_t except) {
+        auto n = static_cast<std::int32_t>(pool_.size());
+        while (globalHead_ < n && !pool_[globalHead_].open)
+            ++globalHead_;
+        for (std::int32_t i = globalHead_; i < n; ++i)
+            if (pool_[i].open && i != except) return i;
+        return -1;
+    }
+
+    const std::vector<AmountItem>& pool_;
+    std::vector<double> values_;
+    std::vector<Group> groups_;
+    std::vector<std::int32_t> groupOf_;
+    std::vector<std::int32_t> live_;  // groups in ascending amount; emptied ones are pruned
+    std::int32_t dead_ = 0;
+    std::int32_t openTotal_ = 0;
+    std::int32_t globalHead_ = 0;
+};
+
+// Pool amounts by position, closed items as +infinity: finds the first position at or after a
+// given one whose amount is at most a bound, in logarithmic time.
+class MinTree {
+  public:
+    explicit MinTree(const std::vector<AmountItem>& pool) {
+        n_ = 1;
+        while (n_ < pool.size())
+            n_ *= 2;
+        t_.assign(2 * n_, kInf);
+        for (std::size_t i = 0; i < pool.size(); ++i)
+            t_[n_ + i] = pool[i].open ? pool[i].amount : kInf;
+        for (std::size_t i = n_ - 1; i >= 1; --i)
+            t_[i] = std::min(t_[2 * i], t_[2 * i + 1]);
+    }
+    void Remove(std::size_t i) {
+        i += n_;
+        t_[i] = kInf;
+        for (i /= 2; i >= 1; i /= 2)
+            t_[i] = std::min(t_[2 * i], t_[2 * i + 1]);
+    }
+    double Min() const { return t_[1]; }
+    std::int32_t FirstAtMost(std::size_t from, double bound) const {
+        if (from >= n_) return -1;
+        // Climb to the first subtree at or after `from` that holds a fitting amount, then go
+        // down to its leftmost fitting leaf.
+        std::size_t i = from + n_;
+        while (!(t_[i] <= bound)) {
+            while (i & 1) {
+                i >>= 1;
+                if (i == 0) return -1;
+            }
+            ++i;
+        }
+        while (i < n_) {
+            i *= 2;
+            if (!(t_[i] <= bound)) ++i;
+        }
+        return static_cast<std::int32_t>(i - n_);
+    }
+
+  private:
+    static constexpr double kInf = std::numeric_limits<double>::infinity();
+    std::size_t n_;
+    std::vector<double> t_;
+};
+
+// An upper bound for the amounts a with sum + a <= target: the rounding of both the addition and
+// of target - sum stays far inside this margin; every candidate is confirmed exactly.
+double FitBound(double sum, double target) {
+    return (target - sum) + 1e-15 * (std::fabs(target) + std::fabs(sum)) + 1e-300;
+}
+
+void FormGroup(AmountItem& target, std::vector<AmountItem>& pool,
+               const std::vector<std::int32_t>& members, const AmountHooks& hooks) {
+    std::string ref = TakeReference(hooks);
+    Close(target, ref);
+    for (std::int32_t m : members)
+        Close(pool[m], ref);
+}
+
+// Pass 2 from starting item k: the items taken in, or empty when the run does not land exactly.
+bool GreedyRun(const std::vector<AmountItem>& pool, const MinTree& tree, std::int32_t k,
+               double target, std::int32_t firstOpen, std::vector<std::int32_t>& members) {
+    members.assign(1, k);
+    double sum = pool[k].amount;
+    std::size_t pos = 0;
+    if (target == sum) {
+        // Complete at the first item looked at, unless taking it in moves the sum away.
+        std::int32_t j = firstOpen;
+        if (j == k) {
+            j = -1;
+            for (std::size_t i = static_cast<std::size_t>(k) + 1; i < pool.size(); ++i)
+                if (pool[i].open) {
+                    j = static_cast<std::int32_t>(i);
+                    break;
+                }
+        }
+        if (j < 0) return false;
+        if (!(sum + pool[j].amount <= target)) return true;
+        members.push_back(j);
+        sum = sum + pool[j].amount;
+        if (target == sum) return true;
+        pos = static_cast<std::size_t>(j) + 1;
+    }
+    for (;;) {
+        double bound = FitBound(sum, target);
+        std::int32_t j = tree.FirstAtMost(pos, bound);
+        while (j >= 0 && (j == k || !pool[j].open || !(sum + pool[j].amount <= target)))
+            j = tree.FirstAtMost(static_cast<std::size_t>(j) + 1, bound);
+        if (j < 0) return false;
+        members.push_back(j);
+        sum = sum + pool[j].amount;
+        if (target == sum) return true;
+        pos = static_cast<std::size_t>(j) + 1;
+    }
+}
+
+}  // namespace
+
+void MatchSubsets(std::vector<AmountItem>& targets, std::vector<AmountItem>& pool,
+                  const AmountHooks& hooks) {
+    if (&targets == &pool)
+        throw std::invalid_argument("MatchSubsets: targets and pool are one list");
+    RequireFinite(targets);
+    RequireFinite(pool);
+    auto nt = static_cast<std::int32_t>(targets.size());
+    Progress(hooks, -1, 0);
+
+    PairFinder pairs(pool);
+    for (std::int32_t t = 0; t < nt; ++t) {
+        std::int32_t k, j;
+        if (targets[t].open && pairs.Find(targets[t].amount, k, j)) {
+            std::vector<std::int32_t> members{k};
+            if (j >= 0) members.push_back(j);
+            FormGroup(targets[t], pool, members, hooks);
+            for (std::int32_t m : members)
+                pairs.Closed(m);
+        }
+        Progress(hooks, t + 1, nt);
+    }
+
+    MinTree tree(pool);
+    std::int32_t firstOpen = 0;
+    std::vector<std::int32_t> members;
+    auto np = static_cast<std::int32_t>(pool.size());
+    for (std::int32_t t = 0; t < nt; ++t) {
+        if (targets[t].open) {
+            while (firstOpen < np && !pool[firstOpen].open)
+                ++firstOpen;
+            double target = targets[t].amount;
+            // A starting item completes only when it equals the target or when something fits
+            // beside it, that is, at least the smallest open amount.
+            const double smallest = tree.Min();
+            const double startBound =
+                std::isinf(smallest) ? -smallest : std::max(FitBound(smallest, target), target);
+            for (std::int32_t k = tree.FirstAtMost(static_cast<std::size_t>(firstOpen), startBound);
+                 k >= 0; k = tree.FirstAtMost(static_cast<std::size_t>(k) + 1, startBound)) {
+                if (!pool[k].open) continue;
+                if (GreedyRun(pool, tree, k, target, firstOpen, members)) {
+                    FormGroup(targets[t], pool, members, hooks);
+                    for (std::int32_t m : members)
+                        tree.Remove(static_cast<std::size_t>(m));
+                    break;
+                }
+            }
+        }
+        Progress(hooks, t + 1, nt);
+    }
+}
+
+void SplitByAmounts(const TextTable& rows, std::vector<AmountItem>& debits,
+                    std::vector<AmountItem>& credits, const AmountHooks& hooks) {
+    Progress(hooks, -1, 0);
+    bool anyDebit = false, anyCredit = false;
+    auto n = static_cast<std::int32_t>(rows.rows());
+    for (std::int32_t i = 0; i < n; ++i) {
+        double c = rows.cols() > 6 ? ToDouble(rows(i, 6)) : 0.0;
+        const std::string& ref = rows.cols() > 11 ? rows(i, 11) : std::string();
+        std::int16_t open = IsSystemReference(ref) ? kItemClosed : kItemOpen;
+        if (c == 0) {
+            double d = rows.cols() > 5 ? ToDouble(rows(i, 5)) : 0.0;
+            if (d != 0) Append(debits, anyDebit, AmountItem{i, d, open, ref});
+        } else {
+            Append(credits, anyCredit, AmountItem{i, -c, open, ref});
+        }
+        Progress(hooks, i + 1, n);
+    }
+    RequireFinite(debits);
+    RequireFinite(credits);
+
+    MatchPairs(debits, credits, hooks);
+    MatchReversals(debits, hooks);
+    MatchReversals(credits, hooks);
+    if (!anyDebit || !anyCredit) return;
+    MatchSubsets(debits, credits, hooks);
+    MatchSubsets(credits, debits, hooks);
+}
+
+}  // namespace pendara

@@ -1,0 +1,77 @@
+#include <string>
+#include <vector>
+
+#include "host/catalogue.h"
+#include "host/company_file.h"
+#include "host/conversions.h"
+#include "host/errors.h"
+#include "host/paths.h"
+#include "host/qv_file_control.h"
+#include "matching/references.h"
+#include "ui/pndra.h"
+
+namespace pendara {
+
+namespace {
+
+// The current company's entries, open for the look-ups; ends the program when the chain has no
+// first company to keep the counter.
+void OpenCurrentEntries(Pndra& w, QvFileControl2& entries) {
+    if (Trim(w.CurrentFolder).empty()) {
+        w.CurrentFolder = FolderOf(w.ActiveCompanyFile);
+        w.CurrentCode = CompanyCode(w.ActiveCompanyFile);
+    }
+    entries.OpenFile(w.CurrentFolder + "Extra" + w.CurrentCode + ".qvd", "");
+    entries.MoveFirst();
+    if (w.FirstCompanyFile.empty()) {
+        w.port.MsgBox("Empresa no existe", kVbCritical, "");
+        throw ProgramEnd{1};
+    }
+}
+
+std::string Candidate(std::int32_t number) {
+    return std::string(kSystemPrefix) + std::to_string(number);
+}
+
+// The look-up is not under the counter's lock: it only skips numbers that some entry already
+// carries (after a company file was restored from an older copy, for one).
+bool InUse(QvFileControl2& entries, const std::string& candidate) {
+    entries.SetFilter("Referencia punteo =" + candidate);
+    entries.MoveFirst();
+    return entries.GetRecordCount() != 0;
+}
+
+}  // namespace
+
+std::string NewReference(Pndra& w) {
+    QvFileControl2 entries;
+    OpenCurrentEntries(w, entries);
+    std::string candidate;
+    do {
+        candidate = Candidate(IncrementCounter(w.FirstCompanyFile));
+    } while (InUse(entries, candidate));
+    entries.CloseFile();
+    return candidate;
+}
+
+std::vector<std::string> NewReferences(Pndra& w, std::int32_t count) {
+    std::vector<std::string> out;
+    if (count <= 0) return out;
+    QvFileControl2 entries;
+    OpenCurrentEntries(w, entries);
+    // A block of numbers per lock instead of one; the numbers in use are skipped and made up
+    // for by a further block, so the references and the final counter are those of `count`
+    // single draws.
+    while (static_cast<std::int32_t>(out.size()) < count) {
+        std::int32_t need = count - static_cast<std::int32_t>(out.size());
+        std::int32_t last = AddToCounter(w.FirstCompanyFile, need);
+        for (std::int32_t n = last - need + 1; n <= last; ++n) {
+            std::string candidate = Candidate(n);
+            if (!InUse(entries, candidate)) out.push_back(std::move(candidate));
+        }
+    }
+    entries.CloseFile();
+    return out;
+}
+
+}  // namespace pendara

@@ -1,0 +1,314 @@
+#include "matching/amount_matching.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "host/conversions.h"
+#include "matching/naive_matching.h"
+
+namespace pendara {
+namespace {
+
+// A reference source numbering from 1 and a log of the gauge calls.
+struct Recorder {
+    int next = 0;
+    std::vector<std::pair<std::int32_t, std::int32_t>> progress;
+    AmountHooks hooks() {
+        return {[this] { return "RF-" + std::to_string(++next); },
+                [this](std::int32_t v, std::int32_t m) { progress.emplace_back(v, m); }};
+    }
+};
+
+AmountItem Open(double amount, std::int32_t row = 0) {
+    return {row, amount, kItemOpen, ""};
+}
+
+// Rows of an extract: {debit, credit, reference} per row from row 1; row 0 stays empty.
+TextTable Extract(const std::vector<std::array<std::string, 3>>& rows) {
+    TextTable t(rows.size() + 1, 13);
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        t(i + 1, 5) = rows[i][0];
+        t(i + 1, 6) = rows[i][1];
+        t(i + 1, 11) = rows[i][2];
+    }
+    return t;
+}
+
+std::vector<AmountItem> EmptyList() {
+    return {AmountItem{}};
+}
+
+TEST(SplitByAmounts, PairsDebitWithEqualCreditAndLeavesSecondDebitOpen) {
+    Recorder r;
+    auto d = EmptyList(), c = EmptyList();
+    SplitByAmounts(Extract({{"100", "0", ""}, {"100", "0", ""}, {"0", "-100", ""}}), d, c,
+                   r.hooks());
+    ASSERT_EQ(d.size(), 2u);
+    ASSERT_EQ(c.size(), 1u);
+    EXPECT_EQ(d[0].reference, "RF-1");
+    EXPECT_EQ(c[0].reference, "RF-1");
+    EXPECT_EQ(c[0].amount, 100.0);
+    EXPECT_EQ(d[1].open, kItemOpen);
+    EXPECT_EQ(d[1].reference, "");
+    EXPECT_EQ(r.next, 1);
+}
+
+TEST(SplitByAmounts, ReversalAmongDebitsWithoutCreditsKeepsCreditEmptyItem) {
+    Recorder r;
+    auto d = EmptyList(), c = EmptyList();
+    SplitByAmounts(Extract({{"50", "0", ""}, {"-50", "0", ""}}), d, c, r.hooks());
+    ASSERT_EQ(d.size(), 2u);
+    EXPECT_EQ(d[0].reference, "RF-1");
+    EXPECT_EQ(d[1].reference, "RF-1");
+    ASSERT_EQ(c.size(), 1u);
+    EXPECT_EQ(c[0], AmountItem{});
+}
+
+TEST(SplitByAmounts, NoDebitRowsKeepsDebitEmptyItemAndReversesCredits) {
+    Recorder r;
+    auto d = EmptyList(), c = EmptyList();
+    SplitByAmounts(Extract({{"0", "-30", ""}, {"0", "30", ""}, {"0", "-10", ""}}), d, c, r.hooks());
+    EXPECT_EQ(d, EmptyList());
+    ASSERT_EQ(c.size(), 3u);
+    EXPECT_EQ(c[0].reference, "RF-1");
+    EXPECT_EQ(c[1].reference, "RF-1");
+    EXPECT_EQ(c[2].open, kItemOpen);  // no one-to-many matching without debits
+    EXPECT_EQ(r.progress.front(), std::make_pair(-1, 0));
+    EXPECT_EQ(r.progress.back(), std::make_pair(1, 1));  // the debit list's one item
+}
+
+TEST(SplitByAmounts, SystemReferenceIsListedClosedAndNeverRegrouped) {
+    Recorder r;
+    auto d = EmptyList(), c = EmptyList();
+    SplitByAmounts(Extract({{"100", "0", "RF-7"}, {"0", "-100", ""}, {"0", "-30", "rf-1"}}), d, c,
+                   r.hooks());
+    EXPECT_EQ(d[0].open, kItemClosed);
+    EXPECT_EQ(d[0].reference, "RF-7");
+    EXPECT_EQ(c[0].open, kItemOpen);
+    EXPECT_EQ(c[1].open, kItemOpen);  // "rf-" is no system reference
+    EXPECT_EQ(r.next, 0);
+}
+
+TEST(SplitByAmounts, UnreadableOrZeroAmountsAreLeftOut) {
+    Recorder r;
+    auto d = EmptyList(), c = EmptyList();
+    SplitByAmounts(Extract({{"abc", "", ""}, {"0", "0", ""}, {"", "-1,5", ""}}), d, c, r.hooks());
+    EXPECT_EQ(d, EmptyList());
+    ASSERT_EQ(c.size(), 1u);
+    EXPECT_EQ(c[0].row, 3);
+    EXPECT_EQ(c[0].amount, 1.5);
+}
+
+TEST(MatchSubsets, PassOnePrefersPairOverLongerRun) {
+    Recorder r;
+    std::vector<AmountItem> t{Open(300)}, p{Open(100), Open(200), Open(50)};
+    MatchSubsets(t, p, r.hooks());
+    EXPECT_EQ(t[0].reference, "RF-1");
+    EXPECT_EQ(p[0].reference, "RF-1");
+    EXPECT_EQ(p[1].reference, "RF-1");
+    EXPECT_EQ(p[2].open, kItemOpen);
+}
+
+TEST(MatchSubsets, PassTwoTakesEverythingThatFitsInOrder) {
+    Recorder r;
+    std::vector<AmountItem> t{Open(350)}, p{Open(100), Open(200), Open(50)};
+    MatchSubsets(t, p, r.hooks());
+    for (const auto& it : p)
+        EXPECT_EQ(it.reference, "RF-1");
+    EXPECT_EQ(t[0].open, kItemClosed);
+}
+
+TEST(MatchSubsets, PassTwoRestartsFromNextItemAndSkipsWhatDoesNotFit) {
+    Recorder r;
+    std::vector<AmountItem> t{Open(260)}, p{Open(100), Open(200), Open(50), Open(10)};
+    MatchSubsets(t, p, r.hooks());
+    EXPECT_EQ(p[0].open, kItemOpen);
+    EXPECT_EQ(p[1].reference, "RF-1");
+    EXPECT_EQ(p[2].reference, "RF-1");
+    EXPECT_EQ(p[3].reference, "RF-1");
+}
+
+TEST(MatchSubsets, AllPairsBeforeAnyRunAndClosedItemsStayOut) {
+    Recorder r;
+    // The first target would take the run 50 + 30 + 20 in pass 2, but pass 1 first gives the
+    // second target its pair 50 + 30; closed pool items never take part.
+    std::vector<AmountItem> t{Open(100), Open(80)}, p{Open(50), Open(30), Open(20), Open(50)};
+    p[3].open = kItemClosed;
+    p[3].reference = "RF-50";
+    MatchSubsets(t, p, r.hooks());
+    EXPECT_EQ(t[1].reference, "RF-1");
+    EXPECT_EQ(p[0].reference, "RF-1");
+    EXPECT_EQ(p[1].reference, "RF-1");
+    EXPECT_EQ(t[0].open, kItemOpen);
+    EXPECT_EQ(p[2].open, kItemOpen);
+    EXPECT_EQ(p[3].reference, "RF-50");
+}
+
+TEST(MatchSubsets, ExactDoubleSumsDecide) {
+    Recorder r;
+    std::vector<AmountItem> t{Open(0.3)}, p{Open(0.1), Open(0.2)};
+    MatchSubsets(t, p, r.hooks());
+    EXPECT_EQ(t[0].open, kItemOpen);  // 0.1 + 0.2 is not 0.3 in doubles
+    std::vector<AmountItem> t2{Open(0.1 + 0.2)}, p2{Open(0.1), Open(0.2)};
+    MatchSubsets(t2, p2, r.hooks());
+    EXPECT_EQ(t2[0].open, kItemClosed);
+}
+
+TEST(MatchSubsets, SingleEqualItemClosesOnlyWhenAnotherOpenItemIsLookedAt) {
+    Recorder r;
+    std::vector<AmountItem> t{Open(80)}, p{Open(80)};
+    MatchSubsets(t, p, r.hooks());
+    EXPECT_EQ(t[0].open, kItemOpen);
+    std::vector<AmountItem> t2{Open(80)}, p2{Open(5), Open(80)};
+    MatchSubsets(t2, p2, r.hooks());
+    EXPECT_EQ(p2[1].reference, "RF-1");
+    EXPECT_EQ(p2[0].open, kItemOpen);
+}
+
+// ---- The fast code against the literal rules -------------------------------------------------
+
+double PickAmount(std::mt19937_64& rng) {
+    static const double palette[] = {
+        100,  200, 300,  50,   10,   260,  350,  0.1,    0.2,
+        0.3,  0.7, 1e16, 1,    2,    -50,  -100, 0,      -0.0,
+        3.14, 1.5, 2.5,  -2.5, 4.25, 1e-3, 7,    1e-320, 0.30000000000000004};
+    std::uniform_int_distribution<int> kind(0, 9);
+    int k = kind(rng);
+    if (k < 4)
+        return palette[std::uniform_int_distribution<std::size_t>(0, std::size(palette) - 1)(rng)];
+    if (k < 8) return std::uniform_int_distribution<int>(1, 40)(rng) * 5.0;
+    return std::uniform_int_distribution<int>(-300, 300)(rng) / 100.0;
+}
+
+std::vector<AmountItem> RandomList(std::mt19937_64& rng, std::size_t n) {
+    std::vector<AmountItem> list;
+    for (std::size_t i = 0; i < n; ++i) {
+        AmountItem it{static_cast<std::int32_t>(i), PickAmount(rng), kItemOpen, ""};
+        if (rng() % 8 == 0) {
+            it.open = kItemClosed;
+            it.reference = "RF-900";
+        }
+        list.push_back(it);
+    }
+    return list;
+}
+
+// Targets made of sums of pool items, so that pairs and runs exist.
+void AddSumTargets(std::mt19937_64& rng, std::vector<AmountItem>& targets,
+                   const std::vector<AmountItem>& pool) {
+    if (pool.empty()) return;
+    std::uniform_int_distribution<std::size_t> pick(0, pool.size() - 1);
+    std::size_t extra = rng() % 4;
+    for (std::size_t e = 0; e < extra; ++e) {
+        double sum = 0;
+        std::size_t parts = 1 + rng() % 3;
+        for (std::size_t p = 0; p < parts; ++p)
+            sum += pool[pick(rng)].amount;
+        targets.insert(targets.begin() + static_cast<long>(rng() % (targets.size() + 1)),
+                       AmountItem{99, sum, kItemOpen, ""});
+    }
+}
+
+TEST(AmountMatchingProperty, MatchSubsetsEqualsLiteralRulesOnRandomLists) {
+    std::mt19937_64 rng(20260523);
+    int groups = 0;
+    for (int c = 0; c < 12000; ++c) {
+        auto pool = RandomList(rng, rng() % 14);
+        auto targets = RandomList(rng, rng() % 8);
+        AddSumTargets(rng, targets, pool);
+        auto t1 = targets, p1 = pool, t2 = targets, p2 = pool;
+        Recorder fast, slow;
+        MatchSubsets(t1, p1, fast.hooks());
+        naive::MatchSubsets(t2, p2, slow.hooks());
+        ASSERT_EQ(t1, t2) << "case " << c;
+        ASSERT_EQ(p1, p2) << "case " << c;
+        ASSERT_EQ(fast.progress, slow.progress) << "case " << c;
+        groups += fast.next;
+    }
+    EXPECT_GT(groups, 5000);  // the lists do form groups, not only failures
+}
+
+std::string AmountText(std::mt19937_64& rng, double a) {
+    switch (rng() % 12) {
+        case 0:
+            return "";
+        case 1:
+            return "abc";
+        case 2:
+            return FormatAmount(a);  // grouped Spanish form with padding
+        default:
+            return ValueText(a);
+    }
+}
+
+TEST(AmountMatchingProperty, SplitByAmountsEqualsLiteralRulesOnRandomExtracts) {
+    static const char* refs[] = {"", "", "", "RF-3", "12", "rf-1", " RF-2", "RF-", "7 8"};
+    std::mt19937_64 rng(7);
+    int groups = 0;
+    for (int c = 0; c < 10000; ++c) {
+        std::size_t n = rng() % 16;
+        TextTable t(n + 1 + rng() % 3, 13);
+        for (std::size_t i = 1; i <= n; ++i) {
+            double a = rng() % 2 ? PickAmount(rng) : 10.0 * static_cast<double>(1 + rng() % 6);
+            bool credit = rng() % 2;
+            t(i, 5) = credit ? "0" : AmountText(rng, a);
+            t(i, 6) = credit ? AmountText(rng, -a) : "0";
+            t(i, 11) = refs[rng() % std::size(refs)];
+        }
+        auto d1 = EmptyList(), c1 = EmptyList(), d2 = EmptyList(), c2 = EmptyList();
+        Recorder fast, slow;
+        SplitByAmounts(t, d1, c1, fast.hooks());
+        naive::SplitByAmounts(t, d2, c2, slow.hooks());
+        ASSERT_EQ(d1, d2) << "case " << c;
+        ASSERT_EQ(c1, c2) << "case " << c;
+        ASSERT_EQ(fast.progress, slow.progress) << "case " << c;
+        groups += fast.next;
+    }
+    EXPECT_GT(groups, 3000);
+}
+
+TEST(AmountMatchingProperty, LargerListsWithManyDuplicates) {
+    std::mt19937_64 rng(99);
+    for (int c = 0; c < 300; ++c) {
+        std::vector<AmountItem> pool, targets;
+        for (int i = 0; i < 60; ++i)
+            pool.push_back(Open(std::uniform_int_distribution<int>(-3, 12)(rng) * 10.0, i));
+        for (int i = 0; i < 25; ++i)
+            targets.push_back(Open(std::uniform_int_distribution<int>(1, 30)(rng) * 10.0, i));
+        auto t1 = targets, p1 = pool, t2 = targets, p2 = pool;
+        Recorder fast, slow;
+        MatchSubsets(t1, p1, fast.hooks());
+        naive::MatchSubsets(t2, p2, slow.hooks());
+        ASSERT_EQ(t1, t2) << "case " << c;
+        ASSERT_EQ(p1, p2) << "case " << c;
+    }
+}
+
+TEST(AmountMatchingProperty, LedgerSizedListsWithCentsAndSumTargets) {
+    std::mt19937_64 rng(2024);
+    for (int c = 0; c < 40; ++c) {
+        std::vector<AmountItem> pool, targets;
+        for (int i = 0; i < 150; ++i) {
+            double a = static_cast<double>(1 + rng() % 300000) / 100.0;
+            pool.push_back(Open(rng() % 10 ? a : -a, i));
+        }
+        for (int i = 0; i < 60; ++i) {
+            double sum = 0;
+            for (std::size_t p = 0, n = 1 + rng() % 4; p < n; ++p)
+                sum += pool[rng() % pool.size()].amount;
+            targets.push_back(
+                Open(rng() % 4 ? sum : static_cast<double>(rng() % 300000) / 100.0, i));
+        }
+        auto t1 = targets, p1 = pool, t2 = targets, p2 = pool;
+        Recorder fast, slow;
+        MatchSubsets(t1, p1, fast.hooks());
+        naive::MatchSubsets(t2, p2, slow.hooks());
+        ASSERT_EQ(t1, t2) << "case " << c;
+        ASSERT_EQ(p1, p2) << "case " << c;
+        EXPECT_GT(fast.next, 0);
+    }
+}
+
+}  // namespace
+}  // namespace pendara

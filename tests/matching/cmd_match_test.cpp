@@ -1,0 +1,77 @@
+// The match command end to end: the program run as a user runs it, over a ledger on disk.
+
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+#include <array>
+#include <cstdio>
+
+#include "host/company_file.h"
+#include "host/conversions.h"
+#include "support/ledger.h"
+
+namespace pendara {
+namespace {
+
+struct Result {
+    int status = -1;
+    std::string out;
+};
+
+Result RunCli(const std::string& args, const std::string& input, bool withErrors = false) {
+    std::string cmd = "printf '" + input + "' | " + PENDARA_CLI_EXE + " " + args +
+                      (withErrors ? " 2>&1" : " 2>/dev/null");
+    Result r;
+    FILE* p = ::popen(cmd.c_str(), "r");
+    if (!p) return r;
+    std::array<char, 4096> buf{};
+    std::size_t n;
+    while ((n = std::fread(buf.data(), 1, buf.size(), p)) > 0)
+        r.out.append(buf.data(), n);
+    int st = ::pclose(p);
+    r.status = WIFEXITED(st) ? WEXITSTATUS(st) : -1;
+    return r;
+}
+
+class CmdMatchTest : public testing::SettingsTest {
+  protected:
+    testing::Ledger l;
+};
+
+TEST_F(CmdMatchTest, PrintsBothGridsAndStateAskingTheKeyOnce) {
+    std::string y24 = l.Company("E4", "Empresa", 2024, "", "clave");
+    std::string y25 = l.Company("E5", "Empresa", 2025, y24, "clave");
+    l.Accounts(y25, {{"4300000001", "Cliente uno", 0}});
+    auto r24 = l.Entries(y24, {{"4300000001", "10/01/24", "4", "Fra. 12", 1, 80}});
+    auto r25 = l.Entries(y25, {{"4300000001", "20/01/25", "9", "Cobro", 2, -80}});
+    l.SetActive(y25);
+    SetCounter(y24, 6);
+    Result res = RunCli("match 4300000001 --show-state", "clave\\n");
+    ASSERT_EQ(res.status, 0) << res.out;
+    std::string amount = FormatAmount(80), credit = FormatAmount(-80);
+    EXPECT_EQ(res.out, "1\t" + std::to_string(r24[0]) + "\t10/01/24\t4\tFra. 12\tRF-7\t" + amount +
+                           "\t2\t\n" + "2\t" + std::to_string(r25[0]) +
+                           "\t20/01/25\t9\tCobro\tRF-7\t" + credit + "\t1\t\n" +
+                           "SaldoCta\tSaldo Cuenta: -80,00\nTituloL\tCliente uno\nnewref\t\n");
+    EXPECT_EQ(ReadCounter(y24), 7);
+    EXPECT_EQ(l.Read(y25)[0].referencia, "");  // nothing saved
+}
+
+TEST_F(CmdMatchTest, MissingKeyOrAccountExitNonZero) {
+    std::string y25 = l.Company("E5", "Empresa", 2025, "", "clave");
+    l.SetActive(y25);
+    EXPECT_NE(RunCli("match 4300000001", "").status, 0);  // no key typed
+    Result res = RunCli("match", "");
+    EXPECT_EQ(res.status, 2);
+}
+
+TEST_F(CmdMatchTest, HostFailureIsShownAndEndsWithError) {
+    // No active company in the settings: the host refuses the empty company path.
+    Result res = RunCli("match 4300000001", "", true);
+    EXPECT_EQ(res.status, 1);
+    EXPECT_NE(res.out.find("Pendara: "), std::string::npos) << res.out;
+    EXPECT_EQ(("\n" + res.out).find("\n1\t"), std::string::npos);  // no grid printed
+}
+
+}  // namespace
+}  // namespace pendara

@@ -1,0 +1,130 @@
+#include "matching/matching_run.h"
+
+#include <gtest/gtest.h>
+
+#include "host/company_file.h"
+#include "host/conversions.h"
+#include "support/ledger.h"
+#include "ui/pndra.h"
+#include "ui/scripted_port.h"
+
+namespace pendara {
+namespace {
+
+constexpr const char* kAcc = "4300000001";
+
+class MatchingRunTest : public testing::SettingsTest {
+  protected:
+    void SetUp() override {
+        SettingsTest::SetUp();
+        y24 = l.Company("E4", "Empresa", 2024);
+        y25 = l.Company("E5", "Empresa", 2025, y24);
+        l.Accounts(y25, {{kAcc, "Cliente uno", 0}});
+        w.ActiveCompanyFile = y25;
+        w.FirstCompanyFile = y24;
+        SetCounter(y24, 41);
+        w.DesFac.setText("Fra.");
+        port.gauge = RecordingGauge();
+        w.gauge.SetSurface(&port.gauge);
+    }
+    // Grid rows as "record|date|entry|description|reference|amount|company|mark".
+    static std::vector<std::string> Lines(const Grid& g) {
+        std::vector<std::string> out;
+        for (int r = 1; r <= g.Rows(); ++r) {
+            std::string line;
+            for (int c = 1; c <= 8; ++c)
+                line += (c > 1 ? "|" : "") + g.Cell(r, c);
+            out.push_back(line);
+        }
+        return out;
+    }
+    static std::string Reference(const Grid& g, int row) { return g.Cell(row, 5); }
+
+    testing::Ledger l;
+    ScriptedPort port;
+    Pndra w{port};
+    std::string y24, y25;
+};
+
+TEST_F(MatchingRunTest, GridsHoldEveryEntryWithItsGroupAndZeroBalanceIsBlack) {
+    auto r = l.Entries(y25, {{kAcc, "10/01/25", "1", "Fra. 12", 1, 100},
+                             {kAcc, "11/01/25", "2", "Fra. 13", 1, 50},
+                             {kAcc, "20/01/25", "3", "Cobro Fra. 12 13", 2, -150}});
+    PVporImportes(w, y25, kAcc);
+    EXPECT_EQ(w.SaldoCta.caption(), "Saldo Cuenta: 0,00");
+    EXPECT_EQ(w.SaldoCta.foreColor(), kColourBlack);
+    EXPECT_FALSE(w.SaldoCta.bold());
+    EXPECT_TRUE(w.Image1[0].visible());
+    EXPECT_FALSE(w.Image1[1].visible());
+    EXPECT_EQ(w.TituloL.caption(), "Cliente uno");
+    // "12 " is quoted by the payment but 100 - 150 does not cancel; amounts then group all three.
+    auto d = Lines(w.SGrid1);
+    ASSERT_EQ(d.size(), 2u);
+    EXPECT_EQ(d[0],
+              std::to_string(r[0]) + "|10/01/25|1|Fra. 12|RF-42|" + FormatAmount(100) + "|1|");
+    EXPECT_EQ(Reference(w.SGrid1, 2), "RF-42");
+    auto c = Lines(w.SGrid2);
+    ASSERT_EQ(c.size(), 1u);
+    EXPECT_EQ(c[0], std::to_string(r[2]) + "|20/01/25|3|Cobro Fra. 12 13|RF-42|" +
+                        FormatAmount(-150) + "|1|");
+    EXPECT_EQ(ReadCounter(y24), 42);
+    EXPECT_FALSE(port.gauge.history.empty());  // shown while matching
+    EXPECT_EQ(port.gauge.history.back(), "100%");
+    EXPECT_EQ(port.gauge.text, "");  // cleared at the end
+    EXPECT_TRUE(w.SGrid1.redraw());
+}
+
+TEST_F(MatchingRunTest, NonZeroBalanceIsRedAndBoldAndEmptyCreditGridKeepsOneLine) {
+    l.Entries(y25, {{kAcc, "10/01/25", "1", "Fra. 12", 1, 1234.5}});
+    PVporImportes(w, y25, kAcc);
+    EXPECT_EQ(w.SaldoCta.caption(), "Saldo Cuenta: 1.234,50");
+    EXPECT_EQ(w.SaldoCta.foreColor(), kColourRed);
+    EXPECT_TRUE(w.SaldoCta.bold());
+    EXPECT_FALSE(w.Image1[0].visible());
+    EXPECT_TRUE(w.Image1[1].visible());
+    EXPECT_EQ(Reference(w.SGrid1, 1), "12");
+    EXPECT_EQ(Lines(w.SGrid2), (std::vector<std::string>{"|||||" + FormatAmount(0) + "||"}));
+    EXPECT_EQ(ReadCounter(y24), 41);
+}
+
+TEST_F(MatchingRunTest, StoredSystemReferenceSurvivesUnlessAllAreCleared) {
+    l.Entries(y25, {{kAcc, "10/01/25", "1", "Fra. 5", 1, 10, "1", "", "", "", "RF-7"},
+                    {kAcc, "11/01/25", "2", "Cobro", 2, -10, "1", "", "", "", "RF-7"}});
+    PVporImportes(w, y25, kAcc);
+    EXPECT_EQ(Reference(w.SGrid1, 1), "RF-7");
+    EXPECT_EQ(Reference(w.SGrid2, 1), "RF-7");
+    EXPECT_EQ(w.SGrid1.Cell(1, 8), "1");
+    w.Check1.setValue(1);
+    PVporImportes(w, y25, kAcc);
+    EXPECT_EQ(Reference(w.SGrid1, 1), "RF-42");
+    EXPECT_EQ(Reference(w.SGrid2, 1), "RF-42");
+}
+
+TEST_F(MatchingRunTest, OnlyFirstOpeningEntryOfEarliestYearTakesPart) {
+    l.Entries(y24, {{kAcc, "01/01/24", "1", "Apertura", 1, 100, "", "A"},
+                    {kAcc, "02/01/24", "2", "Regularización", 1, 7, "", "R"}});
+    l.Entries(y25, {{kAcc, "01/01/25", "1", "Apertura", 1, 200, "", "A"},
+                    {kAcc, "05/01/25", "3", "Fra. 9", 1, 30, "", "1"}});
+    PVporImportes(w, y25, kAcc);
+    auto d = Lines(w.SGrid1);
+    ASSERT_EQ(d.size(), 2u);
+    EXPECT_NE(d[0].find("|Apertura|"), std::string::npos);
+    EXPECT_NE(d[0].find(FormatAmount(100)), std::string::npos);
+    EXPECT_EQ(w.SGrid1.Cell(1, 7), "2");
+    EXPECT_NE(d[1].find("|Fra. 9|9|"), std::string::npos);
+}
+
+TEST_F(MatchingRunTest, AccountWithoutMovementsEmptiesGridsOnly) {
+    l.Entries(y25, {{"4300000002", "10/01/25", "1", "Fra. 12", 1, 100}});
+    w.SGrid1.SetRows(3);
+    w.SGrid1.SetCell(1, 1, "old");
+    w.SaldoCta.setCaption("antes");
+    PVporImportes(w, y25, kAcc);
+    EXPECT_EQ(w.SGrid1.Rows(), 1);
+    EXPECT_EQ(w.SGrid1.Cell(1, 1), "");
+    EXPECT_EQ(w.SGrid2.Rows(), 1);
+    EXPECT_EQ(w.SaldoCta.caption(), "antes");
+}
+
+}  // namespace
+}  // namespace pendara

@@ -1,0 +1,129 @@
+// The headless commands over a small ledger: what they print and how they end.
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <sstream>
+#include <string>
+
+#include "host/settings.h"
+#include "support/ledger.h"
+#include "support/temp_dir.h"
+
+namespace pendara {
+namespace {
+
+struct Output {
+    std::string text;
+    int code = -1;
+};
+
+// Runs pendara-cli with the test's QUORVEX_HOME (inherited), standard error discarded.
+Output Cli(const std::string& args) {
+    Output out;
+    std::string command = std::string(PENDARA_CLI_EXE) + " " + args + " 2>/dev/null </dev/null";
+    FILE* p = ::popen(command.c_str(), "r");
+    char buf[4096];
+    std::size_t n;
+    while ((n = std::fread(buf, 1, sizeof buf, p)) > 0)
+        out.text.append(buf, n);
+    int status = ::pclose(p);
+    out.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return out;
+}
+
+class CliTest : public testing::SettingsTest {
+  protected:
+    void SetUp() override {
+        SettingsTest::SetUp();
+        y24 = l.Company("E4", "Empresa", 2024);
+        y25 = l.Company("E5", "Empresa", 2025, y24);
+        l.Accounts(y25, {{"4300000001", "Pagado"}, {"4300000002", "Abierto"}});
+        l.Entries(y24, {{"4300000001", "15/12/24", "1", "Fra. 12", 1, 100.0}});
+        open = l.Entries(y25, {{"4300000001", "20/02/25", "2", "Cobro Fra. 12", 2, -100.0},
+                               {"4300000002", "01/03/25", "3", "Fra. 13", 1, 40.0}})[1];
+    }
+    testing::Ledger l;
+    std::string y24, y25;
+    std::int32_t open = 0;
+};
+
+TEST_F(CliTest, WithoutActiveCompanyCommandsFailClearly) {
+    EXPECT_EQ(Cli("active").code, 1);
+    EXPECT_EQ(Cli("list").code, 1);
+    EXPECT_EQ(Cli("save").code, 2);  // usage: the account is missing
+}
+
+TEST_F(CliTest, ListsSaveAndSaveAllPrintWhatTheUserNeeds) {
+    l.SetActive(y25);
+    EXPECT_EQ(Cli("list").text, "4300000001 Pagado\n4300000002 Abierto\n");
+    EXPECT_EQ(Cli("list 4300000002 --pending").text, "4300000002 Abierto\n");
+
+    Output saved = Cli("save 4300000002");
+    EXPECT_EQ(saved.code, 0);
+    EXPECT_EQ(saved.text.rfind("1\t" + std::to_string(open) + "\t01/03/25\t3\tFra. 13\t13\t", 0),
+              0u)
+        << saved.text;
+    EXPECT_NE(saved.text.find("\nnewref\tRF-"), std::string::npos) << saved.text;
+    EXPECT_EQ(Cli("save 4399999999").code, 1);
+
+    // Declined without a terminal: nothing written.
+    EXPECT_EQ(Cli("save-all").text, "4300000001 Pagado\n4300000002 Abierto\n");
+    EXPECT_EQ(l.Read(y24)[0].referencia, "");
+    Output all = Cli("save-all --yes");
+    EXPECT_EQ(all.code, 0);
+    EXPECT_EQ(l.Read(y24)[0].referencia.rfind("RF-", 0), 0u);
+    EXPECT_EQ(l.Read(y24)[0].referencia, l.Read(y25)[0].referencia);
+}
+
+// Ctrl-C during a group save: the account in progress is finished, the rest stay listed.
+TEST_F(CliTest, InterruptStopsTheGroupSaveAfterTheAccountInProgress) {
+    const std::string data = l.File("demo");
+    ASSERT_EQ(
+        std::system((std::string(QVDATA_EXE) + " demo " + data + " --no-key >/dev/null").c_str()),
+        0);
+    int toParent[2], errPipe[2];
+    ASSERT_EQ(::pipe(toParent), 0);
+    ASSERT_EQ(::pipe(errPipe), 0);
+    pid_t pid = ::fork();
+    if (pid == 0) {
+        ::dup2(toParent[1], 1);
+        ::dup2(errPipe[1], 2);
+        ::close(toParent[0]);
+        ::close(errPipe[0]);
+        ::execl(PENDARA_CLI_EXE, PENDARA_CLI_EXE, "save-all", "--yes", static_cast<char*>(nullptr));
+        ::_exit(127);
+    }
+    ::close(toParent[1]);
+    ::close(errPipe[1]);
+    // The handler is in place once the run's question has been answered.
+    std::string err;
+    char c;
+    while (err.find("--yes)") == std::string::npos && ::read(errPipe[0], &c, 1) == 1)
+        err += c;
+    ::kill(pid, SIGINT);
+    std::string out;
+    char buf[4096];
+    ssize_t n;
+    while ((n = ::read(toParent[0], buf, sizeof buf)) > 0)
+        out.append(buf, static_cast<std::size_t>(n));
+    while (::read(errPipe[0], &c, 1) == 1)
+        err += c;
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_NE(err.find("Parada pedida"), std::string::npos) << err;
+    std::istringstream lines(out);
+    int listed = 0;
+    for (std::string line; std::getline(lines, line);)
+        ++listed;
+    // The demo has 48 accounts; a full run leaves about 30, a run stopped at once nearly all.
+    EXPECT_GE(listed, 45) << out;
+}
+
+}  // namespace
+}  // namespace pendara

@@ -1,0 +1,183 @@
+#include "posting/save.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "host/errors.h"
+#include "host/settings.h"
+#include "support/ledger.h"
+#include "support/temp_dir.h"
+#include "ui/pndra.h"
+#include "ui/scripted_port.h"
+
+namespace pendara {
+namespace {
+
+using testing::Ledger;
+
+// A grid row: record, date, entry, description, reference, amount, company, mark.
+void PutRow(TextTable& t, std::size_t r, std::int32_t record, const std::string& ref,
+            const std::string& amount, int company, const std::string& mark) {
+    const std::string cells[] = {std::to_string(record),  "01/02/25", "1", "Fra. 1", ref, amount,
+                                 std::to_string(company), mark};
+    for (std::size_t c = 0; c < 8; ++c)
+        t.at(r, c + 1) = cells[c];
+}
+
+void PutRow(Grid& g, int r, std::int32_t record, const std::string& ref, const std::string& amount,
+            int company) {
+    if (g.Rows() < r) g.SetRows(r);
+    const std::string cells[] = {std::to_string(record),  "01/02/25", "1", "Fra. 1", ref, amount,
+                                 std::to_string(company), "0"};
+    for (int c = 0; c < 8; ++c)
+        g.SetCell(r, c + 1, cells[c]);
+}
+
+class SaveTest : public testing::SettingsTest {
+  protected:
+    void SetUp() override {
+        SettingsTest::SetUp();
+        y24 = l.Company("E4", "Empresa", 2024);
+        y25 = l.Company("E5", "Empresa", 2025, y24);
+        r25 = l.Entries(
+            y25, {{"4300000001", "15/01/25", "1", "Fra. 1", 1, 100.0, "", "", "", "", "vieja"},
+                  {"4300000001", "20/02/25", "2", "Cobro", 2, -60.0},
+                  {"4300000001", "21/02/25", "3", "Cobro", 2, -40.0}});
+        r24 = l.Entries(y24, {{"4300000001", "15/01/24", "1", "Fra. 0", 1, 75.0},
+                              {"4300000002", "15/01/24", "2", "Otra", 1, 5.0}});
+        l.SetActive(y25);
+        w.ActiveCompanyFile = y25;
+        w.FirstCompanyFile = y24;
+        w.CompanyCount = 2;
+        w.CompanyFiles = {"", y25, y24};
+        w.EntryFiles = {"", l.EntriesFile(y25), l.EntriesFile(y24)};
+    }
+    EntryRecord At(const std::string& company, std::int32_t record) {
+        for (const EntryRecord& e : l.Read(company))
+            if (e.registro == record) return e;
+        ADD_FAILURE() << "no record " << record;
+        return {};
+    }
+    Ledger l;
+    std::string y24, y25;
+    std::vector<std::int32_t> r25, r24;
+    ScriptedPort port;
+    Pndra w{port};
+};
+
+TEST_F(SaveTest, FixRefWritesEveryRowWithItsMarkAndReturnsOpenRowsInOrder) {
+    SaveSetting("Punteo0", "S", "");
+    SaveSetting("Punteo1", "N", "");
+    TextTable d(5, 9);
+    PutRow(d, 1, r25[0], "RF-7", "100,00", 1, "1");
+    PutRow(d, 2, r24[0], "", "75,00", 2, "0");
+    PutRow(d, 3, r25[1], "RF-8", "-60,00", 1, "2");
+    PutRow(d, 4, r25[2], "1234", "-40,00", 1, "0");
+    TextTable open = FixRef(w, d);
+
+    EXPECT_EQ(At(y25, r25[0]).referencia, "RF-7");
+    EXPECT_EQ(At(y25, r25[0]).marca, "S");
+    EXPECT_EQ(At(y24, r24[0]).referencia, "");
+    EXPECT_EQ(At(y24, r24[0]).marca, "N");
+    EXPECT_EQ(At(y25, r25[1]).marca, "2");
+    EXPECT_EQ(At(y25, r25[2]).referencia, "1234");
+    EXPECT_EQ(At(y25, r25[2]).marca, "N");
+    EXPECT_EQ(At(y24, r24[1]).marca, "");  // another account, not in the rows
+
+    ASSERT_EQ(open.upperRow(), 2);
+    EXPECT_EQ(open.upperCol(), 8);
+    EXPECT_EQ(open.at(1, 1), std::to_string(r24[0]));
+    EXPECT_EQ(open.at(2, 5), "1234");
+    EXPECT_EQ(open.at(2, 7), "1");
+}
+
+TEST_F(SaveTest, MarksNeverStoredAreWrittenEmpty) {
+    TextTable d(3, 9);
+    PutRow(d, 1, r25[0], "RF-7", "100,00", 1, "1");
+    PutRow(d, 2, r25[1], "", "-60,00", 1, "0");
+    TextTable open = FixRef(w, d);
+    EXPECT_EQ(At(y25, r25[0]).marca, "");
+    EXPECT_EQ(At(y25, r25[1]).marca, "");
+    EXPECT_EQ(open.upperRow(), 1);
+    // No open row: upper bound 0.
+    TextTable all(2, 9);
+    PutRow(all, 1, r25[0], "RF-7", "100,00", 1, "1");
+    EXPECT_EQ(FixRef(w, all).upperRow(), 0);
+}
+
+TEST_F(SaveTest, FailedWriteShowsCriticalMessageEndsAndLeavesEveryCompanyAsItWas) {
+    TextTable d(4, 9);
+    PutRow(d, 1, r25[0], "RF-7", "100,00", 1, "1");
+    PutRow(d, 2, r24[0], "RF-7", "75,00", 2, "2");
+    PutRow(d, 3, r25[1], "RF-7", "-60,00", 3, "2");  // no company 3
+    EXPECT_THROW(FixRef(w, d), ProgramEnd);
+    ASSERT_EQ(port.messages.size(), 1u);
+    EXPECT_EQ(port.messages[0].style, kVbCritical);
+    EXPECT_EQ(port.messages[0].text.rfind(std::string(kSaveFailureText) + "\n", 0), 0u)
+        << port.messages[0].text;
+    EXPECT_GT(port.messages[0].text.size(), std::string(kSaveFailureText).size() + 1);
+    EXPECT_EQ(At(y25, r25[0]).referencia, "vieja");
+    EXPECT_EQ(At(y24, r24[0]).referencia, "");
+
+    // A record number the file does not have takes the same path.
+    TextTable bad(2, 9);
+    PutRow(bad, 1, 99999, "RF-7", "1,00", 1, "1");
+    EXPECT_THROW(FixRef(w, bad), ProgramEnd);
+    EXPECT_EQ(port.messages.size(), 2u);
+}
+
+TEST_F(SaveTest, GaugeMovesEveryHundredRowsAndEndsClear) {
+    std::vector<EntryRecord> many;
+    for (int i = 0; i < 250; ++i)
+        many.push_back({"4300000009", "01/03/25", "9", "x", 1, 1.0});
+    std::vector<std::int32_t> records = l.Entries(y25, many);
+    TextTable d(251, 9);
+    for (std::size_t r = 1; r <= 250; ++r)
+        PutRow(d, r, records[r - 1], "", "1,00", 1, "0");
+    port.gauge.history.clear();
+    FixRef(w, d);
+    EXPECT_EQ(port.gauge.history, (std::vector<std::string>{"40%", "80%"}));
+    EXPECT_EQ(port.gauge.text, "");
+}
+
+TEST_F(SaveTest, SavingEmptyGridsWritesNothingClearsAndStillDrawsAReference) {
+    const auto before25 = l.Read(y25);
+    GrabaRef_Click(w);
+    EXPECT_EQ(l.Read(y25), before25);
+    EXPECT_EQ(w.SGrid1.Rows(), 1);
+    EXPECT_EQ(w.SGrid2.Rows(), 1);
+    EXPECT_EQ(w.newref.text(), "RF-1");
+    GrabaRef_Click(w);
+    EXPECT_EQ(w.newref.text(), "RF-2");
+    EXPECT_EQ(w.CurrentReference, "RF-2");
+}
+
+TEST_F(SaveTest, MatchedGroupsLeaveTheGridsOpenRowsStay) {
+    SaveSetting("Punteo0", "1", "");
+    SaveSetting("Punteo1", "0", "");
+    PutRow(w.SGrid1, 1, r25[0], "RF-50", "100,00", 1);
+    PutRow(w.SGrid1, 2, r24[0], "RF-51", "75,00", 2);
+    PutRow(w.SGrid2, 1, r25[1], "RF-50", "-60,00", 1);
+    PutRow(w.SGrid2, 2, r25[2], "RF-50", "-40,00", 1);
+    GrabaRef_Click(w);
+
+    EXPECT_EQ(At(y25, r25[0]).marca, "1");
+    EXPECT_EQ(At(y25, r25[2]).referencia, "RF-50");
+    EXPECT_EQ(At(y24, r24[0]).marca, "2");  // RF-51 does not balance
+    // Every row had a system reference: both grids keep one blank row.
+    EXPECT_EQ(w.SGrid1.Rows(), 1);
+    EXPECT_EQ(w.SGrid1.Cell(1, 1), "");
+    EXPECT_EQ(w.SGrid2.Rows(), 1);
+
+    PutRow(w.SGrid1, 1, r25[0], "", "100,00", 1);
+    PutRow(w.SGrid1, 2, r24[0], "RF-51", "75,00", 2);
+    GrabaRef_Click(w);
+    EXPECT_EQ(At(y25, r25[0]).referencia, "");
+    EXPECT_EQ(At(y25, r25[0]).marca, "0");
+    ASSERT_EQ(w.SGrid1.Rows(), 1);
+    EXPECT_EQ(w.SGrid1.Cell(1, 1), std::to_string(r25[0]));
+}
+
+}  // namespace
+}  // namespace pendara

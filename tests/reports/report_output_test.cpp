@@ -1,0 +1,329 @@
+#include "host/report_output.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "host/conversions.h"
+#include "host/qv_library.h"
+#include "support/temp_dir.h"
+#include "ui/scripted_port.h"
+
+namespace pendara {
+namespace {
+
+const char* kColumns = "Fecha,Asiento,Descripción,Referencia,Importe";
+
+std::string Entry(const std::string& date, const std::string& entry, const std::string& desc,
+                  const std::string& ref, double amount) {
+    return date + "\t" + entry + "\t" + desc + "\t" + ref + "\t" + FormatAmount(amount) + "\r\n";
+}
+
+std::string AccountText(const std::string& code, const std::string& title, int entries) {
+    std::string t = "_" + code + " - " + title + "\r\n";
+    double total = 0;
+    for (int i = 1; i <= entries; ++i) {
+        double amount = i % 3 == 0 ? -1234.5 * i : 99.95 * i;
+        total += amount;
+        t += Entry("15/01/25", std::to_string(i), "Fra. " + std::to_string(i) + " cliente señor",
+                   "", amount);
+    }
+    t += "\r\n*Referencia: RF-12\r\n" + Entry("01/02/25", "40", "Cobro", "RF-12", 50) +
+         Entry("02/02/25", "41", "Abono", "RF-12", -50) + "\t\tSaldo\t" + FormatAmount(0) + "\r\n";
+    t += "\r\n\t\tTotal\t\t" + FormatAmount(total) + "\r\n";
+    t += "\t\tSaldo según último balance\t\t" + FormatAmount(total) + "\r\n";
+    t += "\t\tDiferencia\t\t" + FormatAmount(0) + "\r\n\r\n\r\n";
+    return t;
+}
+
+ReportRequest Request(const std::string& text, std::int32_t destination = 0) {
+    return ReportRequest{
+        destination,   "Informe de punteo de extractos", text, "23/11/26", kColumns, "5,0,0,0,3",
+        "EMPRESA DEMO"};
+}
+
+std::string ReadAll(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+// Runs a shell command and returns its standard output ("" when it fails).
+std::string Capture(const std::string& command) {
+    std::string out;
+    FILE* p = ::popen(command.c_str(), "r");
+    if (!p) return out;
+    char buf[4096];
+    std::size_t n;
+    while ((n = std::fread(buf, 1, sizeof buf, p)) > 0)
+        out.append(buf, n);
+    ::pclose(p);
+    return out;
+}
+
+bool Have(const std::string& tool) {
+    return std::system(("command -v " + tool + " >/dev/null 2>&1").c_str()) == 0;
+}
+
+TEST(ReportAmount, ReadsPrintedAmountsOnly) {
+    EXPECT_EQ(ReportAmount(FormatAmount(1234567.891)), 1234567.89);
+    EXPECT_EQ(ReportAmount("  -0,50"), -0.5);
+    EXPECT_EQ(ReportAmount("12"), 12);
+    EXPECT_EQ(ReportAmount("1.234"), 1234);
+    EXPECT_FALSE(ReportAmount("1.23"));
+    EXPECT_FALSE(ReportAmount("1,2,3"));
+    EXPECT_FALSE(ReportAmount("Fra. 12"));
+    EXPECT_FALSE(ReportAmount("RF-12"));
+    EXPECT_FALSE(ReportAmount(""));
+    EXPECT_FALSE(ReportAmount("-"));
+    EXPECT_FALSE(ReportAmount("12,"));
+}
+
+TEST(ParseReport, RecognisesHeadingsRowsAndSummaries) {
+    ParsedReport p = ParseReport(Request(AccountText("4300000001", "CLIENTE", 1)));
+    ASSERT_EQ(p.columns.size(), 5u);
+    EXPECT_EQ(p.columns[2], "Descripción");
+    EXPECT_EQ(p.aligns,
+              (std::vector<ReportAlign>{ReportAlign::Date, ReportAlign::Left, ReportAlign::Left,
+                                        ReportAlign::Left, ReportAlign::Amount}));
+    std::vector<ReportLineKind> kinds;
+    for (const auto& l : p.lines)
+        kinds.push_back(l.kind);
+    using K = ReportLineKind;
+    EXPECT_EQ(kinds, (std::vector<K>{K::Section, K::Row, K::Blank, K::SubSection, K::Row, K::Row,
+                                     K::Summary, K::Blank, K::Summary, K::Summary, K::Summary,
+                                     K::Blank, K::Blank}));
+    EXPECT_EQ(p.lines[0].heading, "4300000001 - CLIENTE");
+    EXPECT_EQ(p.lines[3].heading, "Referencia: RF-12");
+    EXPECT_EQ(p.lines[1].cells[4], "99,95");
+    EXPECT_TRUE(IsNumericCell(p, p.lines[1], 4));
+    EXPECT_FALSE(IsNumericCell(p, p.lines[1], 1));  // the entry number is text
+    // The group balance stands under the reference column and is still a number.
+    EXPECT_EQ(p.lines[6].cells[3], "0,00");
+    EXPECT_TRUE(IsNumericCell(p, p.lines[6], 3));
+    EXPECT_EQ(p.lines[9].cells[2], "Saldo según último balance");
+    EXPECT_TRUE(IsNumericCell(p, p.lines[9], 4));
+}
+
+TEST(ParseReport, ExtraFieldsJoinTheLastColumnAndBareLineFeedsWork) {
+    ReportRequest r = Request("a\tb\tc\td\te\tf\n\nx\n");
+    ParsedReport p = ParseReport(r);
+    ASSERT_EQ(p.lines.size(), 3u);
+    EXPECT_EQ(p.lines[0].cells[4], "e f");
+    EXPECT_EQ(p.lines[1].kind, ReportLineKind::Blank);
+    EXPECT_EQ(p.lines[2].cells[0], "x");
+}
+
+TEST(Cp1252, AccentsAndEuroBecomeSingleBytes) {
+    EXPECT_EQ(Utf8ToCp1252("Descripción"), "Descripci\xF3n");
+    EXPECT_EQ(Utf8ToCp1252("€ … Ñ"), "\x80 \x85 \xD1");
+    EXPECT_EQ(Utf8ToCp1252("日"), "?");
+    EXPECT_EQ(Utf8ToCp1252("caf\xE9"), "caf\xE9");  // already 8-bit passes through
+}
+
+class LayoutTest : public ::testing::Test {
+  protected:
+    ReportLayout Lay(const std::string& text) {
+        return LayoutReport(Request(text), ReportPageSize{}, ApproximateTextWidth);
+    }
+    static std::vector<const LaidText*> Find(const LaidPage& p, const std::string& t) {
+        std::vector<const LaidText*> out;
+        for (const auto& x : p.texts)
+            if (x.text == t) out.push_back(&x);
+        return out;
+    }
+};
+
+TEST_F(LayoutTest, EveryPageRepeatsHeadingColumnTitlesAndNumbersItself) {
+    std::string text;
+    for (int a = 0; a < 6; ++a)
+        text +=
+            AccountText("43000000" + std::to_string(10 + a), "CLIENTE " + std::to_string(a), 30);
+    ReportLayout l = Lay(text);
+    ASSERT_GE(l.pages.size(), 3u);
+    const std::string of = " de " + std::to_string(l.pages.size());
+    for (std::size_t i = 0; i < l.pages.size(); ++i) {
+        const LaidPage& p = l.pages[i];
+        EXPECT_EQ(Find(p, "Informe de punteo de extractos").size(), 1u) << "page " << i + 1;
+        EXPECT_EQ(Find(p, "EMPRESA DEMO").size(), 1u);
+        EXPECT_EQ(Find(p, "Fecha: 23/11/26").size(), 1u);
+        EXPECT_EQ(Find(p, "Importe").size(), 1u);
+        EXPECT_EQ(Find(p, "Descripción").size(), 1u);
+        EXPECT_EQ(Find(p, "Página " + std::to_string(i + 1) + of).size(), 1u);
+        for (const LaidText& t : p.texts) {
+            EXPECT_GE(t.x, l.size.margin - 0.01) << t.text;
+            EXPECT_LE(t.x + ApproximateTextWidth(t.text, t.style, t.size),
+                      l.size.width - l.size.margin + 0.01)
+                << t.text;
+            EXPECT_LE(t.y, l.size.height - l.size.margin / 2) << t.text;
+        }
+    }
+    // A page that starts inside an account says which account continues.
+    bool continued = false;
+    for (std::size_t i = 1; i < l.pages.size(); ++i)
+        for (const LaidText& t : l.pages[i].texts)
+            continued |= t.text.find("(continuación)") != std::string::npos;
+    EXPECT_TRUE(continued);
+}
+
+TEST_F(LayoutTest, AmountsAreRightAlignedAndLongTextIsCut) {
+    std::string text = "_4300000001 - CLIENTE\r\n" +
+                       Entry("15/01/25", "1", std::string(300, 'W'), "RF-1", 1234.5) +
+                       Entry("16/01/25", "2", "Corta", "RF-2", -7);
+    ReportLayout l = Lay(text);
+    ASSERT_EQ(l.pages.size(), 1u);
+    const double right = l.columnX[4] + l.columnWidth[4];
+    for (const char* amount : {"1.234,50", "-7,00"}) {
+        auto found = Find(l.pages[0], amount);
+        ASSERT_EQ(found.size(), 1u) << amount;
+        EXPECT_NEAR(found[0]->x + ApproximateTextWidth(amount, found[0]->style, found[0]->size),
+                    right, 0.01);
+    }
+    bool cut = false;
+    for (const LaidText& t : l.pages[0].texts)
+        if (t.text.rfind("WWW", 0) == 0) {
+            cut = true;
+            EXPECT_EQ(t.text.substr(t.text.size() - 3), "\xE2\x80\xA6");
+            EXPECT_LE(ApproximateTextWidth(t.text, t.style, t.size), l.columnWidth[2] + 0.01);
+        }
+    EXPECT_TRUE(cut);
+    // Columns do not overlap.
+    for (std::size_t c = 1; c < l.columnX.size(); ++c)
+        EXPECT_GE(l.columnX[c], l.columnX[c - 1] + l.columnWidth[c - 1]);
+}
+
+TEST_F(LayoutTest, AnEmptyReportIsOnePageWithItsHeading) {
+    ReportLayout l = Lay("");
+    ASSERT_EQ(l.pages.size(), 1u);
+    EXPECT_EQ(Find(l.pages[0], "Página 1 de 1").size(), 1u);
+}
+
+class PrintReportTest : public ::testing::Test {
+  protected:
+    void Print(std::int32_t destination, const std::string& text) {
+        std::int32_t one = 1;
+        lib.PrintReport(destination, "Informe de punteo de extractos", text, "23/11/26", kColumns,
+                        "5,0,0,0,3", "", "EMPRESA DEMO", one, "");
+    }
+    ScriptedPort port;
+    QvLibrary lib{port};
+    testing::TempDir dir;
+    std::string sample = AccountText("4300000001", "CLIENTE; \"UNO\"", 3);
+};
+
+TEST_F(PrintReportTest, ScreenAndPrinterGoToThePort) {
+    Print(kReportToScreen, sample);
+    Print(kReportToPrinter, sample);
+    Print(42, sample);
+    ASSERT_EQ(port.reports.size(), 3u);
+    EXPECT_EQ(port.reports[0].second, ReportScreenTarget::Preview);
+    EXPECT_EQ(port.reports[1].second, ReportScreenTarget::Printer);
+    EXPECT_EQ(port.reports[2].second, ReportScreenTarget::Preview);
+    const ReportRequest& r = port.reports[0].first;
+    EXPECT_EQ(r.title, "Informe de punteo de extractos");
+    EXPECT_EQ(r.text, sample);
+    EXPECT_EQ(r.date, "23/11/26");
+    EXPECT_EQ(r.columns, kColumns);
+    EXPECT_EQ(r.alignments, "5,0,0,0,3");
+    EXPECT_EQ(r.companyName, "EMPRESA DEMO");
+}
+
+TEST_F(PrintReportTest, FileDestinationsAskForAPathAndAddTheEnding) {
+    port.QueueSaveFile(dir.file("informe"));
+    Print(kReportToText, sample);
+    EXPECT_EQ(LastReportOutcome().file, dir.file("informe.txt"));
+    std::string lf = ReadAll(dir.file("informe.txt"));
+    EXPECT_EQ(lf.find('\r'), std::string::npos);
+    EXPECT_NE(lf.find("_4300000001 - CLIENTE"), std::string::npos);
+
+    port.QueueSaveFile("");  // cancelled
+    Print(kReportToPdf, sample);
+    EXPECT_TRUE(LastReportOutcome().cancelled);
+    EXPECT_EQ(LastReportOutcome().file, "");
+    EXPECT_TRUE(port.AllAnswersUsed());
+}
+
+TEST_F(PrintReportTest, APresetPathSkipsTheDialogOnce) {
+    PresetReportFile(dir.file("a.csv"));
+    Print(kReportToCsv, sample);  // no queued save answer: a dialog would throw
+    EXPECT_TRUE(std::filesystem::exists(dir.file("a.csv")));
+    port.QueueSaveFile(dir.file("b.csv"));
+    Print(kReportToCsv, sample);
+    EXPECT_TRUE(std::filesystem::exists(dir.file("b.csv")));
+}
+
+TEST_F(PrintReportTest, AnUnwritablePathIsReportedAndLeavesNothing) {
+    const std::string bad = dir.file("no/such/folder/x.pdf");
+    PresetReportFile(bad);
+    Print(kReportToPdf, sample);
+    EXPECT_NE(LastReportOutcome().error, "");
+    ASSERT_EQ(port.messages.size(), 1u);
+    EXPECT_NE(port.messages[0].text.find(bad), std::string::npos);
+
+    // A failed write keeps an earlier file of the same name whole.
+    const std::string earlier = dir.file("keep.xlsx");
+    std::ofstream(earlier) << "old";
+    std::filesystem::create_directory(earlier + ".part.xlsx");  // the writer cannot create it
+    PresetReportFile(earlier);
+    Print(kReportToSpreadsheet, sample);
+    EXPECT_NE(LastReportOutcome().error, "");
+    EXPECT_EQ(ReadAll(earlier), "old");
+}
+
+TEST_F(PrintReportTest, CsvHasTheReportColumnsAndNumericAmounts) {
+    PresetReportFile(dir.file("r.csv"));
+    Print(kReportToCsv, sample);
+    std::string csv = ReadAll(dir.file("r.csv"));
+    ASSERT_EQ(csv.substr(0, 3), "\xEF\xBB\xBF");
+    std::istringstream in(csv.substr(3));
+    std::vector<std::string> lines;
+    for (std::string l; std::getline(in, l);)
+        lines.push_back(l.substr(0, l.size() - (l.empty() || l.back() != '\r' ? 0 : 1)));
+    ASSERT_GE(lines.size(), 8u);
+    EXPECT_EQ(lines[0], "Fecha;Asiento;Descripción;Referencia;Importe");
+    EXPECT_EQ(lines[1], "\"4300000001 - CLIENTE; \"\"UNO\"\"\";;;;");
+    EXPECT_EQ(lines[2], "15/01/25;1;Fra. 1 cliente señor;;99,95");
+    EXPECT_EQ(lines[4], "15/01/25;3;Fra. 3 cliente señor;;-3703,50");
+    EXPECT_EQ(lines[5], "Referencia: RF-12;;;;");
+    EXPECT_EQ(lines[8], ";;Saldo;0,00;");
+    EXPECT_EQ(lines[9], ";;Total;;-3403,65");
+}
+
+TEST_F(PrintReportTest, SpreadsheetHasNumericAmountAndDateCells) {
+    if (!Have("unzip")) GTEST_SKIP() << "unzip is needed to read the workbook";
+    PresetReportFile(dir.file("r.xlsx"));
+    Print(kReportToSpreadsheet, sample);
+    ASSERT_EQ(LastReportOutcome().error, "");
+    std::string sheet = Capture("unzip -p '" + dir.file("r.xlsx") + "' xl/worksheets/sheet1.xml");
+    std::string strings = Capture("unzip -p '" + dir.file("r.xlsx") + "' xl/sharedStrings.xml");
+    // Amounts are numbers (no t="s"), dates are serial numbers with a date format.
+    EXPECT_NE(sheet.find("<v>99.95</v>"), std::string::npos) << sheet;
+    EXPECT_NE(sheet.find("<v>-3703.5</v>"), std::string::npos);
+    EXPECT_NE(sheet.find("<v>45672</v>"), std::string::npos);  // 15/01/2025
+    EXPECT_NE(strings.find("Descripción"), std::string::npos);
+    EXPECT_NE(strings.find("Saldo según último balance"), std::string::npos);
+}
+
+TEST_F(PrintReportTest, PdfShowsAccentsAndPageNumbers) {
+    std::string text;
+    for (int a = 0; a < 4; ++a)
+        text += AccountText("43000000" + std::to_string(10 + a), "CLIENTE ÑANDÚ", 40);
+    PresetReportFile(dir.file("r.pdf"));
+    Print(kReportToPdf, text);
+    ASSERT_EQ(LastReportOutcome().error, "");
+    EXPECT_EQ(ReadAll(dir.file("r.pdf")).substr(0, 5), "%PDF-");
+    if (!Have("pdftotext")) GTEST_SKIP() << "pdftotext is needed to read the text back";
+    std::string got = Capture("pdftotext -layout '" + dir.file("r.pdf") + "' -");
+    EXPECT_NE(got.find("Descripción"), std::string::npos) << got;
+    EXPECT_NE(got.find("CLIENTE ÑANDÚ"), std::string::npos);
+    EXPECT_NE(got.find("Saldo según último balance"), std::string::npos);
+    EXPECT_NE(got.find("Página 1 de "), std::string::npos);
+    EXPECT_NE(got.find("Página 2 de "), std::string::npos);
+}
+
+}  // namespace
+}  // namespace pendara

@@ -1,0 +1,39 @@
+// pendara-cli clear-all: the maintenance command that clears every account.
+
+#include <iostream>
+
+#include "cmd_session.h"
+#include "posting/maintenance.h"
+#include "ui/cli.h"
+
+namespace pendara::cli {
+namespace {
+
+constexpr const char* kQuestion =
+    "Se borraran las referencias y el punteo de todas las cuentas de todas las empresas. "
+    "¿Esta usted seguro?";
+
+int Run(const std::vector<std::string>& args) {
+    Args a(args, {}, {"--yes"});
+    a.atMost(0);
+    Session s(a.flag("--yes"));
+    s.Load();
+    // The window's button does not ask; a typed command that wipes everything does.
+    if (s.port().MsgBox(kQuestion, kVbYesNo | kVbInformation | kVbDefaultButton2, "") != kVbYes)
+        return 1;
+    s.Event([&] { Command1_Click(s.window()); });
+    std::cout << "Referencias y punteo borrados en " << s.window().List1.ListCount()
+              << " empresas.\n";
+    return 0;
+}
+
+const Registrar reg{
+    {"clear-all", "borra referencias y punteo de todas las cuentas",
+     "Uso: pendara-cli clear-all [--yes]\n\n"
+     "Vacía la referencia de punteo y pone la marca a 0 en todos los apuntes de todas las\n"
+     "cuentas de todas las empresas del grupo. No se puede deshacer. Pregunta antes, salvo\n"
+     "con --yes.",
+     Run}};
+
+}  // namespace
+}  // namespace pendara::cli

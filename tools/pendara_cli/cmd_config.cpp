@@ -1,0 +1,46 @@
+// pendara-cli config: the three matching options.
+
+#include <iostream>
+
+#include "host/settings.h"
+#include "ui/cli.h"
+
+namespace pendara::cli {
+namespace {
+
+// The first character of a UTF-8 text, whole ("Ñ" stays "Ñ").
+std::string FirstCharacter(const std::string& text) {
+    std::size_t n = text.empty() ? 0 : 1;
+    while (n < text.size() && (static_cast<unsigned char>(text[n]) & 0xC0) == 0x80)
+        ++n;
+    return text.substr(0, n);
+}
+
+int Run(const std::vector<std::string>& args) {
+    Args a(args, {"--punteo0", "--punteo1", "--punteo2"}, {});
+    a.atMost(0);
+    if (auto v = a.value("--punteo2"); v && *v != "0" && *v != "1")
+        throw UsageError("--punteo2 vale 0 o 1, no \"" + *v + "\"");
+    // The configuration dialog keeps only the first character of the two marks.
+    if (auto v = a.value("--punteo0")) SaveSetting("Punteo0", FirstCharacter(*v), "");
+    if (auto v = a.value("--punteo1")) SaveSetting("Punteo1", FirstCharacter(*v), "");
+    if (auto v = a.value("--punteo2")) SaveSetting("Punteo2", *v, "");
+    std::cout << "Punteo0\t" << GetSetting("Punteo0", "", "1") << "\tPunteo Correcto\n"
+              << "Punteo1\t" << GetSetting("Punteo1", "", "0") << "\tPunteo Incorrecto\n"
+              << "Punteo2\t" << GetSetting("Punteo2", "", "0")
+              << "\tForzar Punteo cuando saldo sea 0\n";
+    return 0;
+}
+
+const Registrar reg{
+    {"config", "muestra o cambia las opciones de punteo",
+     "Uso: pendara-cli config [--punteo0 C] [--punteo1 C] [--punteo2 0|1]\n\n"
+     "Sin opciones escribe las tres opciones de punteo. Con ellas las cambia y las escribe:\n"
+     "  --punteo0 C   marca de los apuntes de una referencia que cuadra (Punteo Correcto);\n"
+     "                se guarda el primer carácter\n"
+     "  --punteo1 C   marca de los apuntes sin referencia RF- (Punteo Incorrecto)\n"
+     "  --punteo2 N   1: al elegir una cuenta se fuerza el punteo donde el saldo vuelve a 0",
+     Run}};
+
+}  // namespace
+}  // namespace pendara::cli

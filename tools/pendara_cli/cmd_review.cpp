@@ -1,0 +1,34 @@
+// pendara-cli review: the zero-balance forcing on one account.
+
+#include <iostream>
+
+#include "cmd_session.h"
+#include "reports/balance_review.h"
+#include "ui/cli.h"
+
+namespace pendara::cli {
+namespace {
+
+int Run(const std::vector<std::string>& args) {
+    Args a(args, {}, {});
+    const std::string account = a.require(0, "la cuenta");
+    a.atMost(1);
+    Session s(false);
+    s.Load();
+    s.SelectAccount(account);
+    s.Event([&] { revisarsaldos_Click(s.window()); });
+    PrintGrids(std::cout, s.window());
+    return 0;
+}
+
+const Registrar reg{
+    {"review", "fuerza el punteo donde el saldo de una cuenta vuelve a 0",
+     "Uso: pendara-cli review CUENTA\n\n"
+     "Carga, puntea y guarda la cuenta (como \"save\") y después busca las fechas en que su\n"
+     "saldo acumulado de cada ejercicio vuelve a 0: los apuntes hasta la última de ellas\n"
+     "reciben una referencia común y se guardan (\"Forzar Punteo cuando saldo sea 0\").\n\n"
+     "Escribe las partidas que siguen pendientes y \"newref\", como \"save\".",
+     Run}};
+
+}  // namespace
+}  // namespace pendara::cli

@@ -1,0 +1,35 @@
+// pendara-cli save: what a click on an account of the list does.
+
+#include <iostream>
+
+#include "cmd_session.h"
+#include "ui/cli.h"
+
+namespace pendara::cli {
+namespace {
+
+int Run(const std::vector<std::string>& args) {
+    Args a(args, {}, {});
+    const std::string account = a.require(0, "la cuenta");
+    a.atMost(1);
+    Session s(false);
+    s.Load();
+    s.SelectAccount(account);
+    PrintGrids(std::cout, s.window());
+    return 0;
+}
+
+const Registrar reg{
+    {"save", "carga, puntea y guarda una cuenta",
+     "Uso: pendara-cli save CUENTA\n\n"
+     "Hace lo que hace un clic en la cuenta de la lista: carga sus apuntes de todos los\n"
+     "ejercicios, los puntea automáticamente, guarda referencias y marcas en la contabilidad\n"
+     "y, cuando la opción Punteo2 vale 1, fuerza el punteo donde el saldo vuelve a 0.\n\n"
+     "Después escribe las partidas que siguen pendientes, una por línea: \"1\" (debe) o\n"
+     "\"2\" (haber), TAB y las 8 celdas de la fila separadas por TAB (registro, fecha,\n"
+     "asiento, descripción, referencia, importe, empresa, marca); y al final \"newref\",\n"
+     "TAB y la siguiente referencia.",
+     Run}};
+
+}  // namespace
+}  // namespace pendara::cli

@@ -1,0 +1,41 @@
+// pendara-cli save-all: the group save over the account list.
+
+#include <iostream>
+
+#include "cmd_session.h"
+#include "ui/cli.h"
+#include "ui/main_window.h"
+
+namespace pendara::cli {
+namespace {
+
+int Run(const std::vector<std::string>& args) {
+    Args a(args, {}, {"--pending", "--yes"});
+    a.atMost(1);
+    const std::string mask = a.positional().empty() ? "" : a.positional()[0];
+    Session s(a.flag("--yes"));
+    s.Load();
+    s.FillList(mask, a.flag("--pending"));
+    s.StopOnInterrupt();
+    s.LabelProgressWithAccount();
+    s.Event([&] { Toolbar1_Click(s.window(), 17); });
+    PrintList(std::cout, s.window());
+    return 0;
+}
+
+const Registrar reg{
+    {"save-all", "puntea y guarda todas las cuentas de la lista",
+     "Uso: pendara-cli save-all [MASCARA] [--pending] [--yes]\n\n"
+     "Llena la lista de cuentas (todas las que empiezan por MASCARA, o sólo las pendientes\n"
+     "con --pending) y la recorre de la última a la primera: cada cuenta se carga, se puntea y\n"
+     "se guarda; las que quedan con saldo 0 salen de la lista. Al final escribe las cuentas\n"
+     "que siguen en la lista, una por línea.\n\n"
+     "Pregunta antes de empezar, salvo con --yes. Ctrl-C detiene el proceso después de la\n"
+     "cuenta en curso (un segundo Ctrl-C lo termina en el acto). Cuando la salida de errores\n"
+     "es un terminal se ve una barra de progreso.\n\n"
+     "  --pending   sólo las cuentas con algo pendiente de puntear\n"
+     "  --yes       no preguntar",
+     Run}};
+
+}  // namespace
+}  // namespace pendara::cli

@@ -1,0 +1,72 @@
+// qvdata demo: a realistic company group to try the program with, or to measure it.
+
+#include <iostream>
+
+#include "common.h"
+#include "host/demo.h"
+#include "host/settings.h"
+#include "ui/cli.h"
+#include "ui/console_port.h"
+
+namespace pendara::qvdata {
+namespace {
+
+int Run(const std::vector<std::string>& argv) {
+    cli::Args args(argv, {"--seed", "--accounts", "--entries-per-year", "--years"},
+                   {"--no-activate", "--no-key"});
+    args.atMost(1);
+    DemoOptions o;
+    o.folder = args.require(0, "CARPETA");
+    long long seed = args.integer("--seed", 1);
+    long long accounts = args.integer("--accounts", o.accounts);
+    long long entries = args.integer("--entries-per-year", o.entriesPerYear);
+    long long years = args.integer("--years", o.years);
+    if (seed < 0) throw cli::UsageError("--seed necesita un número no negativo");
+    if (accounts < 2 || accounts > 9999999)
+        throw cli::UsageError("--accounts necesita un número entre 2 y 9999999");
+    if (entries < 10 || entries > 100000000)
+        throw cli::UsageError("--entries-per-year necesita un número entre 10 y 100000000");
+    if (years < 1 || years > 60) throw cli::UsageError("--years necesita un número entre 1 y 60");
+    o.seed = static_cast<std::uint64_t>(seed);
+    o.accounts = static_cast<int>(accounts);
+    o.entriesPerYear = static_cast<int>(entries);
+    o.years = static_cast<int>(years);
+    o.withKey = !args.flag("--no-key");
+    DemoResult r = GenerateDemo(o);
+    std::string active = AbsolutePath(r.companies.back());
+    if (!args.flag("--no-activate")) {
+        ConsolePort port(std::cout, std::cerr);
+        SetRegValue(port, "Active", active);
+    }
+    std::cerr << r.companies.size() << " ejercicios, " << r.entries << " apuntes\n";
+    if (!r.key.empty())
+        std::cerr << "La empresa " << AbsolutePath(r.keyCompany) << " tiene la clave de acceso \""
+                  << r.key << "\"\n";
+    std::cout << active << "\n";
+    return 0;
+}
+
+const cli::Registrar kRegistrar{{
+    "demo",
+    "crea un grupo de empresas de demostración",
+    "Uso: qvdata demo CARPETA [--seed S] [--accounts N] [--entries-per-year N] [--years A]\n"
+    "                 [--no-activate] [--no-key]\n\n"
+    "Crea en CARPETA una cadena de ejercicios de una empresa (DEMOaaaa.QVT, el último 2025) con\n"
+    "un plan de cuentas español de diez cifras (clientes 430..., proveedores 400..., bancos\n"
+    "572..., ventas 700..., compras 600..., IVA 472/477) y apuntes realistas: facturas con\n"
+    "\"Fra.\" y número, cobros y pagos de una o varias facturas, pagos parciales, abonos,\n"
+    "asientos de apertura (tipo A), regularización (R) y cierre (C). La misma semilla da los\n"
+    "mismos datos. Un ejercicio (el penúltimo) lleva la clave de acceso \"punteo\", que se\n"
+    "indica al terminar.\n\n"
+    "  --seed S               semilla (1)\n"
+    "  --accounts N           cuentas de clientes y proveedores (40)\n"
+    "  --entries-per-year N   apuntes por ejercicio, aproximadamente (3000)\n"
+    "  --years A              ejercicios de la cadena (3)\n"
+    "  --no-activate          no marca el último ejercicio como empresa activa\n"
+    "  --no-key               ningún ejercicio lleva clave (para ejecuciones desatendidas)\n\n"
+    "Escribe la ruta de la empresa activa (el último ejercicio).",
+    Run,
+}};
+
+}  // namespace
+}  // namespace pendara::qvdata
