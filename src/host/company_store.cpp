@@ -18,7 +18,6 @@ namespace {
 // is several times faster than keeping them up to date row by row.
 constexpr std::size_t kBulkRows = 100000;
 
-
 std::string ExistingDataFile(const std::string& path) {
     std::error_code ec;
     if (!std::filesystem::is_regular_file(path, ec))
@@ -57,6 +56,12 @@ void CreateCompany(const std::string& companyFile, const CompanySpec& spec) {
     h.previous = PreviousLink(companyFile, spec.previous);
     SetAccessKey(h, spec.key);
     std::string folder = FolderOf(companyFile);
+    // Another company with the same code in this folder would share its data files.
+    for (const std::string& data :
+         {EntriesFileOf(companyFile, spec.code), ChartFileOf(companyFile, spec.code)})
+        if (std::filesystem::exists(data, ec))
+            throw HostError("Ya existe el fichero de datos " + data +
+                            ": otra empresa de esta carpeta usa el código " + spec.code);
     if (!folder.empty()) std::filesystem::create_directories(folder, ec);
     // The data files first: a company file is only there once its data files are.
     CreateDataFile(folder + "extra" + spec.code + ".qvd", FileKind::Entries);

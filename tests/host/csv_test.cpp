@@ -175,6 +175,8 @@ TEST_F(QvdataTool, CreateImportExportCounter) {
     EXPECT_EQ(read("out.txt"), "41\n");
     EXPECT_EQ(run("create-company " + qvt + " --code E1 --name Otra --year 2025"), 1);
     EXPECT_EQ(run("create-company " + d.file("X.QVT") + " --code E --year 2025"), 2);
+    EXPECT_EQ(run("create-company " + d.file("OTRA.QVT") + " --code E1 --name X --year 2026"), 1);
+    EXPECT_NE(read("err.txt").find("extraE1.qvd"), std::string::npos) << read("err.txt");
     std::ofstream(d.file("plan.csv")) << "Nivel;Cuenta;Descripcion\n2;43;Clientes\n"
                                          "0;4300000001;\"Cliente; uno\"\n";
     ASSERT_EQ(run("import-chart " + qvt + " " + d.file("plan.csv")), 0);
