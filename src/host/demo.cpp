@@ -99,7 +99,8 @@ class Generator {
         return c;
     }
 
-    std::size_t Year(EntryWriter& w, int year, bool first) {
+    // `last`: the newest year is the one being worked in, so it is not closed yet.
+    std::size_t Year(EntryWriter& w, int year, bool first, bool last) {
         w_ = &w;
         year_ = year;
         asiento_ = 0;
@@ -111,8 +112,10 @@ class Generator {
             date_ = DayOfYear(year, std::min(day, 364));
             Operation();
         }
-        date_ = DayOfYear(year, Leap(year) ? 366 : 365);
-        YearEnd();
+        if (!last) {
+            date_ = DayOfYear(year, Leap(year) ? 366 : 365);
+            YearEnd();
+        }
         return lines_;
     }
 
@@ -290,7 +293,7 @@ DemoResult GenerateDemo(const DemoOptions& o) {
                              r.companies.empty() ? "" : r.companies.back(), key});
         AddAccounts(path, chart);
         EntryWriter w(path, true);
-        r.entries += g.Year(w, year, i == 0);
+        r.entries += g.Year(w, year, i == 0, i == o.years - 1);
         w.Commit();
         if (!key.empty()) {
             r.keyCompany = path;
