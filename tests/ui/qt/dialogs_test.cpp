@@ -82,7 +82,7 @@ TEST(InputBox, AccessKeysAreHiddenAndCancelGivesEmpty) {
 TEST(AccountLookup, SearchesByCodeAndNameAndReturnsTheChosenCode) {
     std::vector<AccountChoice> chart{{"4300000001", "Comercial García"},
                                      {"4300000002", "Talleres López"},
-                                     {"5720000001", "Banco Santander"}};
+                                     {"5720000001", "Bancos, cuenta corriente principal"}};
     AccountLookupDialog d(QStringLiteral("Selección de cuenta"), chart);
     EXPECT_EQ(d.visibleRows(), 3);
     QTest::keyClicks(d.searchBox(), "talleres");
@@ -148,7 +148,7 @@ TEST(ParameterDialog, EveryKindHasItsInputAndWritesItsAnswer) {
     };
     auto chart = [] {
         return std::vector<AccountChoice>{{"4300000001", "Comercial García"},
-                                          {"5720000001", "Banco Santander"}};
+                                          {"5720000001", "Bancos, cuenta corriente principal"}};
     };
     ASSERT_TRUE(port.ParameterDialog("Informe de Pendara", values, kinds, chart));
     EXPECT_TRUE(seen);
