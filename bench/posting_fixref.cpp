@@ -15,7 +15,7 @@ void BM_FixRef(benchmark::State& state) {
     const auto rows = static_cast<std::size_t>(state.range(0));
     bench::Scratch scratch;
     const std::string company = scratch.file("EMPB1.QVT");
-    CreateCompany(company, CompanySpec{"B1", "Banco de pruebas", 2025, "", ""});
+    CreateCompany(company, CompanyDetails{"B1", "Banco de pruebas", 2025, "", ""});
     std::vector<EntryRecord> entries;
     entries.reserve(rows);
     for (std::size_t i = 0; i < rows; ++i)

@@ -18,7 +18,7 @@ struct BigCompany {
     bench::Scratch scratch;
     std::string file = scratch.file("EMPB2.QVT");
     BigCompany(std::size_t entries) {
-        CreateCompany(file, CompanySpec{"B2", "Empresa grande", 2025, "", ""});
+        CreateCompany(file, CompanyDetails{"B2", "Empresa grande", 2025, "", ""});
         std::vector<ChartAccount> chart;
         for (int a = 0; a < kAccounts; ++a)
             chart.emplace_back("43" + std::to_string(10000000 + a), "Cliente " + std::to_string(a));

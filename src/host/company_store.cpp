@@ -45,27 +45,27 @@ std::string ChartFileOf(const std::string& companyFile) {
     return ChartFileOf(file, ReadCompanyCode(file));
 }
 
-void CreateCompany(const std::string& companyFile, const CompanySpec& spec) {
+void CreateCompany(const std::string& companyFile, const CompanyDetails& details) {
     std::error_code ec;
     if (std::filesystem::exists(companyFile, ec))
         throw HostError("El fichero de empresa " + companyFile + " ya existe");
     CompanyHeader h;
-    h.code = spec.code;
-    h.name = spec.name;
-    h.year = spec.year;
-    h.previous = PreviousLink(companyFile, spec.previous);
-    SetAccessKey(h, spec.key);
+    h.code = details.code;
+    h.name = details.name;
+    h.year = details.year;
+    h.previous = PreviousLink(companyFile, details.previous);
+    SetAccessKey(h, details.key);
     std::string folder = FolderOf(companyFile);
     // Another company with the same code in this folder would share its data files.
     for (const std::string& data :
-         {EntriesFileOf(companyFile, spec.code), ChartFileOf(companyFile, spec.code)})
+         {EntriesFileOf(companyFile, details.code), ChartFileOf(companyFile, details.code)})
         if (std::filesystem::exists(data, ec))
             throw HostError("Ya existe el fichero de datos " + data +
-                            ": otra empresa de esta carpeta usa el código " + spec.code);
+                            ": otra empresa de esta carpeta usa el código " + details.code);
     if (!folder.empty()) std::filesystem::create_directories(folder, ec);
     // The data files first: a company file is only there once its data files are.
-    CreateDataFile(folder + "extra" + spec.code + ".qvd", FileKind::Entries);
-    CreateDataFile(folder + "Planc" + spec.code + ".qvd", FileKind::Chart);
+    CreateDataFile(folder + "extra" + details.code + ".qvd", FileKind::Entries);
+    CreateDataFile(folder + "Planc" + details.code + ".qvd", FileKind::Chart);
     CreateCompanyFile(companyFile, h);
 }
 

@@ -11,7 +11,7 @@
 
 namespace pendara {
 
-struct CompanySpec {
+struct CompanyDetails {
     std::string code;  // two characters
     std::string name;
     std::int32_t year = 0;
@@ -73,7 +73,7 @@ std::string EntriesFileOf(const std::string& companyFile);
 std::string ChartFileOf(const std::string& companyFile);
 
 // Creates the company file and its empty entries file and chart in the file's folder.
-void CreateCompany(const std::string& companyFile, const CompanySpec& spec);
+void CreateCompany(const std::string& companyFile, const CompanyDetails& details);
 
 // Appends accounts to the chart, in one transaction.
 void AddAccounts(const std::string& companyFile, const std::vector<ChartAccount>& accounts);

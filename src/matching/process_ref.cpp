@@ -13,6 +13,23 @@ constexpr std::size_t kDate = 2, kEntry = 3, kDescription = 4, kDebit = 5, kCred
                       kReference = 11;
 constexpr std::int16_t kTrue = -1;
 
+// Calls f(r) for every row after `row` up to `last` whose reference equals the starting row's,
+// in index order.
+template <typename F>
+void ForEachInGroup(std::int32_t row, const TextTable& x, const ReferenceChains* chains,
+                    std::int32_t last, F&& f) {
+    if (chains) {
+        for (std::int32_t r = chains->Next(row); r != 0 && r <= last; r = chains->Next(r))
+            f(static_cast<std::size_t>(r));
+        return;
+    }
+    const std::string& ref = x(static_cast<std::size_t>(row), kReference);
+    for (std::int32_t r = row + 1; r <= last; ++r)
+        if (x(static_cast<std::size_t>(r), kReference) == ref) f(static_cast<std::size_t>(r));
+}
+
+}  // namespace
+
 double RowAmount(const TextTable& x, std::size_t r) {
     double debit = ToDouble(x(r, kDebit));
     return debit != 0 ? debit : ToDouble(x(r, kCredit));
@@ -30,23 +47,6 @@ void AppendEntryLine(std::string& out, const TextTable& x, std::size_t r) {
     out += FormatAmount(RowAmount(x, r));
     out += "\r\n";
 }
-
-// Calls f(r) for every row after `row` up to `last` whose reference equals the starting row's,
-// in index order.
-template <typename F>
-void ForEachInGroup(std::int32_t row, const TextTable& x, const ReferenceChains* chains,
-                    std::int32_t last, F&& f) {
-    if (chains) {
-        for (std::int32_t r = chains->Next(row); r != 0 && r <= last; r = chains->Next(r))
-            f(static_cast<std::size_t>(r));
-        return;
-    }
-    const std::string& ref = x(static_cast<std::size_t>(row), kReference);
-    for (std::int32_t r = row + 1; r <= last; ++r)
-        if (x(static_cast<std::size_t>(r), kReference) == ref) f(static_cast<std::size_t>(r));
-}
-
-}  // namespace
 
 ReferenceChains::ReferenceChains(const TextTable& extract, std::int32_t last)
     : next_(static_cast<std::size_t>(last > 0 ? last + 1 : 1), 0), last_(last) {

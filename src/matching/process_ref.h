@@ -31,6 +31,12 @@ class ReferenceChains {
 //
 // `chains` takes the place of an argument the caller passes but the routine never read; given,
 // it must have been built over the same extract and `last`; nullptr scans every later row.
+// The amount of an extract row: its debit when that is not 0, otherwise its credit.
+double RowAmount(const TextTable& extract, std::size_t row);
+// Appends an entry line of the report: date, entry number, description, reference and amount,
+// TAB-separated, ended by CR LF.
+void AppendEntryLine(std::string& out, const TextTable& extract, std::size_t row);
+
 void ProcessRef(std::int32_t row, std::vector<std::int16_t>& processed, const TextTable& extract,
                 double& total, const ReferenceChains* chains, std::int32_t last, double minimum,
                 std::string& text);

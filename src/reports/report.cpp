@@ -22,8 +22,7 @@ namespace {
 
 constexpr const char* kSection = "Punteo";
 constexpr const char* kCrLf = "\r\n";
-constexpr std::size_t kDate = 2, kEntry = 3, kDescription = 4, kDebit = 5, kCredit = 6, kMark = 8,
-                      kClass = 9, kReference = 11;
+constexpr std::size_t kDate = 2, kDebit = 5, kCredit = 6, kMark = 8, kClass = 9, kReference = 11;
 
 // A stored check setting as the dialog gets it: the text of its numeric value.
 std::string CheckSetting(QvLibrary& lib, const std::string& key, const std::string& def) {
@@ -35,20 +34,6 @@ std::int32_t AsInteger(double v) {
     if (v > INT32_MAX) return INT32_MAX;
     if (v < INT32_MIN) return INT32_MIN;
     return static_cast<std::int32_t>(v);
-}
-
-void AppendUnmatchedLine(std::string& out, const TextTable& x, std::size_t r) {
-    const double debit = ToDouble(x(r, kDebit));
-    out += DateText(x(r, kDate));
-    out += '\t';
-    out += x(r, kEntry);
-    out += '\t';
-    out += x(r, kDescription);
-    out += '\t';
-    out += x(r, kReference);
-    out += '\t';
-    out += FormatAmount(debit != 0 ? debit : ToDouble(x(r, kCredit)));
-    out += kCrLf;
 }
 
 void AppendClosing(std::string& out, const std::string& label, double amount) {
@@ -99,7 +84,7 @@ void AppendAccountBody(std::string& text, const TextTable& x, std::int32_t n,
             text += kCrLf;
             gapPending = false;
         }
-        AppendUnmatchedLine(text, x, row);
+        AppendEntryLine(text, x, row);
         total += ToDouble(x(row, kDebit)) + ToDouble(x(row, kCredit));
     }
     text += kCrLf;

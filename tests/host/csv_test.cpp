@@ -7,10 +7,10 @@
 #include <fstream>
 #include <sstream>
 
-#include "host/demo.h"
-#include "host/errors.h"
 #include "host/catalogue.h"
 #include "host/conversions.h"
+#include "host/demo.h"
+#include "host/errors.h"
 #include "host/paths.h"
 #include "host/qv_file_control.h"
 #include "host/qv_ole70.h"

@@ -12,7 +12,7 @@ std::string Ledger::Company(const std::string& code, const std::string& name, in
     std::filesystem::path folder = dir_.path();
     if (!subfolder.empty()) folder /= subfolder;
     std::string path = (folder / (fileName.empty() ? "EMP" + code + ".QVT" : fileName)).string();
-    CreateCompany(path, CompanySpec{code, name, year, previous, key});
+    CreateCompany(path, CompanyDetails{code, name, year, previous, key});
     return path;
 }
 

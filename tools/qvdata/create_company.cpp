@@ -13,21 +13,22 @@ int Run(const std::vector<std::string>& argv) {
     cli::Args args(argv, {"--code", "--name", "--year", "--previous"}, {"--key-stdin"});
     args.atMost(1);
     std::string file = args.require(0, "FICHERO.QVT");
-    CompanySpec spec;
-    spec.code = args.value("--code", "");
-    if (spec.code.size() != 2) throw cli::UsageError("--code necesita un código de dos caracteres");
-    spec.name = args.value("--name", "");
+    CompanyDetails details;
+    details.code = args.value("--code", "");
+    if (details.code.size() != 2)
+        throw cli::UsageError("--code necesita un código de dos caracteres");
+    details.name = args.value("--name", "");
     long long year = args.integer("--year", 0);
     if (year < 1900 || year > 2999)
         throw cli::UsageError("--year necesita un año de cuatro cifras");
-    spec.year = static_cast<std::int32_t>(year);
-    spec.previous = args.value("--previous", "");
+    details.year = static_cast<std::int32_t>(year);
+    details.previous = args.value("--previous", "");
     if (args.flag("--key-stdin")) {
-        std::getline(std::cin, spec.key);
-        if (!spec.key.empty() && spec.key.back() == '\r') spec.key.pop_back();
-        if (spec.key.empty()) throw cli::UsageError("--key-stdin: la clave leída está vacía");
+        std::getline(std::cin, details.key);
+        if (!details.key.empty() && details.key.back() == '\r') details.key.pop_back();
+        if (details.key.empty()) throw cli::UsageError("--key-stdin: la clave leída está vacía");
     }
-    CreateCompany(file, spec);
+    CreateCompany(file, details);
     std::cout << AbsolutePath(file) << "\n";
     return 0;
 }
