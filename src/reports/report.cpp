@@ -22,7 +22,7 @@ namespace {
 
 constexpr const char* kSection = "Punteo";
 constexpr const char* kCrLf = "\r\n";
-constexpr std::size_t kDate = 2, kDebit = 5, kCredit = 6, kMark = 8, kClass = 9, kReference = 11;
+constexpr std::size_t kDate = 2, kDebit = 5, kCredit = 6, kMark = 8, kClass = 9;
 
 // A stored check setting as the dialog gets it: the text of its numeric value.
 std::string CheckSetting(QvLibrary& lib, const std::string& key, const std::string& def) {
