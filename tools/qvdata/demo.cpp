@@ -1,6 +1,7 @@
 // qvdata demo: a realistic company group to try the program with, or to measure it.
 
 #include <iostream>
+#include <utility>
 
 #include "common.h"
 #include "host/demo.h"
@@ -37,6 +38,10 @@ int Run(const std::vector<std::string>& argv) {
     if (!args.flag("--no-activate")) {
         ConsolePort port(std::cout, std::cerr);
         SetRegValue(port, "Active", active);
+        // The marks an installation starts with, so that saved groups are ticked and the
+        // reports tell balanced groups from open entries; options already set are kept.
+        for (const auto& [key, value] : {std::pair{"Punteo0", "1"}, std::pair{"Punteo1", "0"}})
+            if (GetSetting(key, "", "\x01") == "\x01") SaveSetting(key, value, "");
     }
     std::cerr << r.companies.size() << " ejercicios, " << r.entries << " apuntes\n";
     if (!r.key.empty())
@@ -62,7 +67,9 @@ const cli::Registrar kRegistrar{{
     "  --accounts N           cuentas de clientes y proveedores (40)\n"
     "  --entries-per-year N   apuntes por ejercicio, aproximadamente (3000)\n"
     "  --years A              ejercicios de la cadena (3)\n"
-    "  --no-activate          no marca el último ejercicio como empresa activa\n"
+    "  --no-activate          no marca el último ejercicio como empresa activa ni guarda las\n"
+    "                         marcas de punteo por omisión (Punteo0 = 1, Punteo1 = 0) cuando\n"
+    "                         aún no están guardadas\n"
     "  --no-key               ningún ejercicio lleva clave (para ejecuciones desatendidas)\n\n"
     "Escribe la ruta de la empresa activa (el último ejercicio).",
     Run,

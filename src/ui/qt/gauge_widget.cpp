@@ -24,7 +24,8 @@ GaugeWidget::GaugeWidget(QWidget* parent) : QWidget(parent), image_(1, 1) {
 
 void GaugeWidget::Cls() {
     image_.fill(Background());
-    if (!autoRedraw_) update();
+    // Clearing shows at once: a cleared gauge must not keep showing the last bar.
+    update();
 }
 
 void GaugeWidget::Refresh() {
