@@ -509,6 +509,10 @@ void MainWindow::EndProgram(int code) {
     if (QThread::currentThread()->loopLevel() > 0) QCoreApplication::exit(code);
 }
 
+bool MainWindow::Busy() const {
+    return port_.depth > 0;
+}
+
 void MainWindow::Gesture(const std::function<void()>& handler) {
     if (ending_) return;
     std::optional<int> code = RunGesture(w_, port_, handler);
@@ -543,6 +547,7 @@ void MainWindow::Activate() {
 }
 
 void MainWindow::ClickAccount(int index) {
+    if (Busy()) return;
     Gesture([this, index] {
         w_.List2.SetListIndex(index);
         if (!w_.List2.onClick) List2_Click(w_);
@@ -550,6 +555,7 @@ void MainWindow::ClickAccount(int index) {
 }
 
 void MainWindow::MaskKey(int key) {
+    if (Busy()) return;
     int delivered = key;
     Gesture([this, &delivered] {
         std::int32_t k = delivered;
@@ -567,6 +573,7 @@ void MainWindow::MaskKey(int key) {
 }
 
 void MainWindow::ClickCell(int g, int row, int col, bool shift) {
+    if (Busy()) return;
     Grid& grid = g == 1 ? w_.SGrid1 : w_.SGrid2;
     grid.Row = row;
     grid.Col = col;
@@ -575,16 +582,20 @@ void MainWindow::ClickCell(int g, int row, int col, bool shift) {
 
 void MainWindow::DoubleClickStatus(int index) {
     (void)index;  // either picture saves
+    if (Busy()) return;
     Gesture([this] { Image1_DblClick(w_); });
 }
 
 void MainWindow::ClickOption(int index) {
+    if (Busy()) return;
     w_.Option1[static_cast<std::size_t>(index)].setValue(true);
     w_.Option1[static_cast<std::size_t>(1 - index)].setValue(false);
     Gesture([this, index] { Option1_Click(w_, index); });
 }
 
 void MainWindow::ClickToolbar(int toolbar, int key) {
+    // While a run lets events through, only its stop button may act.
+    if (Busy() && !(toolbar == 1 && key == 21)) return;
     Gesture([this, toolbar, key] {
         if (toolbar == 1)
             Toolbar1_Click(w_, key);
@@ -594,6 +605,7 @@ void MainWindow::ClickToolbar(int toolbar, int key) {
 }
 
 void MainWindow::ClickCommand1() {
+    if (Busy()) return;
     Gesture([this] { Command1_Click(w_); });
 }
 

@@ -94,6 +94,9 @@ class MainWindow : public QWidget {
     void Activate();
     // Runs a gesture's handler; ends the program when it says so.
     void Gesture(const std::function<void()>& handler);
+    // A handler is running and has let pending events through (a group save, a report): user
+    // gestures other than the stop button are ignored until it ends.
+    bool Busy() const;
     void EndProgram(int code);
 
     Pndra& w_;

@@ -235,6 +235,7 @@ TEST_F(Workflow, TheGroupSaveKeepsTheWindowPaintedAndTheStopButtonStopsIt) {
     ASSERT_GT(before, 5);
     bool sawStopButton = false;
     bool drawnDuringRun = false;
+    bool ignoredDuringRun = false;
     port->onDialog = [&](QDialog& d) {
         auto* box = qobject_cast<QMessageBox*>(&d);
         ASSERT_NE(box, nullptr);
@@ -256,6 +257,10 @@ TEST_F(Workflow, TheGroupSaveKeepsTheWindowPaintedAndTheStopButtonStopsIt) {
                                      "Estado de la cuenta activa " + w->CTA.text() &&
                                  !w->CTA.text().empty() &&
                                  window->gridModel(2)->rowCount() == w->SGrid2.Rows();
+                // Other gestures wait for the run: a click on another account changes nothing.
+                const std::string active = w->CTA.text();
+                window->ClickAccount(0);
+                ignoredDuringRun = w->CTA.text() == active;
                 QTest::mouseClick(bar->widgetForAction(a), Qt::LeftButton);
                 return;
             }
@@ -271,6 +276,7 @@ TEST_F(Workflow, TheGroupSaveKeepsTheWindowPaintedAndTheStopButtonStopsIt) {
     EXPECT_GT(w->List2.ListCount(), before - 3);
     EXPECT_EQ(window->toolbar(1)->actions().size(), 12);
     EXPECT_TRUE(drawnDuringRun);
+    EXPECT_TRUE(ignoredDuringRun);
 }
 
 TEST_F(Workflow, EnterInTheMaskBoxListsTheAccountsAndOtherKeysAreFiltered) {
