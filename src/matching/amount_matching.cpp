@@ -46,6 +46,20 @@ void RequireFinite(const std::vector<AmountItem>& list) {
             throw std::overflow_error("Desbordamiento en la suma de importes");
 }
 
+// No running sum of pool items can overflow when the pool's absolute amounts and the largest
+// target add up to a finite number; otherwise the run ends with the overflow error up front, as
+// it would at the first sum that overflowed.
+void RequireBoundedSums(const std::vector<AmountItem>& targets,
+                        const std::vector<AmountItem>& pool) {
+    double total = 0, largest = 0;
+    for (const AmountItem& it : pool)
+        total += std::fabs(it.amount);
+    for (const AmountItem& it : targets)
+        largest = std::max(largest, std::fabs(it.amount));
+    if (!std::isfinite(total + largest))
+        throw std::overflow_error("Desbordamiento en la suma de importes");
+}
+
 // Open items by amount, each amount's items in list order; items leave as they close.
 class OpenByAmount {
   public:
@@ -255,7 +269,7 @@ class PairFinder {
 // given one whose amount is at most a bound, in logarithmic time.
 class MinTree {
   public:
-    explicit MinTree(const std::vector<AmountItem>& pool) {
+    explicit MinTree(const std::vector<AmountItem>& pool) : size_(pool.size()) {
         n_ = 1;
         while (n_ < pool.size())
             n_ *= 2;
@@ -273,7 +287,7 @@ class MinTree {
     }
     double Min() const { return t_[1]; }
     std::int32_t FirstAtMost(std::size_t from, double bound) const {
-        if (from >= n_) return -1;
+        if (from >= size_) return -1;
         // Climb to the first subtree at or after `from` that holds a fitting amount, then go
         // down to its leftmost fitting leaf.
         std::size_t i = from + n_;
@@ -288,11 +302,13 @@ class MinTree {
             i *= 2;
             if (!(t_[i] <= bound)) ++i;
         }
-        return static_cast<std::int32_t>(i - n_);
+        // The padding past the pool holds +infinity, which an infinite bound would reach.
+        return i - n_ < size_ ? static_cast<std::int32_t>(i - n_) : -1;
     }
 
   private:
     static constexpr double kInf = std::numeric_limits<double>::infinity();
+    std::size_t size_;
     std::size_t n_;
     std::vector<double> t_;
 };
@@ -356,6 +372,7 @@ void MatchSubsets(std::vector<AmountItem>& targets, std::vector<AmountItem>& poo
         throw std::invalid_argument("MatchSubsets: targets and pool are one list");
     RequireFinite(targets);
     RequireFinite(pool);
+    RequireBoundedSums(targets, pool);
     auto nt = static_cast<std::int32_t>(targets.size());
     Progress(hooks, -1, 0);
 

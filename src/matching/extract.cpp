@@ -78,7 +78,14 @@ TextTable GetExtracto(Pndra& w, const std::string& empresa, const std::string& c
     TextTable previous;
     std::int32_t prevCount = 0;
     const std::string prev = server.GetPreviousCompany();
-    if (prev != file && !prev.empty()) previous = GetExtracto(w, prev, cuenta, prevCount);
+    // A chain that comes back to a company already read (A, B, A...) ends there instead of
+    // reading the same years again without end.
+    bool visited = false;
+    const std::string prevName = NormaliseCompanyName(prev);
+    for (std::size_t k = 1; k < w.CompanyFiles.size() && !visited; ++k)
+        visited = EqualsNoCase(w.CompanyFiles[k], prevName);
+    if (prev != file && !prev.empty() && !visited)
+        previous = GetExtracto(w, prev, cuenta, prevCount);
 
     const std::string text = LeerDatosExtracto(w, cuenta, file);
     std::vector<std::string_view> lines;

@@ -312,3 +312,26 @@ TEST(AmountMatchingProperty, LedgerSizedListsWithCentsAndSumTargets) {
 
 }  // namespace
 }  // namespace pendara
+
+namespace pendara {
+namespace {
+
+TEST(AmountMatchingOverflow, SumsPastTheLargestDoubleEndTheRun) {
+    // Two huge credits would make the greedy sum overflow to -infinity; the run ends with the
+    // overflow error instead of reading past the pool.
+    Recorder rec;
+    std::vector<AmountItem> targets{Open(100, 1)};
+    std::vector<AmountItem> pool{Open(-1e308, 2), Open(-1e308, 3), Open(5, 4)};
+    EXPECT_THROW(MatchSubsets(targets, pool, rec.hooks()), std::overflow_error);
+    EXPECT_EQ(rec.next, 0);
+    // The same amounts read from an extract.
+    TextTable t = Extract({{"100", "0", ""},
+                           {"0", "1" + std::string(308, '0'), ""},
+                           {"0", "1" + std::string(308, '0'), ""},
+                           {"0", "-5", ""}});
+    std::vector<AmountItem> debits = EmptyList(), credits = EmptyList();
+    EXPECT_THROW(SplitByAmounts(t, debits, credits, rec.hooks()), std::overflow_error);
+}
+
+}  // namespace
+}  // namespace pendara

@@ -67,6 +67,21 @@ TEST_F(ExtractTest, ChainPutsEarlierCompanyFirstAndNumbersCompanies) {
     EXPECT_EQ(w.EntryFiles[2], FolderOf(y24) + "ExtraE4.qvd");
 }
 
+TEST_F(ExtractTest, ChainThatComesBackReadsEachCompanyOnce) {
+    std::string a = l.File("EMPAA.QVT"), b = l.File("EMPBB.QVT");
+    l.Company("AA", "A", 2025, b);
+    l.Company("BB", "B", 2024, a);
+    l.Entries(a, {{kAcc, "10/03/25", "2", "Fra. 2", 1, 60}});
+    l.Entries(b, {{kAcc, "10/03/24", "1", "Fra. 1", 1, 40}});
+    std::int32_t count = -1;
+    w.CompanyCount = 0;
+    TextTable t = GetExtracto(w, a, kAcc, count);
+    ASSERT_EQ(count, 2);
+    EXPECT_EQ(t(1, 4), "Fra. 1");
+    EXPECT_EQ(t(2, 4), "Fra. 2");
+    EXPECT_EQ(w.CompanyCount, 2);
+}
+
 TEST_F(ExtractTest, AccountOnlyInEarlierYearAndEmptyAccount) {
     std::string y24 = l.Company("E4", "Empresa", 2024);
     std::string y25 = l.Company("E5", "Empresa", 2025, y24);
