@@ -131,6 +131,8 @@ void Grabartodo(Pndra& w) {
     std::int32_t done = 0;
     const int n = w.List2.ListCount();
     for (int i = n; i >= 1; --i) {
+        // The list can only shrink behind the walk; an entry that is gone is passed over.
+        if (i - 1 >= w.List2.ListCount()) continue;
         w.UpdateGauge(done, w.List2.ListCount());
         w.List2.SetListIndex(i - 1);
         if (w.Image1[0].visible()) w.List2.RemoveItem(i - 1);

@@ -17,7 +17,8 @@ namespace {
 std::string SelectedAccount(const Pndra& w) {
     const std::string entry = w.List2.List(w.List2.ListIndex());
     const std::size_t blank = entry.find(' ');
-    return Trim(blank == std::string::npos ? entry : entry.substr(0, blank + 1));
+    // Up to and including the first blank: an entry without one names no account.
+    return blank == std::string::npos ? std::string() : Trim(entry.substr(0, blank + 1));
 }
 
 // Gives every dated row on or before the zero date the reference, drawn on first use.

@@ -91,8 +91,7 @@ void Grid::SetRows(int n) {
 void Grid::Clear() {
     cells_.assign(static_cast<std::size_t>(2) * (cols_ + 1), std::string());
     rows_ = 1;
-    Row = 1;
-    Col = 1;
+    // The current cell stays where the user clicked: the detail window reads it after a reload.
     Changed();
 }
 

@@ -19,9 +19,16 @@ TEST(Grid, KeepsAtLeastOneRowAndReadsOutsideAsEmpty) {
     EXPECT_EQ(g.Cell(4, 1), "");
     EXPECT_EQ(g.Cell(1, 9), "");
     EXPECT_THROW(g.SetCell(4, 1, "y"), std::out_of_range);
+    g.Row = 3;
+    g.Col = 5;
     g.Clear();
     EXPECT_EQ(g.Rows(), 1);
     EXPECT_EQ(g.Cell(1, 1), "");
+    // The clicked cell stays current through a reload of the rows.
+    EXPECT_EQ(g.Text(), "");
+    g.SetRows(3);
+    g.SetCell(3, 5, "RF-12");
+    EXPECT_EQ(g.Text(), "RF-12");
 }
 
 TEST(Grid, ExportAndImportUseRowsAndColumnsFromOne) {
