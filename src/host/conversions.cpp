@@ -208,13 +208,31 @@ double ParseNumber(std::string& t) {
     return ToDouble(t);
 }
 
+namespace {
+
+// floor(a * f + 0.5) for a >= 0, with the product taken exactly: the users' figures were made
+// with the product held in extended precision (2.675 * 100 is 267.4999..., not 267.5).
+double FloorHalfUp(double a, double f) {
+    const double p = a * f;
+    if (!(p < 4503599627370496.0)) return std::floor(p + 0.5);  // 2^52: p is whole already
+    const double e = std::fma(a, f, -p);                        // a * f == p + e exactly
+    const double k = std::floor(p);
+    const double frac = p - k;  // exact
+    // Here |e| <= 0.25, so a fraction below 0.25 cannot reach the half; above it frac - 0.5
+    // is exact and the comparison with -e decides.
+    if (frac < 0.25) return k;
+    return (frac - 0.5 >= -e) ? k + 1 : k;
+}
+
+}  // namespace
+
 double RoundTo(double value, std::int16_t digits) {
-    // The product is taken in extended precision, as the original floating-point unit did:
-    // 2.675 * 100 is then 267.49999..., so 2.675 rounds to 2.67.
-    long double f = std::pow(10.0L, static_cast<long double>(digits));
-    long double v = value;
-    long double n = v >= 0 ? std::floor(v * f + 0.5L) : -std::floor(-v * f + 0.5L);
-    return static_cast<double>(n) / static_cast<double>(f);
+    if (digits < 0 || digits > 22) {
+        const double f = std::pow(10.0, static_cast<double>(digits));
+        return value >= 0 ? std::floor(value * f + 0.5) / f : -std::floor(-value * f + 0.5) / f;
+    }
+    const double f = std::pow(10.0, static_cast<double>(digits));  // exact up to 10^22
+    return value >= 0 ? FloorHalfUp(value, f) / f : -FloorHalfUp(-value, f) / f;
 }
 
 std::string FormatAmountPlain(double value) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cfloat>
+#include <cmath>
 #include <random>
 
 namespace pendara {
@@ -183,6 +185,39 @@ TEST(TextHelpers, TrimOnlyBlanksAndCompareWithoutCase) {
     EXPECT_TRUE(EndsWithNoCase("emp.qvt", ".QVT"));
     EXPECT_FALSE(EndsWithNoCase("qvt", ".QVT"));
     EXPECT_EQ(Upper("rf-12ñ"), "RF-12ñ");
+}
+
+}  // namespace
+}  // namespace pendara
+
+namespace pendara {
+namespace {
+
+// The rounding as the figures were first made: the product held in x87 extended precision.
+double RoundToExtended(double value, std::int16_t digits) {
+    long double f = std::pow(10.0L, static_cast<long double>(digits));
+    long double v = value;
+    long double n = v >= 0 ? std::floor(v * f + 0.5L) : -std::floor(-v * f + 0.5L);
+    return static_cast<double>(n) / static_cast<double>(f);
+}
+
+TEST(RoundTo, AgreesWithExtendedPrecisionOnAmounts) {
+    if (LDBL_MANT_DIG < 64) GTEST_SKIP() << "long double is not extended here";
+    std::mt19937_64 rng(99);
+    std::uniform_int_distribution<long long> thousandths(-9999999999999LL, 9999999999999LL);
+    int differentFromDouble = 0;
+    for (int i = 0; i < 500000; ++i) {
+        // Amounts with up to three decimals, including exact halves of a cent.
+        double v = static_cast<double>(thousandths(rng)) / 1000.0;
+        for (std::int16_t d : {0, 1, 2}) {
+            ASSERT_EQ(RoundTo(v, d), RoundToExtended(v, d)) << v << " " << d;
+            double f = std::pow(10.0, d);
+            double plain = v >= 0 ? std::floor(v * f + 0.5) / f : -std::floor(-v * f + 0.5) / f;
+            differentFromDouble += plain != RoundTo(v, d);
+        }
+    }
+    // Plain double arithmetic would round many of these halves the other way.
+    EXPECT_GT(differentFromDouble, 0);
 }
 
 }  // namespace
