@@ -38,10 +38,26 @@ CLI="$ROOT/$BUILD_DIR/pendara-cli"
 QVDATA="$ROOT/$BUILD_DIR/qvdata"
 
 if ! "$CLI" active >/dev/null 2>&1; then
-    echo "== No hay empresa activa: se crea el grupo de demostración en $DEMO_DIR"
-    mkdir -p "$DEMO_DIR"
-    # Without access keys the run needs nobody at the keyboard.
-    "$QVDATA" demo "$DEMO_DIR" --no-key
+    # A demo group made earlier (with other settings) is used again rather than overwritten.
+    NEWEST=$(find "$DEMO_DIR" -maxdepth 1 -name 'DEMO[0-9][0-9][0-9][0-9].QVT' 2>/dev/null |
+        sort | tail -n 1 || true)
+    if [ -n "$NEWEST" ]; then
+        echo "== No hay empresa activa: se activa el grupo de demostración de $DEMO_DIR"
+        "$QVDATA" set-active "$NEWEST"
+        # The marks the demo starts with, where none were ever saved.
+        "$CLI" config | awk -F'\t' '$4 != "" && $1 != "Punteo2" { print $1 }' |
+            while read -r KEY; do
+                case $KEY in
+                    Punteo0) "$CLI" config --punteo0 1 >/dev/null ;;
+                    Punteo1) "$CLI" config --punteo1 0 >/dev/null ;;
+                esac
+            done
+    else
+        echo "== No hay empresa activa: se crea el grupo de demostración en $DEMO_DIR"
+        mkdir -p "$DEMO_DIR"
+        # Without access keys the run needs nobody at the keyboard.
+        "$QVDATA" demo "$DEMO_DIR" --no-key
+    fi
 fi
 ACTIVE=$("$CLI" active)
 

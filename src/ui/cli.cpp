@@ -124,6 +124,12 @@ int Registry::Main(const std::string& program, const std::string& description, i
         std::cerr << program << " " << name << ": " << e.description() << "\n";
         return 1;
     } catch (const ProgramEnd& e) {
+        // The program's own end (a refused access key) leaves the command undone: a script
+        // running it must not take that for success.
+        if (e.exitCode == 0) {
+            std::cerr << program << " " << name << ": el programa terminó sin acabar la orden\n";
+            return 1;
+        }
         return e.exitCode;
     } catch (const std::exception& e) {
         std::cerr << program << " " << name << ": " << e.what() << "\n";

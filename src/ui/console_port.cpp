@@ -35,6 +35,13 @@ std::string ReadLine() {
     return line;
 }
 
+// An answer taken from a pipe is not echoed: end the prompt's line so later output starts afresh.
+std::string ReadAnswer(std::ostream& promptOut) {
+    std::string line = ReadLine();
+    if (!StdinIsTerminal()) promptOut << "\n" << std::flush;
+    return line;
+}
+
 // Message texts use CR LF between lines; a terminal wants LF.
 std::string ForTerminal(const std::string& text) {
     std::string out;
@@ -110,14 +117,14 @@ std::string ReadSecretLine(std::ostream& promptOut, const std::string& prompt) {
         }
     }
 #endif
-    return ReadLine();
+    return ReadAnswer(promptOut);
 }
 
 std::string ConsolePort::InputBox(const std::string& prompt, const std::string&, bool secret) {
     gauge_.Cls();
     if (secret) return ReadSecretLine(err_, prompt + ": ");
     err_ << prompt << ": " << std::flush;
-    return ReadLine();
+    return ReadAnswer(err_);
 }
 
 std::string ConsolePort::SelectAccount(const std::string& title,
@@ -126,7 +133,7 @@ std::string ConsolePort::SelectAccount(const std::string& title,
     for (const auto& a : accounts)
         err_ << "  " << a.code << " " << a.name << "\n";
     err_ << "Cuenta: " << std::flush;
-    return ReadLine();
+    return ReadAnswer(err_);
 }
 
 bool ConsolePort::ParameterDialog(const std::string& caption, ParameterValues& values,

@@ -1,6 +1,7 @@
 // pendara-cli config: the three matching options.
 
 #include <iostream>
+#include <utility>
 
 #include "host/settings.h"
 #include "ui/cli.h"
@@ -16,6 +17,9 @@ std::string FirstCharacter(const std::string& text) {
     return text.substr(0, n);
 }
 
+// Not a text a user can store: tells an option never saved from one saved empty.
+constexpr const char* kUnset = "\x01";
+
 int Run(const std::vector<std::string>& args) {
     Args a(args, {"--punteo0", "--punteo1", "--punteo2"}, {});
     a.atMost(0);
@@ -25,17 +29,23 @@ int Run(const std::vector<std::string>& args) {
     if (auto v = a.value("--punteo0")) SaveSetting("Punteo0", FirstCharacter(*v), "");
     if (auto v = a.value("--punteo1")) SaveSetting("Punteo1", FirstCharacter(*v), "");
     if (auto v = a.value("--punteo2")) SaveSetting("Punteo2", *v, "");
-    std::cout << "Punteo0\t" << GetSetting("Punteo0", "", "1") << "\tPunteo Correcto\n"
-              << "Punteo1\t" << GetSetting("Punteo1", "", "0") << "\tPunteo Incorrecto\n"
-              << "Punteo2\t" << GetSetting("Punteo2", "", "0")
-              << "\tForzar Punteo cuando saldo sea 0\n";
+    // What is stored is what a save uses; an option never saved is shown empty and marked, since
+    // a save then writes no mark (the configuration dialog would propose 1 and 0).
+    for (const auto& [key, label] :
+         {std::pair{"Punteo0", "Punteo Correcto"}, std::pair{"Punteo1", "Punteo Incorrecto"},
+          std::pair{"Punteo2", "Forzar Punteo cuando saldo sea 0"}}) {
+        const std::string stored = GetSetting(key, "", kUnset);
+        std::cout << key << '\t' << (stored == kUnset ? "" : stored) << '\t' << label
+                  << (stored == kUnset ? "\t(sin guardar)" : "") << '\n';
+    }
     return 0;
 }
 
 const Registrar reg{
     {"config", "muestra o cambia las opciones de punteo",
      "Uso: pendara-cli config [--punteo0 C] [--punteo1 C] [--punteo2 0|1]\n\n"
-     "Sin opciones escribe las tres opciones de punteo. Con ellas las cambia y las escribe:\n"
+     "Sin opciones escribe las tres opciones de punteo (una opción nunca guardada sale vacía\n"
+     "y con \"(sin guardar)\" detrás). Con ellas las cambia y las escribe:\n"
      "  --punteo0 C   marca de los apuntes de una referencia que cuadra (Punteo Correcto);\n"
      "                se guarda el primer carácter\n"
      "  --punteo1 C   marca de los apuntes sin referencia RF- (Punteo Incorrecto)\n"
