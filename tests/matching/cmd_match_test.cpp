@@ -63,6 +63,10 @@ TEST_F(CmdMatchTest, MissingKeyOrAccountExitNonZero) {
     EXPECT_NE(RunCli("match 4300000001", "").status, 0);  // no key typed
     Result res = RunCli("match", "");
     EXPECT_EQ(res.status, 2);
+    // A code in no chart and no entries: an error, not two empty grids.
+    Result unknown = RunCli("match 4399999999", "clave\n");
+    EXPECT_EQ(unknown.status, 1);
+    EXPECT_EQ(("\n" + unknown.out).find("\n1\t"), std::string::npos) << unknown.out;
 }
 
 TEST_F(CmdMatchTest, HostFailureIsShownAndEndsWithError) {

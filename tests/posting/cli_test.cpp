@@ -71,6 +71,10 @@ TEST_F(CliTest, ListsSaveAndSaveAllPrintWhatTheUserNeeds) {
         << saved.text;
     EXPECT_NE(saved.text.find("\nnewref\tRF-"), std::string::npos) << saved.text;
     EXPECT_EQ(Cli("save 4399999999").code, 1);
+    EXPECT_EQ(Cli("run 4399999999").code, 1);
+    Output run = Cli("run 4300000002");
+    EXPECT_EQ(run.code, 0);
+    EXPECT_NE(run.text.find("\tFra. 13\t"), std::string::npos) << run.text;
 
     // Declined without a terminal: nothing written.
     EXPECT_EQ(Cli("save-all").text, "4300000001 Pagado\n4300000002 Abierto\n");

@@ -16,6 +16,11 @@ int Run(const std::vector<std::string>& args) {
     Session s(false, account);
     s.Load();
     s.Event([&] { Form_Activate(s.window()); });
+    if (s.window().List2.ListIndex() < 0) {
+        std::cerr << "pendara-cli run: la cuenta " << account
+                  << " no está entre las cuentas de la lista; no se hace nada\n";
+        return 1;
+    }
     PrintGrids(std::cout, s.window());
     return 0;
 }
@@ -25,7 +30,8 @@ const Registrar reg{
      "Uso: pendara-cli run CUENTA\n\n"
      "Arranca como cuando el programa contable lo llama con CUENTA en la línea de órdenes:\n"
      "lista las cuentas que empiezan por CUENTA, selecciona la primera que la contiene, la\n"
-     "carga, la puntea y la guarda. Si la cuenta no está en la lista no se hace nada.\n\n"
+     "carga, la puntea y la guarda. Si la cuenta no está en la lista no se hace nada y la\n"
+     "orden termina con error.\n\n"
      "Escribe lo mismo que \"pendara-cli save\": las partidas pendientes y \"newref\".",
      Run}};
 
