@@ -33,16 +33,13 @@ int Run(const std::vector<std::string>& argv) {
     ConsolePort port(std::cout, std::cerr);
     Pndra w(port);
     w.gauge.SetSurface(&port.Gauge());
-    try {
-        RunEvent(w, [&] {
-            LoadEmpresas(w);
-            if (w.List1.ListCount() == 0) throw HostError("No hay empresa activa");
-            const std::string company = w.ConsultedFiles[w.List1.ItemData(0)];
-            PVporImportes(w, company, account);
-        });
-    } catch (const ProgramEnd& e) {
-        return e.exitCode != 0 ? e.exitCode : 1;
-    }
+    // The end of the program (a refused key, a host failure) goes to the command runner.
+    RunEvent(w, [&] {
+        LoadEmpresas(w);
+        if (w.List1.ListCount() == 0) throw HostError("No hay empresa activa");
+        const std::string company = w.ConsultedFiles[w.List1.ItemData(0)];
+        PVporImportes(w, company, account);
+    });
     // An account with no title in the chart and no entries in any year is a mistyped code, not
     // an account with nothing open.
     auto blank = [](const Grid& g) { return g.Rows() == 1 && g.Cell(1, 1).empty(); };
