@@ -227,11 +227,10 @@ double FloorHalfUp(double a, double f) {
 }  // namespace
 
 double RoundTo(double value, std::int16_t digits) {
-    if (digits < 0 || digits > 22) {
-        const double f = std::pow(10.0, static_cast<double>(digits));
+    const double f = std::pow(10.0, static_cast<double>(digits));
+    // The exact product needs an exact factor: 10^0 to 10^22 are.
+    if (digits < 0 || digits > 22)
         return value >= 0 ? std::floor(value * f + 0.5) / f : -std::floor(-value * f + 0.5) / f;
-    }
-    const double f = std::pow(10.0, static_cast<double>(digits));  // exact up to 10^22
     return value >= 0 ? FloorHalfUp(value, f) / f : -FloorHalfUp(-value, f) / f;
 }
 

@@ -6,6 +6,7 @@
 
 #include "host/qv_library.h"
 #include "ui/pndra.h"
+#include "ui/port.h"
 
 namespace pendara {
 
@@ -13,11 +14,6 @@ namespace {
 
 bool IsNormalisedNumericKind(std::int32_t tipo) {
     return (tipo >= 1 && tipo <= 4) || tipo == 6 || tipo == 7 || (tipo >= 80 && tipo <= 89);
-}
-
-// Kinds whose dialog leaves its numeric choice in the label column.
-bool IsChoiceKind(std::int32_t tipo) {
-    return tipo == 23 || tipo == 25 || tipo == 32 || tipo == 71;
 }
 
 constexpr std::int32_t kOptionKind = 31;

@@ -142,9 +142,7 @@ bool ConsolePort::ParameterDialog(const std::string& caption, ParameterValues& v
     // Headless commands fill the values themselves; the dialog accepts them as they stand.
     err_ << caption << "\n";
     for (std::size_t i = 0; i < values.size(); ++i) {
-        const int kind = i < kinds.size() ? kinds[i][1] : 0;
-        // Choice items carry their numeric choice where the label was.
-        if (kind == 23 || kind == 25 || kind == 32 || kind == 71)
+        if (i < kinds.size() && IsChoiceKind(kinds[i][1]))
             err_ << "  (opción elegida): " << values[i][0] << "\n";
         else
             err_ << "  " << values[i][0] << ": " << values[i][1] << "\n";

@@ -53,6 +53,11 @@ struct AccountChoice {
 using ParameterValues = std::vector<std::array<std::string, 2>>;
 using ParameterKinds = std::vector<std::array<std::int16_t, 2>>;
 
+// Item kinds whose dialog leaves its numeric choice in the label column.
+inline bool IsChoiceKind(std::int32_t kind) {
+    return kind == 23 || kind == 25 || kind == 32 || kind == 71;
+}
+
 // Everything the report output is handed (see the report renderer for the layout).
 struct ReportRequest {
     std::int32_t destination = 0;

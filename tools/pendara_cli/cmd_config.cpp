@@ -1,6 +1,7 @@
 // pendara-cli config: the three matching options.
 
 #include <iostream>
+#include <optional>
 #include <utility>
 
 #include "host/settings.h"
@@ -17,9 +18,6 @@ std::string FirstCharacter(const std::string& text) {
     return text.substr(0, n);
 }
 
-// Not a text a user can store: tells an option never saved from one saved empty.
-constexpr const char* kUnset = "\x01";
-
 int Run(const std::vector<std::string>& args) {
     Args a(args, {"--punteo0", "--punteo1", "--punteo2"}, {});
     a.atMost(0);
@@ -34,9 +32,9 @@ int Run(const std::vector<std::string>& args) {
     for (const auto& [key, label] :
          {std::pair{"Punteo0", "Punteo Correcto"}, std::pair{"Punteo1", "Punteo Incorrecto"},
           std::pair{"Punteo2", "Forzar Punteo cuando saldo sea 0"}}) {
-        const std::string stored = GetSetting(key, "", kUnset);
-        std::cout << key << '\t' << (stored == kUnset ? "" : stored) << '\t' << label
-                  << (stored == kUnset ? "\t(sin guardar)" : "") << '\n';
+        const std::optional<std::string> stored = HostOptions().Query("", key);
+        std::cout << key << '\t' << stored.value_or("") << '\t' << label
+                  << (stored ? "" : "\t(sin guardar)") << '\n';
     }
     return 0;
 }

@@ -43,11 +43,8 @@ int Run(const std::vector<std::string>& argv) {
     // An account with no title in the chart and no entries in any year is a mistyped code, not
     // an account with nothing open.
     auto blank = [](const Grid& g) { return g.Rows() == 1 && g.Cell(1, 1).empty(); };
-    if (blank(w.SGrid1) && blank(w.SGrid2) && w.TituloL.caption().empty()) {
-        std::cerr << "pendara-cli match: la cuenta " << account
-                  << " no está en el plan de cuentas ni tiene apuntes\n";
-        return 1;
-    }
+    if (blank(w.SGrid1) && blank(w.SGrid2) && w.TituloL.caption().empty())
+        throw HostError("la cuenta " + account + " no está en el plan de cuentas ni tiene apuntes");
     PrintGrid(std::cout, "1", w.SGrid1);
     PrintGrid(std::cout, "2", w.SGrid2);
     if (args.flag("--show-state")) {

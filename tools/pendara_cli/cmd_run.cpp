@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "cmd_session.h"
+#include "host/errors.h"
 #include "ui/cli.h"
 #include "ui/main_window.h"
 
@@ -16,11 +17,9 @@ int Run(const std::vector<std::string>& args) {
     Session s(false, account);
     s.Load();
     s.Event([&] { Form_Activate(s.window()); });
-    if (s.window().List2.ListIndex() < 0) {
-        std::cerr << "pendara-cli run: la cuenta " << account
-                  << " no está entre las cuentas de la lista; no se hace nada\n";
-        return 1;
-    }
+    if (s.window().List2.ListIndex() < 0)
+        throw HostError("la cuenta " + account +
+                        " no está entre las cuentas de la lista; no se hace nada");
     PrintGrids(std::cout, s.window());
     return 0;
 }

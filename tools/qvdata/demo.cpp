@@ -41,7 +41,7 @@ int Run(const std::vector<std::string>& argv) {
         // The marks an installation starts with, so that saved groups are ticked and the
         // reports tell balanced groups from open entries; options already set are kept.
         for (const auto& [key, value] : {std::pair{"Punteo0", "1"}, std::pair{"Punteo1", "0"}})
-            if (GetSetting(key, "", "\x01") == "\x01") SaveSetting(key, value, "");
+            if (!HostOptions().Query("", key)) SaveSetting(key, value, "");
     }
     std::cerr << r.companies.size() << " ejercicios, " << r.entries << " apuntes\n";
     if (!r.key.empty())
