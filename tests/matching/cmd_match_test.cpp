@@ -2,35 +2,19 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-#include <array>
-#include <cstdio>
-
 #include "host/company_file.h"
 #include "host/conversions.h"
 #include "support/ledger.h"
+#include "support/run_command.h"
 
 namespace pendara {
 namespace {
 
-struct Result {
-    int status = -1;
-    std::string out;
-};
+using testing::CommandResult;
 
-Result RunCli(const std::string& args, const std::string& input, bool withErrors = false) {
-    std::string cmd = "printf '" + input + "' | " + PENDARA_CLI_EXE + " " + args +
-                      (withErrors ? " 2>&1" : " 2>/dev/null");
-    Result r;
-    FILE* p = ::popen(cmd.c_str(), "r");
-    if (!p) return r;
-    std::array<char, 4096> buf{};
-    std::size_t n;
-    while ((n = std::fread(buf.data(), 1, buf.size(), p)) > 0)
-        r.out.append(buf.data(), n);
-    int st = ::pclose(p);
-    r.status = WIFEXITED(st) ? WEXITSTATUS(st) : -1;
-    return r;
+CommandResult RunCli(const std::string& args, const std::string& input, bool withErrors = false) {
+    return testing::RunCommand(
+        std::string(PENDARA_CLI_EXE) + " " + args + (withErrors ? " 2>&1" : " 2>/dev/null"), input);
 }
 
 class CmdMatchTest : public testing::SettingsTest {
@@ -46,7 +30,7 @@ TEST_F(CmdMatchTest, PrintsBothGridsAndStateAskingTheKeyOnce) {
     auto r25 = l.Entries(y25, {{"4300000001", "20/01/25", "9", "Cobro", 2, -80}});
     l.SetActive(y25);
     SetCounter(y24, 6);
-    Result res = RunCli("match 4300000001 --show-state", "clave\\n");
+    CommandResult res = RunCli("match 4300000001 --show-state", "clave\n");
     ASSERT_EQ(res.status, 0) << res.out;
     std::string amount = FormatAmount(80), credit = FormatAmount(-80);
     EXPECT_EQ(res.out, "1\t" + std::to_string(r24[0]) + "\t10/01/24\t4\tFra. 12\tRF-7\t" + amount +
@@ -61,17 +45,17 @@ TEST_F(CmdMatchTest, MissingKeyOrAccountExitNonZero) {
     std::string y25 = l.Company("E5", "Empresa", 2025, "", "clave");
     l.SetActive(y25);
     EXPECT_NE(RunCli("match 4300000001", "").status, 0);  // no key typed
-    Result res = RunCli("match", "");
+    CommandResult res = RunCli("match", "");
     EXPECT_EQ(res.status, 2);
     // A code in no chart and no entries: an error, not two empty grids.
-    Result unknown = RunCli("match 4399999999", "clave\n");
+    CommandResult unknown = RunCli("match 4399999999", "clave\n");
     EXPECT_EQ(unknown.status, 1);
     EXPECT_EQ(("\n" + unknown.out).find("\n1\t"), std::string::npos) << unknown.out;
 }
 
 TEST_F(CmdMatchTest, HostFailureIsShownAndEndsWithError) {
     // No active company in the settings: the host refuses the empty company path.
-    Result res = RunCli("match 4300000001", "", true);
+    CommandResult res = RunCli("match 4300000001", "", true);
     EXPECT_EQ(res.status, 1);
     EXPECT_NE(res.out.find("Pendara: "), std::string::npos) << res.out;
     EXPECT_EQ(("\n" + res.out).find("\n1\t"), std::string::npos);  // no grid printed

@@ -11,30 +11,17 @@
 
 #include "host/settings.h"
 #include "support/ledger.h"
+#include "support/run_command.h"
 #include "support/temp_dir.h"
 
 namespace pendara {
 namespace {
 
-struct Output {
-    std::string text;
-    int code = -1;
-};
+using Output = testing::CommandResult;
 
-// Runs pendara-cli with the test's QUORVEX_HOME (inherited), standard error discarded, the given
-// text as standard input.
+// Runs pendara-cli with the test's QUORVEX_HOME (inherited), standard error discarded.
 Output Cli(const std::string& args, const std::string& input = "") {
-    Output out;
-    std::string command =
-        "printf '" + input + "' | " + PENDARA_CLI_EXE + " " + args + " 2>/dev/null";
-    FILE* p = ::popen(command.c_str(), "r");
-    char buf[4096];
-    std::size_t n;
-    while ((n = std::fread(buf, 1, sizeof buf, p)) > 0)
-        out.text.append(buf, n);
-    int status = ::pclose(p);
-    out.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return out;
+    return testing::RunCommand(std::string(PENDARA_CLI_EXE) + " " + args + " 2>/dev/null", input);
 }
 
 class CliTest : public testing::SettingsTest {
@@ -54,33 +41,32 @@ class CliTest : public testing::SettingsTest {
 };
 
 TEST_F(CliTest, WithoutActiveCompanyCommandsFailClearly) {
-    EXPECT_EQ(Cli("active").code, 1);
-    EXPECT_EQ(Cli("list").code, 1);
-    EXPECT_EQ(Cli("save").code, 2);  // usage: the account is missing
+    EXPECT_EQ(Cli("active").status, 1);
+    EXPECT_EQ(Cli("list").status, 1);
+    EXPECT_EQ(Cli("save").status, 2);  // usage: the account is missing
 }
 
 TEST_F(CliTest, ListsSaveAndSaveAllPrintWhatTheUserNeeds) {
     l.SetActive(y25);
-    EXPECT_EQ(Cli("list").text, "4300000001 Pagado\n4300000002 Abierto\n");
-    EXPECT_EQ(Cli("list 4300000002 --pending").text, "4300000002 Abierto\n");
+    EXPECT_EQ(Cli("list").out, "4300000001 Pagado\n4300000002 Abierto\n");
+    EXPECT_EQ(Cli("list 4300000002 --pending").out, "4300000002 Abierto\n");
 
     Output saved = Cli("save 4300000002");
-    EXPECT_EQ(saved.code, 0);
-    EXPECT_EQ(saved.text.rfind("1\t" + std::to_string(open) + "\t01/03/25\t3\tFra. 13\t13\t", 0),
-              0u)
-        << saved.text;
-    EXPECT_NE(saved.text.find("\nnewref\tRF-"), std::string::npos) << saved.text;
-    EXPECT_EQ(Cli("save 4399999999").code, 1);
-    EXPECT_EQ(Cli("run 4399999999").code, 1);
+    EXPECT_EQ(saved.status, 0);
+    EXPECT_EQ(saved.out.rfind("1\t" + std::to_string(open) + "\t01/03/25\t3\tFra. 13\t13\t", 0), 0u)
+        << saved.out;
+    EXPECT_NE(saved.out.find("\nnewref\tRF-"), std::string::npos) << saved.out;
+    EXPECT_EQ(Cli("save 4399999999").status, 1);
+    EXPECT_EQ(Cli("run 4399999999").status, 1);
     Output run = Cli("run 4300000002");
-    EXPECT_EQ(run.code, 0);
-    EXPECT_NE(run.text.find("\tFra. 13\t"), std::string::npos) << run.text;
+    EXPECT_EQ(run.status, 0);
+    EXPECT_NE(run.out.find("\tFra. 13\t"), std::string::npos) << run.out;
 
     // Declined without a terminal: nothing written.
-    EXPECT_EQ(Cli("save-all").text, "4300000001 Pagado\n4300000002 Abierto\n");
+    EXPECT_EQ(Cli("save-all").out, "4300000001 Pagado\n4300000002 Abierto\n");
     EXPECT_EQ(l.Read(y24)[0].referencia, "");
     Output all = Cli("save-all --yes");
-    EXPECT_EQ(all.code, 0);
+    EXPECT_EQ(all.status, 0);
     EXPECT_EQ(l.Read(y24)[0].referencia.rfind("RF-", 0), 0u);
     EXPECT_EQ(l.Read(y24)[0].referencia, l.Read(y25)[0].referencia);
 }
@@ -96,28 +82,28 @@ TEST_F(CliTest, ProtectedYearNeedsItsKeyFromStandardInput) {
     l.SetActive(p25);
 
     Output refused = Cli("save-all --yes");
-    EXPECT_EQ(refused.code, 1);
+    EXPECT_EQ(refused.status, 1);
     EXPECT_EQ(l.Read(p24)[0].referencia, "");
-    EXPECT_EQ(Cli("save-all --yes", "mala\n").code, 1);
+    EXPECT_EQ(Cli("save-all --yes", "mala\n").status, 1);
     EXPECT_EQ(l.Read(p24)[0].referencia, "");
 
     Output done = Cli("save-all --yes", "clave\n");
-    EXPECT_EQ(done.code, 0);
+    EXPECT_EQ(done.status, 0);
     EXPECT_EQ(l.Read(p24)[0].referencia.rfind("RF-", 0), 0u);
     EXPECT_EQ(l.Read(p24)[0].referencia, l.Read(p25)[0].referencia);
 }
 
 // Options never saved are shown empty and marked: a save then writes no mark.
 TEST_F(CliTest, ConfigTellsUnsavedOptionsFromSavedOnes) {
-    EXPECT_EQ(Cli("config").text,
+    EXPECT_EQ(Cli("config").out,
               "Punteo0\t\tPunteo Correcto\t(sin guardar)\n"
               "Punteo1\t\tPunteo Incorrecto\t(sin guardar)\n"
               "Punteo2\t\tForzar Punteo cuando saldo sea 0\t(sin guardar)\n");
-    EXPECT_EQ(Cli("config --punteo0 Xyz --punteo2 1").text,
+    EXPECT_EQ(Cli("config --punteo0 Xyz --punteo2 1").out,
               "Punteo0\tX\tPunteo Correcto\n"
               "Punteo1\t\tPunteo Incorrecto\t(sin guardar)\n"
               "Punteo2\t1\tForzar Punteo cuando saldo sea 0\n");
-    EXPECT_EQ(Cli("config --punteo2 2").code, 2);
+    EXPECT_EQ(Cli("config --punteo2 2").status, 2);
 }
 
 // Ctrl-C during a group save: the account in progress is finished, the rest stay listed.

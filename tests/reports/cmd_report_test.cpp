@@ -11,30 +11,18 @@
 #include "host/conversions.h"
 #include "reports/report.h"
 #include "support/ledger.h"
+#include "support/run_command.h"
 #include "ui/pndra.h"
 #include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {
 
-struct Outcome {
-    int status = -1;
-    std::string out;
-};
+using Outcome = testing::CommandResult;
 
 Outcome Cli(const std::string& args, const std::string& input = "") {
-    const std::string command = std::string("printf '%s' '") + input + "' | " + PENDARA_CLI_EXE +
-                                " report " + args + " 2>/dev/null";
-    Outcome o;
-    FILE* p = ::popen(command.c_str(), "r");
-    if (!p) return o;
-    char buf[4096];
-    std::size_t n;
-    while ((n = std::fread(buf, 1, sizeof buf, p)) > 0)
-        o.out.append(buf, n);
-    int st = ::pclose(p);
-    o.status = WIFEXITED(st) ? WEXITSTATUS(st) : -1;
-    return o;
+    return testing::RunCommand(std::string(PENDARA_CLI_EXE) + " report " + args + " 2>/dev/null",
+                               input);
 }
 
 std::string WithoutCr(const std::string& s) {

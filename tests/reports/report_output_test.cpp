@@ -9,6 +9,7 @@
 
 #include "host/conversions.h"
 #include "host/qv_library.h"
+#include "support/run_command.h"
 #include "support/temp_dir.h"
 #include "ui/scripted_port.h"
 
@@ -54,15 +55,7 @@ std::string ReadAll(const std::string& path) {
 
 // Runs a shell command and returns its standard output ("" when it fails).
 std::string Capture(const std::string& command) {
-    std::string out;
-    FILE* p = ::popen(command.c_str(), "r");
-    if (!p) return out;
-    char buf[4096];
-    std::size_t n;
-    while ((n = std::fread(buf, 1, sizeof buf, p)) > 0)
-        out.append(buf, n);
-    ::pclose(p);
-    return out;
+    return testing::RunCommand(command).out;
 }
 
 bool Have(const std::string& tool) {
