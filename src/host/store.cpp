@@ -42,7 +42,6 @@ void LikeFunction(sqlite3_context* ctx, int, sqlite3_value** argv) {
                  : 0);
 }
 
-// Length of the UTF-8 character that starts with byte c.
 // Patterns match character by character: "?" and "*" step over whole characters, and a lone
 // byte of the pattern does not match the first byte of a longer character.
 std::size_t CharLength(std::string_view text, std::size_t at) {

@@ -16,6 +16,7 @@ TEST(Utf8, LengthsCountCodePoints) {
     EXPECT_EQ(Utf8Length("€"), 1u);
     EXPECT_EQ(Utf8Length("𝄞"), 1u);
     EXPECT_EQ(Utf8Length("Descripción ñ € 𝄞"), 17u);
+    EXPECT_EQ(Utf8Length(std::string(20, 'a') + "ñ" + std::string(9, 'b') + "𝄞\xFF"), 32u);
 }
 
 TEST(Utf8, EveryByteOutsideAWellFormedSequenceIsOneCharacter) {
