@@ -4,6 +4,7 @@
 
 #include "group/reference_rows.h"
 #include "host/conversions.h"
+#include "host/utf8.h"
 #include "ui/pndra.h"
 
 namespace pendara {
@@ -34,7 +35,7 @@ const std::string& Field(const std::vector<std::string>& fields, std::size_t i) 
 
 double HeaderTextWidth(const std::string& header) {
     // An average character of the grid's font plus the cell margins.
-    return 120.0 + 100.0 * static_cast<double>(header.size());
+    return 120.0 + 100.0 * static_cast<double>(Utf8Length(header));
 }
 
 DetailWindow::DetailWindow() {

@@ -8,6 +8,8 @@
 #include <ctime>
 #include <mutex>
 
+#include "host/utf8.h"
+
 namespace pendara {
 
 namespace {
@@ -34,14 +36,13 @@ std::string TwoDigits(int v) {
     return buf;
 }
 
-// Year text yy with the letter rule: below "60" the first digit becomes a letter (0 -> A).
-std::string CompactYear(const std::string& yy) {
-    if (yy < "60" && !yy.empty()) {
-        std::string out = yy;
+// Year text yy with the letter rule: below "60" the first digit becomes a letter (0 -> A). A text
+// below "60" starts with a character below "7", so the shift stays within one byte.
+std::string CompactYear(std::string_view yy) {
+    std::string out(yy);
+    if (!yy.empty() && yy < "60")
         out[0] = static_cast<char>(static_cast<unsigned char>(yy[0]) + 17);
-        return out;
-    }
-    return yy;
+    return out;
 }
 
 bool IsBlank(char c) {
@@ -67,17 +68,20 @@ std::string TodaySystemText() {
 }
 
 std::string DateText(const std::string& s) {
-    auto mid = [&](std::size_t pos1, std::size_t len) { return s.substr(pos1 - 1, len); };
-    switch (s.size()) {
+    // Positions and lengths count characters: a field may hold any text.
+    auto mid = [&](std::size_t pos1, std::size_t len) {
+        return std::string(Utf8Mid(s, pos1, len));
+    };
+    switch (Utf8Length(s)) {
         case 0:
             return "";
         case 2:
             return CompactYear(s);
         case 6: {
-            unsigned char first = static_cast<unsigned char>(s[0]);
+            const char32_t first = DecodeUtf8(s, 0).code;
             std::string year;
             if (first > 64) {
-                year = std::string(1, static_cast<char>(first - 17)) + s[1];
+                year = EncodeUtf8(first - 17) + mid(2, 1);
             } else if (first >= 1) {
                 year = mid(1, 2);
             } else {

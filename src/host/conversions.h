@@ -22,7 +22,7 @@ CalendarDate Today();
 std::string TodaySystemText();
 
 // Converts between compact dates (yymmdd, with a letter for years below 60), day-first dates
-// (dd/mm/yy) and the other forms the program meets, by the length of the text.
+// (dd/mm/yy) and the other forms the program meets, by the length of the text in characters.
 std::string DateText(const std::string& s);
 
 // Trims t in place and reads it as a number: "." alone is a decimal point, otherwise the Spanish

@@ -9,6 +9,7 @@
 
 #include "host/conversions.h"
 #include "host/report_output.h"
+#include "host/utf8.h"
 
 namespace pendara {
 
@@ -145,7 +146,7 @@ void WriteReportXlsx(const ReportRequest& request, const std::string& path) {
         for (std::size_t c = 0; c < n; ++c) {
             worksheet_write_string(ws, r, static_cast<lxw_col_t>(c), report.columns[c].c_str(),
                                    header);
-            widths[c] = std::max(widths[c], report.columns[c].size() + 2);
+            widths[c] = std::max(widths[c], Utf8Length(report.columns[c]) + 2);
         }
         worksheet_freeze_panes(ws, r + 1, 0);
         ++r;
@@ -179,7 +180,8 @@ void WriteReportXlsx(const ReportRequest& request, const std::string& path) {
                         worksheet_write_datetime(ws, r, col, &dt, date);
                     } else {
                         worksheet_write_string(ws, r, col, cell.c_str(), summary ? bold : nullptr);
-                        widths[c] = std::max(widths[c], std::min<std::size_t>(cell.size() + 1, 60));
+                        widths[c] =
+                            std::max(widths[c], std::min<std::size_t>(Utf8Length(cell) + 1, 60));
                     }
                 }
                 break;

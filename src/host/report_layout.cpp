@@ -4,6 +4,7 @@
 #include <numeric>
 
 #include "host/report_output.h"
+#include "host/utf8.h"
 
 namespace pendara {
 
@@ -19,11 +20,6 @@ constexpr double kLineHeight = 11;
 constexpr double kBlankHeight = 5;
 constexpr double kColumnGap = 8;
 constexpr const char* kEllipsis = "\xE2\x80\xA6";
-
-// Length of the UTF-8 sequence that starts with byte b.
-std::size_t SequenceLength(unsigned char b) {
-    return b < 0x80 ? 1 : (b >> 5) == 0x6 ? 2 : (b >> 4) == 0xE ? 3 : (b >> 3) == 0x1E ? 4 : 1;
-}
 
 class Layouter {
   public:
@@ -54,7 +50,7 @@ class Layouter {
         // Ends of the code points, so a cut never splits a character.
         std::vector<std::size_t> ends;
         for (std::size_t i = 0; i < t.size();) {
-            i = std::min(t.size(), i + SequenceLength(static_cast<unsigned char>(t[i])));
+            i += DecodeUtf8(t, i).bytes;
             ends.push_back(i);
         }
         // The longest prefix that fits with the ellipsis, by bisection.
@@ -277,8 +273,7 @@ class Layouter {
 
 double ApproximateTextWidth(const std::string& text, ReportFontStyle style, double size) {
     double units = 0;
-    for (std::size_t i = 0; i < text.size();
-         i += SequenceLength(static_cast<unsigned char>(text[i]))) {
+    for (std::size_t i = 0; i < text.size(); i += DecodeUtf8(text, i).bytes) {
         char c = text[i];
         if (c == ' ' || c == '.' || c == ',' || c == 'i' || c == 'l' || c == 'j' || c == '\'')
             units += 278;

@@ -7,6 +7,7 @@
 
 #include "host/conversions.h"
 #include "host/qv_library.h"
+#include "host/utf8.h"
 
 namespace pendara {
 
@@ -245,26 +246,14 @@ std::string Utf8ToCp1252(const std::string& text) {
     std::string out;
     out.reserve(text.size());
     for (std::size_t i = 0; i < text.size();) {
-        auto b = static_cast<unsigned char>(text[i]);
-        std::size_t len = b < 0x80           ? 1
-                          : (b >> 5) == 0x6  ? 2
-                          : (b >> 4) == 0xE  ? 3
-                          : (b >> 3) == 0x1E ? 4
-                                             : 0;
-        bool valid = len != 0 && i + len <= text.size();
-        char32_t cp = len == 1 ? b : len == 2 ? b & 0x1F : len == 3 ? b & 0x0F : b & 0x07;
-        for (std::size_t k = 1; valid && k < len; ++k) {
-            auto cont = static_cast<unsigned char>(text[i + k]);
-            if ((cont & 0xC0) != 0x80) valid = false;
-            cp = (cp << 6) | (cont & 0x3F);
-        }
-        if (!valid) {
+        const Utf8Char ch = DecodeUtf8(text, i);
+        if (!ch.valid) {
             // Not UTF-8: a byte of an 8-bit text passes as it is.
-            out += static_cast<char>(b);
-            ++i;
+            out += text[i++];
             continue;
         }
-        i += len;
+        i += ch.bytes;
+        const char32_t cp = ch.code;
         if (cp < 0x80 || (cp >= 0xA0 && cp <= 0xFF)) {
             out += static_cast<char>(cp);
             continue;

@@ -11,6 +11,7 @@
 
 #include "host/conversions.h"
 #include "host/errors.h"
+#include "host/utf8.h"
 #include "ui/port.h"
 
 #ifdef _WIN32
@@ -390,12 +391,6 @@ std::string RegistryKey(const std::string& section) {
     return std::string(kRegistryRoot) + (section.empty() ? "Settings" : section) + "\\";
 }
 
-std::size_t CharCount(const std::string& s) {
-    std::size_t n = 0;
-    for (unsigned char c : s)
-        if ((c & 0xC0) != 0x80) ++n;
-    return n;
-}
 }  // namespace
 
 RegValue GetRegValue(const std::string& name, const std::string& section, const std::string& def) {
@@ -405,7 +400,7 @@ RegValue GetRegValue(const std::string& name, const std::string& section, const 
     std::optional<std::string> stored = reg.Query(key, name);
     std::string value;
     // The registry reads into 255 characters: a longer value does not read.
-    if (!stored || CharCount(*stored) > 254 || *stored == " ")
+    if (!stored || Utf8Length(*stored) > 254 || *stored == " ")
         value = def;
     else
         value = *stored;

@@ -14,6 +14,7 @@
 #include "host/conversions.h"
 #include "host/errors.h"
 #include "host/paths.h"
+#include "host/utf8.h"
 
 namespace pendara {
 
@@ -41,13 +42,15 @@ void LikeFunction(sqlite3_context* ctx, int, sqlite3_value** argv) {
                  : 0);
 }
 
-// Length of the UTF-8 character that starts with byte c.
-std::size_t CharLength(unsigned char c) {
-    if (c < 0x80) return 1;
-    if ((c & 0xE0) == 0xC0) return 2;
-    if ((c & 0xF0) == 0xE0) return 3;
-    if ((c & 0xF8) == 0xF0) return 4;
-    return 1;
+// Patterns match character by character: "?" and "*" step over whole characters, and a lone
+// byte of the pattern does not match the first byte of a longer character.
+std::size_t CharLength(std::string_view text, std::size_t at) {
+    return DecodeUtf8(text, at).bytes;
+}
+
+bool SameCharacter(std::string_view a, std::size_t i, std::string_view b, std::size_t j) {
+    const std::size_t n = CharLength(a, i);
+    return n == CharLength(b, j) && a.substr(i, n) == b.substr(j, n);
 }
 
 // WAL keeps its index in shared memory, which processes on different machines do not share:
@@ -209,13 +212,13 @@ bool LikeMatch(std::string_view text, std::string_view pattern) {
             starT = t;
         } else if (p < pattern.size() && pattern[p] == '?') {
             ++p;
-            t += CharLength(static_cast<unsigned char>(text[t]));
-        } else if (p < pattern.size() && pattern[p] == text[t]) {
-            ++p;
-            ++t;
+            t += CharLength(text, t);
+        } else if (p < pattern.size() && SameCharacter(pattern, p, text, t)) {
+            p += CharLength(pattern, p);
+            t += CharLength(text, t);
         } else if (starP != std::string_view::npos) {
             p = starP;
-            starT += CharLength(static_cast<unsigned char>(text[starT]));
+            starT += CharLength(text, starT);
             t = starT;
         } else {
             return false;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/conversions.h"
+#include "host/utf8.h"
 
 namespace pendara {
 
@@ -19,8 +20,9 @@ constexpr const char* kMatched = "1";
 constexpr const char* kUnmatched = "-1";
 
 // Every text R that a row's reference contains followed by a blank, with R trimmed and not
-// empty: the pieces ending just before a blank and starting at a non-blank character. A seed R
-// finds its candidates by looking its own text up here instead of searching every row.
+// empty: the pieces ending just before a blank and starting at a non-blank character (a whole
+// one: a piece of a character is not contained). A seed R finds its candidates by looking its
+// own text up here instead of searching every row.
 class QuoteIndex {
   public:
     explicit QuoteIndex(const TextTable& table) : table_(table) {
@@ -30,7 +32,7 @@ class QuoteIndex {
             pieces.clear();
             for (std::size_t b = 1; b < text.size() && pieces.size() <= kMaxPieces; ++b) {
                 if (text[b] != ' ' || text[b - 1] == ' ') continue;
-                for (std::size_t a = 0; a < b; ++a)
+                for (std::size_t a = 0; a < b; a += DecodeUtf8(text, a).bytes)
                     if (text[a] != ' ') pieces.push_back(text.substr(a, b - a));
             }
             if (pieces.size() > kMaxPieces) {
@@ -54,7 +56,7 @@ class QuoteIndex {
         std::string search = trimmed + " ";
         std::size_t indexed = out.size();
         for (std::int32_t r : wide_)
-            if (table_(static_cast<std::size_t>(r), kRefCol).find(search) != std::string::npos)
+            if (Utf8Contains(table_(static_cast<std::size_t>(r), kRefCol), search))
                 out.push_back(r);
         std::inplace_merge(out.begin(), out.begin() + static_cast<long>(indexed), out.end());
     }

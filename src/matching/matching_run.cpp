@@ -1,10 +1,12 @@
 #include "matching/matching_run.h"
 
+#include <string_view>
 #include <vector>
 
 #include "host/catalogue.h"
 #include "host/conversions.h"
 #include "host/qv_ole70.h"
+#include "host/utf8.h"
 #include "matching/amount_matching.h"
 #include "matching/check_ref.h"
 #include "matching/extract.h"
@@ -35,32 +37,9 @@ void ShowBalance(Pndra& w, QvOLE70& server) {
     w.Image1[zero ? 0 : 1].setVisible(true);
 }
 
-// Only one opening entry ("A") takes part, the first one of the earliest year; any other class
-// above "9" is left out by emptying its amount.
-void YearFilter(TextTable& t, std::int32_t count) {
-    std::string prefix;
-    bool prefixTaken = false, openingKept = false;
-    for (std::int32_t i = 0; i <= count; ++i) {
-        auto r = static_cast<std::size_t>(i);
-        if (!prefixTaken && !Trim(t(r, 2)).empty()) {
-            prefix = t(r, 2).substr(0, 2);
-            prefixTaken = true;
-        }
-        std::size_t amountCol;
-        if (LeadingNumber(t(r, 5)) != 0)
-            amountCol = 5;
-        else if (LeadingNumber(t(r, 6)) != 0)
-            amountCol = 6;
-        else
-            continue;
-        const std::string& cls = t(r, 9);
-        if (cls <= "9") continue;
-        if (cls == "A" && !openingKept && t(r, 2).substr(0, 2) == prefix) {
-            openingKept = true;
-            continue;
-        }
-        t(r, amountCol).clear();
-    }
+// The year of a compact date: its first two characters.
+std::string_view YearOf(const std::string& date) {
+    return Utf8Left(date, 2);
 }
 
 void FillGrid(Grid& grid, const TextTable& t, const std::vector<AmountItem>& items,
@@ -100,6 +79,37 @@ std::function<void(std::int32_t, std::int32_t)> GaugeProgress(Pndra& w) {
 }
 
 }  // namespace
+
+// The earliest year is that of the first dated row wherever it stands: an undated opening entry
+// before it is not of that year.
+void YearFilter(TextTable& t, std::int32_t count) {
+    std::string prefix;  // stays empty when no row is dated
+    for (std::int32_t i = 0; i <= count; ++i) {
+        const std::string& date = t(static_cast<std::size_t>(i), 2);
+        if (!Trim(date).empty()) {
+            prefix = std::string(YearOf(date));
+            break;
+        }
+    }
+    bool openingKept = false;
+    for (std::int32_t i = 0; i <= count; ++i) {
+        auto r = static_cast<std::size_t>(i);
+        std::size_t amountCol;
+        if (LeadingNumber(t(r, 5)) != 0)
+            amountCol = 5;
+        else if (LeadingNumber(t(r, 6)) != 0)
+            amountCol = 6;
+        else
+            continue;
+        const std::string& cls = t(r, 9);
+        if (cls <= "9") continue;
+        if (cls == "A" && !openingKept && YearOf(t(r, 2)) == prefix) {
+            openingKept = true;
+            continue;
+        }
+        t(r, amountCol).clear();
+    }
+}
 
 void PVporImportes(Pndra& w, const std::string& empresa, const std::string& cuenta) {
     const bool clearAll = w.Check1.value() == 1;

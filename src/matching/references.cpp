@@ -1,6 +1,7 @@
 #include "matching/references.h"
 
 #include "host/conversions.h"
+#include "host/utf8.h"
 
 namespace pendara {
 
@@ -9,14 +10,16 @@ bool IsSystemReference(std::string_view text) {
 }
 
 std::string NumberFromDescription(const std::string& description, const std::string& key) {
-    std::size_t start = 0;  // 0-based
-    std::size_t found = description.find(key);
+    // Byte offsets of character starts; positions in the rule count characters.
+    std::size_t start = 0;
+    std::size_t found = Utf8Find(description, key);
     if (found != std::string::npos) {
         start = found;
     } else if (description.starts_with("J. ") || description.starts_with("J ")) {
-        std::size_t blank = description.size() > 4 ? description.find(' ', 4) : std::string::npos;
+        std::size_t blank = description.find(' ', Utf8Offset(description, 4));
         start = blank == std::string::npos ? 0 : blank;
     }
+    // Blanks and digits are single bytes that never occur inside another character.
     std::string kept;
     for (std::size_t i = start; i < description.size(); ++i) {
         char c = description[i];

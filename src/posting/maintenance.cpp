@@ -9,6 +9,7 @@
 #include "host/paths.h"
 #include "host/qv_file_control.h"
 #include "host/qv_library.h"
+#include "host/utf8.h"
 #include "ui/pndra.h"
 
 namespace pendara {
@@ -94,7 +95,7 @@ void Command4_Click(Pndra& w) {
     w.List2.Clear();
     BuscaCta_Click(w);
     w.Text1.setText(w.CTA.text());
-    if (w.Text1.text().size() < 6) {
+    if (Utf8Length(w.Text1.text()) < 6) {
         bool mode = false;
         Carga_cuentas(w, mode);
     }

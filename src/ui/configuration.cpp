@@ -6,6 +6,7 @@
 
 #include "host/conversions.h"
 #include "host/qv_library.h"
+#include "host/utf8.h"
 #include "reports/menu.h"
 #include "ui/pndra.h"
 
@@ -22,14 +23,6 @@ std::int16_t MarkAsLength(const std::string& stored) {
     return static_cast<std::int16_t>(v);
 }
 
-// The first character of a UTF-8 text (a whole code point, not a lone byte).
-std::string FirstCharacter(const std::string& s) {
-    if (s.empty()) return "";
-    auto lead = static_cast<unsigned char>(s[0]);
-    std::size_t len = lead < 0x80 ? 1 : (lead >> 5) == 0x6 ? 2 : (lead >> 4) == 0xE ? 3 : 4;
-    return s.substr(0, len);
-}
-
 }  // namespace
 
 void ConfigurarPunteo(Pndra& w) {
@@ -44,8 +37,8 @@ void ConfigurarPunteo(Pndra& w) {
     menu.AddItem("Forzar Punteo cuando saldo sea 0", 30, 1, MenuNumberText(LeadingNumber(forced)));
     if (!menu.Show()) return;
 
-    lib.SaveSetting("Punteo0", FirstCharacter(menu.GetText(1)), "", "");
-    lib.SaveSetting("Punteo1", FirstCharacter(menu.GetText(2)), "", "");
+    lib.SaveSetting("Punteo0", std::string(Utf8Left(menu.GetText(1), 1)), "", "");
+    lib.SaveSetting("Punteo1", std::string(Utf8Left(menu.GetText(2), 1)), "", "");
     lib.SaveSetting("Punteo2", menu.GetText(3) == "1" ? "1" : "0", "", "");
 }
 

@@ -8,6 +8,7 @@
 #include <iosfwd>
 #include <string>
 
+#include "host/utf8.h"
 #include "ui/port.h"
 
 namespace pendara {
@@ -21,7 +22,9 @@ class ConsoleGauge : public GaugeSurface {
     void SetForeColor(std::uint32_t) override {}
     double ScaleWidth() const override { return 1000; }
     double ScaleHeight() const override { return 10; }
-    double TextWidth(const std::string& t) const override { return static_cast<double>(t.size()); }
+    double TextWidth(const std::string& t) const override {
+        return static_cast<double>(Utf8Length(t));
+    }
     double TextHeight(const std::string&) const override { return 1; }
     void FillBox(double, double, double x2, double, std::uint32_t) override {
         fraction_ = x2 / 1000;

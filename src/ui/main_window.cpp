@@ -9,6 +9,7 @@
 #include "host/conversions.h"
 #include "host/qv_library.h"
 #include "host/settings.h"
+#include "host/utf8.h"
 #include "matching/sums.h"
 #include "posting/manual.h"
 #include "posting/save.h"
@@ -60,7 +61,7 @@ void Form_Activate(Pndra& w) {
     Text1_KeyPress(w, enter);
     const std::string& account = w.CTA.text();
     for (int i = 0; i < w.List2.ListCount(); ++i) {
-        if (w.List2.List(i).find(account) == std::string::npos) continue;
+        if (!Utf8Contains(w.List2.List(i), account)) continue;
         w.List2.SetListIndex(i);
         if (!Trim(w.CommandLine).empty()) Toolbar1_Click(w, 2);
         break;

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "host/utf8.h"
 #include "ui/port.h"
 
 namespace pendara {
@@ -23,7 +24,7 @@ class RecordingGauge : public GaugeSurface {
     double ScaleWidth() const override { return width_; }
     double ScaleHeight() const override { return height_; }
     double TextWidth(const std::string& t) const override {
-        return 100.0 * static_cast<double>(t.size());
+        return 100.0 * static_cast<double>(Utf8Length(t));
     }
     double TextHeight(const std::string&) const override { return 195; }
     void FillBox(double, double, double x2, double, std::uint32_t bgr) override {

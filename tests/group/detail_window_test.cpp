@@ -43,6 +43,13 @@ TEST(DetailWindow, FormatStringGivesHeadersAlignmentsAndWidths) {
     EXPECT_EQ(d.Toolbar1.toolTipList(), "Anterior,Siguiente");
 }
 
+TEST(DetailWindow, HeaderWidthGrowsWithCharactersNotBytes) {
+    EXPECT_DOUBLE_EQ(HeaderTextWidth("Descripción"), HeaderTextWidth("Descripcion"));
+    EXPECT_DOUBLE_EQ(HeaderTextWidth("ñ€𝄞"), HeaderTextWidth("abc"));
+    EXPECT_DOUBLE_EQ(HeaderTextWidth("\xC3"), HeaderTextWidth("a"));
+    EXPECT_LT(HeaderTextWidth("ab"), HeaderTextWidth("abc"));
+}
+
 TEST(DetailWindow, TwoDebitsAndOneCreditFillBothHalvesAndTheSums) {
     DetailWindow d;
     std::string text = Line("1", "17", " 05/01/24 ", "12", " Fra. 101 ", " RF-7 ", "1.210,50") +

@@ -56,6 +56,40 @@ TEST_F(DateTextTest, NineCharactersTakeTheCenturyFromToday) {
     EXPECT_EQ(DateText("11-16-26x"), "16/11/1926");
 }
 
+// A date column can receive any text (a TAB inside host field 2 shifts the columns), and the
+// form is chosen by its length in characters, not in bytes.
+TEST_F(DateTextTest, CountsCharactersOfAnyText) {
+    EXPECT_EQ(DateText("ñy"), "ñy");  // two characters, not below "60": unchanged
+    EXPECT_EQ(DateText("5€"), "F€");
+    EXPECT_EQ(DateText("𝄞"), "ERROR");  // one character of four bytes
+    EXPECT_EQ(DateText("𝄞é"), "𝄞é");
+    // Six characters: the first one's code decides the year.
+    EXPECT_EQ(DateText("C5ñ2€1"), "€1/ñ2/25");
+    EXPECT_EQ(DateText("1ñ0101"), "01/01/1ñ");
+    EXPECT_EQ(DateText("á10101"), "01/01/Ð1");  // U+00E1 less 17 is U+00D0
+    EXPECT_EQ(DateText("𝄞00101"), "01/01/\U0001D10D0");
+    // Seven, eight, nine and ten characters cut by character positions.
+    EXPECT_EQ(DateText("1/ñ2/25"), "C5ñ201");
+    EXPECT_EQ(DateText("31/é2/𝄞5"), "𝄞5é231");
+    EXPECT_EQ(DateText("31/12/2ñ"), "Cñ1231");
+    EXPECT_EQ(DateText("1ñ-16-26x"), "16/1ñ/2026");
+    EXPECT_EQ(DateText("11-1€-2026"), "1€/11/26");
+    EXPECT_EQ(DateText("ñññññññññññ"), "ERROR");
+}
+
+// A byte that is not UTF-8 counts as one character whose code is the byte's value.
+TEST_F(DateTextTest, InvalidBytesCountOneEach) {
+    EXPECT_EQ(DateText("\xF1y"), "\xF1y");
+    EXPECT_EQ(DateText("\xE1"
+                       "10101"),
+              "01/01/\xC3\x90"
+              "1");
+    EXPECT_EQ(DateText("31/12/\xFF\xFE"),
+              "\xFF\xFE"
+              "1231");
+    EXPECT_EQ(DateText("\xC3"), "ERROR");
+}
+
 TEST(DateTextRoundTrip, CompactAndDayFirstAgreeOverTheCentury) {
     for (int y = 0; y < 100; ++y) {
         char dayFirst[16];

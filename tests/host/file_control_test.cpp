@@ -116,6 +116,21 @@ TEST_F(FileControlTest, LikeMatcher) {
     EXPECT_TRUE(LikeMatch("aXbYc", "a*b*c"));
     EXPECT_FALSE(LikeMatch("aXbY", "a*b*c"));
     EXPECT_TRUE(LikeMatch("ñu", "??"));  // one character, two bytes
+    EXPECT_TRUE(LikeMatch("€𝄞é", "???"));
+    EXPECT_FALSE(LikeMatch("€𝄞é", "????"));
+    EXPECT_TRUE(LikeMatch("a𝄞b", "a?b"));
+    EXPECT_TRUE(LikeMatch("x€y€z", "*€z"));
+    EXPECT_TRUE(LikeMatch("Año", "A?o"));
+    // Bytes that are not UTF-8 are one character each, and never run past the end.
+    EXPECT_TRUE(LikeMatch("\xF0\x9F", "??"));
+    EXPECT_FALSE(LikeMatch("\xF0\x9F", "?"));
+    EXPECT_TRUE(LikeMatch("\xE2\x82x", "*x"));
+    EXPECT_FALSE(LikeMatch("ñ1", "\xC3*"));  // the first byte of "ñ" is not "ñ"
+    EXPECT_TRUE(
+        LikeMatch("\xC3"
+                  "1",
+                  "\xC3*"));
+    EXPECT_TRUE(LikeMatch("ñ€1", "ñ€*"));
     EXPECT_FALSE(LikeMatch("a%b", "a_b"));
     EXPECT_TRUE(LikeMatch("a%b", "a%b"));
     EXPECT_TRUE(LikeMatch("", "*"));

@@ -66,6 +66,26 @@ TEST_F(RegistryTest, ValuesUpTo254CharactersReadWhole) {
     EXPECT_EQ(GetRegValue("Path").text(), "C:\\Datos\\\"Año\"\\EMP01.QVT");
 }
 
+TEST_F(RegistryTest, TheLimitCountsCharacters) {
+    ScriptedPort port;
+    auto repeat = [](const std::string& piece, int n) {
+        std::string out;
+        for (int i = 0; i < n; ++i)
+            out += piece;
+        return out;
+    };
+    const std::string fits = repeat("ñ€𝄞", 84) + "ab";  // 254 characters, 758 bytes
+    SetRegValue(port, "Accents", fits);
+    EXPECT_EQ(GetRegValue("Accents", "", "def").text(), fits);
+    SetRegValue(port, "Accents", fits + "é");
+    EXPECT_EQ(GetRegValue("Accents", "", "def").text(), "def");
+    // Bytes that are not UTF-8 count one each.
+    SetRegValue(port, "Bytes", repeat("\xB1", 255));
+    EXPECT_EQ(GetRegValue("Bytes", "", "def").text(), "def");
+    SetRegValue(port, "Bytes", repeat("\xB1", 254));
+    EXPECT_EQ(GetRegValue("Bytes", "", "def").text(), repeat("\xB1", 254));
+}
+
 TEST_F(RegistryTest, ReadingCreatesTheSectionKey) {
     GetRegValue("Nada", "Nueva");
     std::ifstream in(std::filesystem::path(QuorvexHome()) / "registry.reg");

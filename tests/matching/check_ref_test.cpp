@@ -80,8 +80,10 @@ TEST(CheckRef, AmountsReadAsPlainNumbersWhenFilling) {
 }
 
 TEST(CheckRefProperty, IndexedSearchEqualsScanningEveryRow) {
-    static const char* refs[] = {"",  "12",    "12 ",  "12  050304", "7 8", "8",   "1 2 3",
-                                 "3", " 12 9", "RF-1", "2 3",        "123", "23 ", "7  8 12"};
+    static const char* refs[] = {"",      "12",      "12 ",      "12  050304", "7 8",    "8",
+                                 "1 2 3", "3",       " 12 9",    "RF-1",       "2 3",    "123",
+                                 "23 ",   "7  8 12", "ñ",        "ñ 12",       "€ 3 ñ ", "𝄞",
+                                 "𝄞 €",   "\xB1",    "ñ \xB1 9", "x\xB1 2",    "\xC3",   "\xC3 ñ"};
     static const char* amounts[] = {"100", "-100", "50", "-50", "60", "40", "0", "abc", "-40"};
     std::mt19937_64 rng(5);
     int accepted = 0;
@@ -103,6 +105,23 @@ TEST(CheckRefProperty, IndexedSearchEqualsScanningEveryRow) {
             accepted += h(r, 11).ends_with(' ') && h(r, 13) == "1";
     }
     EXPECT_GT(accepted, 1000);
+}
+
+TEST(CheckRef, TextsAreQuotedAsWholeCharacters) {
+    // "ñ 12" quotes "ñ"; "é 5" does not quote the lone byte "\xA9" that ends its "é".
+    auto t = Extract({{"100", "0", "ñ"},
+                      {"0", "-100", "ñ 12"},
+                      {"40", "0", "€ 𝄞"},
+                      {"0", "-40", "€"},
+                      {"0", "-7", "\xA9"},
+                      {"7", "0", "é 5"}});
+    CheckRef(t);
+    EXPECT_EQ(t(1, 11), "ñ ");
+    EXPECT_EQ(t(2, 11), "ñ ");
+    EXPECT_EQ(t(3, 11), "€ ");
+    EXPECT_EQ(t(4, 11), "€ ");
+    EXPECT_EQ(t(5, 11), "\xA9");
+    EXPECT_EQ(t(6, 11), "é 5");
 }
 
 TEST(CheckRefProperty, LongTextsWithManyBlanksAreSearchedToo) {

@@ -53,6 +53,29 @@ TEST_F(CmdMatchTest, MissingKeyOrAccountExitNonZero) {
     EXPECT_EQ(("\n" + unknown.out).find("\n1\t"), std::string::npos) << unknown.out;
 }
 
+// An account of the chart without movements in the open company gives one empty row per grid,
+// whatever earlier years hold; only a code that no chart of the chain knows is refused.
+TEST_F(CmdMatchTest, AccountWithoutMovementsInTheOpenYearPrintsEmptyGrids) {
+    std::string y24 = l.Company("E4", "Empresa", 2024);
+    std::string y25 = l.Company("E5", "Empresa", 2025, y24);
+    l.Accounts(y24, {{"4300000138", "Cliente viejo", 0}, {"4300000200", "Sólo antes", 0}});
+    l.Accounts(y25, {{"4300000138", "Cliente viejo", 0}, {"4300000139", "Sin apuntes", 0}});
+    l.Entries(y24, {{"4300000138", "10/01/24", "4", "Fra. 12", 1, 100}});
+    l.SetActive(y25);
+    SetCounter(y24, 6);
+    const std::string empty = "\t\t\t\t\t\t\t\t\n";
+    for (const char* account : {"4300000138", "4300000139", "4300000200"}) {
+        CommandResult res = RunCli(std::string("match ") + account, "");
+        EXPECT_EQ(res.status, 0) << account;
+        EXPECT_EQ(res.out, "1" + empty + "2" + empty) << account;
+    }
+    CommandResult unknown = RunCli("match 4300000999", "", true);
+    EXPECT_EQ(unknown.status, 1);
+    EXPECT_NE(unknown.out.find("4300000999"), std::string::npos) << unknown.out;
+    EXPECT_EQ(ReadCounter(y24), 6);  // no run reached the amounts
+    EXPECT_EQ(l.Read(y24)[0].referencia, "");
+}
+
 TEST_F(CmdMatchTest, HostFailureIsShownAndEndsWithError) {
     // No active company in the settings: the host refuses the empty company path.
     CommandResult res = RunCli("match 4300000001", "", true);

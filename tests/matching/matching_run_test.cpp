@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 #include "host/company_file.h"
 #include "host/conversions.h"
 #include "support/ledger.h"
@@ -114,6 +116,29 @@ TEST_F(MatchingRunTest, OnlyFirstOpeningEntryOfEarliestYearTakesPart) {
     EXPECT_NE(d[1].find("|Fra. 9|9|"), std::string::npos);
 }
 
+TEST_F(MatchingRunTest, AnUndatedOpeningEntryIsNotOfTheEarliestYear) {
+    // The earliest year is that of the first dated row (25); the undated opening entry before it
+    // does not begin with it and is left out, the dated one stays.
+    auto r = l.Entries(y25, {{kAcc, "", "1", "Apertura sin fecha", 1, 100, "", "A"},
+                             {kAcc, "01/01/25", "2", "Apertura", 1, 50, "", "A"}});
+    PVporImportes(w, y25, kAcc);
+    auto d = Lines(w.SGrid1);
+    ASSERT_EQ(d.size(), 1u);
+    EXPECT_EQ(d[0], std::to_string(r[1]) + "|01/01/25|2|Apertura||" + FormatAmount(50) + "|1|");
+}
+
+TEST_F(MatchingRunTest, AShiftedDateColumnIsShownAsItsCharactersGive) {
+    // A TAB inside host field 2 moves the fields one column on: the date column gets the text
+    // after the TAB and the grid shows it through the date conversion, by its length in
+    // characters ("ñy" is a two-character year and stays as it is). The amount lands in the
+    // credit column, so the row is a credit.
+    EntryRecord e{kAcc, "15/01/25", "7", "25", 1, 25};
+    e.campo2 = "x\tñy";
+    l.Entry(y25, e);
+    PVporImportes(w, y25, kAcc);
+    EXPECT_EQ(w.SGrid2.Cell(1, 2), "ñy");
+}
+
 TEST_F(MatchingRunTest, AccountWithoutMovementsEmptiesGridsOnly) {
     l.Entries(y25, {{"4300000002", "10/01/25", "1", "Fra. 12", 1, 100}});
     w.SGrid1.SetRows(3);
@@ -124,6 +149,39 @@ TEST_F(MatchingRunTest, AccountWithoutMovementsEmptiesGridsOnly) {
     EXPECT_EQ(w.SGrid1.Cell(1, 1), "");
     EXPECT_EQ(w.SGrid2.Rows(), 1);
     EXPECT_EQ(w.SaldoCta.caption(), "antes");
+}
+
+TEST(YearFilter, TheYearIsTheFirstTwoCharactersOfTheFirstDatedRow) {
+    // Rows: date (col 2), debit (col 5), class (col 9).
+    auto table = [](const std::vector<std::array<const char*, 3>>& rows) {
+        TextTable t(rows.size() + 1, 13);
+        for (std::size_t i = 0; i < rows.size(); ++i) {
+            t(i + 1, 2) = rows[i][0];
+            t(i + 1, 5) = rows[i][1];
+            t(i + 1, 9) = rows[i][2];
+        }
+        return t;
+    };
+    auto kept = [](const TextTable& t) {
+        std::string out;
+        for (std::size_t r = 1; r < t.rows(); ++r)
+            out += t(r, 5).empty() ? '-' : '+';
+        return out;
+    };
+    TextTable t = table({{"", "100", "A"}, {"C50101", "50", "A"}, {"C50102", "5", "1"}});
+    YearFilter(t, 3);
+    EXPECT_EQ(kept(t), "-++");
+    // Compared by characters: "ñé..." and "ñz..." differ in their second character.
+    t = table({{"ñé0101", "1", "1"}, {"ñz0101", "2", "A"}, {"ñé0102", "3", "A"}});
+    YearFilter(t, 3);
+    EXPECT_EQ(kept(t), "+-+");
+    t = table({{"𝄞€0101", "1", "1"}, {"\xF0\x9D", "2", "A"}, {"𝄞€", "3", "A"}});
+    YearFilter(t, 3);
+    EXPECT_EQ(kept(t), "+-+");
+    // Classes after "9" other than "A" never stay; no dated row: the first undated "A" stays.
+    t = table({{"", "1", "B"}, {"", "2", "A"}, {" ", "3", "A"}, {"", "4", "A"}});
+    YearFilter(t, 4);
+    EXPECT_EQ(kept(t), "-+--");
 }
 
 }  // namespace

@@ -1,14 +1,35 @@
 #pragma once
 // Reference-text matching and group validation written out literally, for comparison.
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
 #include "host/conversions.h"
 #include "host/text_table.h"
+#include "host/utf8.h"
 #include "matching/references.h"
 
 namespace pendara::naive {
+
+// The characters of a text, each as its bytes.
+inline std::vector<std::string> Characters(const std::string& s) {
+    std::vector<std::string> out;
+    for (std::size_t i = 0; i < s.size();) {
+        const std::size_t n = DecodeUtf8(s, i).bytes;
+        out.push_back(s.substr(i, n));
+        i += n;
+    }
+    return out;
+}
+
+// Whether `what` occurs in `text` as a run of characters, tried at every character of the text.
+inline bool Contains(const std::string& text, const std::string& what) {
+    const std::vector<std::string> t = Characters(text), w = Characters(what);
+    for (std::size_t at = 0; at + w.size() <= t.size(); ++at)
+        if (std::equal(w.begin(), w.end(), t.begin() + static_cast<long>(at))) return true;
+    return false;
+}
 
 inline void CheckRef2(TextTable& h, TextTable& d, std::size_t pos1, std::size_t pos2) {
     for (long k = h.upperRow(); k >= 0; --k) {
@@ -21,14 +42,14 @@ inline void CheckRef2(TextTable& h, TextTable& d, std::size_t pos1, std::size_t 
         selH[uk] = true;
         for (long j = d.upperRow(); j >= 0; --j) {
             auto uj = static_cast<std::size_t>(j);
-            if (d(uj, 13) != "1" && d(uj, 11).find(search) != std::string::npos) {
+            if (d(uj, 13) != "1" && Contains(d(uj, 11), search)) {
                 selD[uj] = true;
                 sum += ToDouble(d(uj, pos1));
             }
         }
         for (long j = k - 1; j >= 0; --j) {
             auto uj = static_cast<std::size_t>(j);
-            if (h(uj, 13) != "1" && h(uj, 11).find(search) != std::string::npos) {
+            if (h(uj, 13) != "1" && Contains(h(uj, 11), search)) {
                 selH[uj] = true;
                 sum += ToDouble(h(uj, pos2));
             }

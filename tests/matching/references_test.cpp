@@ -34,6 +34,26 @@ TEST(NumberFromDescription, JournalPrefixSkipsToBlankFromPositionFive) {
     EXPECT_EQ(NumberFromDescription("J.45 Cobro 12", "Fra."), "45  12");
 }
 
+TEST(NumberFromDescription, PositionFiveCountsCharactersNotBytes) {
+    // Position 5 is the "1": the first blank from there comes after "12", and nothing follows.
+    EXPECT_EQ(NumberFromDescription("J ñ 12 x", " Fra"), "");
+    EXPECT_EQ(NumberFromDescription("J ñ 12 x 3", " Fra"), "3");
+    EXPECT_EQ(NumberFromDescription("J. € 4 5", " Fra"), "4 5");
+    EXPECT_EQ(NumberFromDescription("J 𝄞 9 8", " Fra"), "8");
+    EXPECT_EQ(NumberFromDescription("J é 7", " Fra"), "7");  // no blank after position 5
+    // A byte that is not UTF-8 is one character too.
+    EXPECT_EQ(NumberFromDescription("J \xF1 12 x", " Fra"), "");
+    EXPECT_EQ(NumberFromDescription("J \xC3\xB1\xB1 12 x", " Fra"), "12");
+}
+
+TEST(NumberFromDescription, KeyIsFoundAsWholeCharacters) {
+    EXPECT_EQ(NumberFromDescription("Recibo 5 Fáctura 77", "Fá"), "77");
+    EXPECT_EQ(NumberFromDescription("1 𝄞 2 € 3", "€"), "3");
+    // The lone first byte of "ñ" is not inside "ñ": the key is absent, the whole text is scanned.
+    EXPECT_EQ(NumberFromDescription("4 ñ 5", "\xC3"), "4  5");
+    EXPECT_EQ(NumberFromDescription("4 ñ 5 \xC3 6", "\xC3"), "6");
+}
+
 TEST(NumberFromDescription, BlanksBetweenNumbersSurvive) {
     EXPECT_EQ(NumberFromDescription("Pago 7 y 8", "Fra."), "7  8");
     EXPECT_EQ(NumberFromDescription("  Pago 7 y 8  ", "X"), "7  8");

@@ -71,6 +71,21 @@ TEST_F(CliTest, ListsSaveAndSaveAllPrintWhatTheUserNeeds) {
     EXPECT_EQ(l.Read(y24)[0].referencia, l.Read(y25)[0].referencia);
 }
 
+// An account of the open company's chart whose only entry lies in the previous year has no
+// movements in the open company: the run empties the grids, and save and run succeed with
+// nothing open and nothing written.
+TEST_F(CliTest, AnAccountWithEntriesOnlyInAnEarlierYearIsNoError) {
+    l.Accounts(y25, {{"4300000138", "Clientes varios"}});
+    l.Entries(y24, {{"4300000138", "10/12/24", "5", "Fra. 77", 1, 100.0}});
+    l.SetActive(y25);
+    for (const char* command : {"save 4300000138", "run 4300000138"}) {
+        Output out = Cli(command);
+        EXPECT_EQ(out.status, 0) << command;
+        EXPECT_EQ(out.out.rfind("newref\tRF-", 0), 0u) << command << ": " << out.out;
+    }
+    EXPECT_EQ(l.Read(y24, "4300000138")[0].referencia, "");
+}
+
 // An earlier year with an access key: the key comes as a line of standard input; without it the
 // command ends undone, with a failure a script sees, and writes nothing.
 TEST_F(CliTest, ProtectedYearNeedsItsKeyFromStandardInput) {
@@ -104,6 +119,13 @@ TEST_F(CliTest, ConfigTellsUnsavedOptionsFromSavedOnes) {
               "Punteo1\t\tPunteo Incorrecto\t(sin guardar)\n"
               "Punteo2\t1\tForzar Punteo cuando saldo sea 0\n");
     EXPECT_EQ(Cli("config --punteo2 2").status, 2);
+    EXPECT_EQ(Cli("config --punteo0 𝄞1 --punteo1 €x").out,
+              "Punteo0\t𝄞\tPunteo Correcto\n"
+              "Punteo1\t€\tPunteo Incorrecto\n"
+              "Punteo2\t1\tForzar Punteo cuando saldo sea 0\n");
+    // A byte that is not UTF-8 is a character of its own, without the bytes after it.
+    EXPECT_NE(Cli("config --punteo0 \"$(printf '\\377\\200')\"").out.find("Punteo0\t\xFF\tPunteo"),
+              std::string::npos);
 }
 
 // Ctrl-C during a group save: the account in progress is finished, the rest stay listed.

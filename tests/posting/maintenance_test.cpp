@@ -83,5 +83,28 @@ TEST_F(MaintenanceTest, Command4FillsTheListOnlyForAShortCode) {
     EXPECT_EQ(w.List2.ListCount(), 2);
 }
 
+TEST_F(MaintenanceTest, Command4MeasuresTheCodeInCharacters) {
+    l.Accounts(y25, {{"43ñ€", "Rara"}, {"43ñ€€€", "Otra"}, {"4𝄞", "Clave"}});
+    w.CTA.setText("43ñ€");  // four characters in seven bytes: a group prefix
+    port.QueueAccount("");
+    Command4_Click(w);
+    ASSERT_EQ(w.List2.ListCount(), 2);
+    EXPECT_EQ(w.List2.List(0), "43ñ€ Rara");
+    EXPECT_EQ(w.List2.List(1), "43ñ€€€ Otra");
+
+    w.CTA.setText("4𝄞");
+    port.QueueAccount("");
+    Command4_Click(w);  // the list alternates: this fill is the pending one, and 4𝄞 has no entries
+    EXPECT_EQ(w.List2.ListCount(), 0);
+    EXPECT_EQ(w.CurrentCode, "E5");
+
+    w.CTA.setText("43ñ€€€");  // six characters: an account, the list stays empty
+    w.CurrentCode = "";
+    port.QueueAccount("");
+    Command4_Click(w);
+    EXPECT_EQ(w.List2.ListCount(), 0);
+    EXPECT_EQ(w.CurrentCode, "");
+}
+
 }  // namespace
 }  // namespace pendara

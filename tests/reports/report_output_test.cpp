@@ -9,6 +9,7 @@
 
 #include "host/conversions.h"
 #include "host/qv_library.h"
+#include "host/utf8.h"
 #include "support/run_command.h"
 #include "support/temp_dir.h"
 #include "ui/scripted_port.h"
@@ -116,6 +117,24 @@ TEST(Cp1252, AccentsAndEuroBecomeSingleBytes) {
     EXPECT_EQ(Utf8ToCp1252("€ … Ñ"), "\x80 \x85 \xD1");
     EXPECT_EQ(Utf8ToCp1252("日"), "?");
     EXPECT_EQ(Utf8ToCp1252("caf\xE9"), "caf\xE9");  // already 8-bit passes through
+    EXPECT_EQ(Utf8ToCp1252("𝄞ñ"), "?\xF1");         // one character, one place
+    EXPECT_EQ(Utf8ToCp1252("a\xC0\x80"
+                           "b"),
+              "a\xC0\x80"
+              "b");  // no overlong NUL cuts the text
+    EXPECT_EQ(Utf8ToCp1252("\xE2\x82"), "\xE2\x82");
+}
+
+TEST(ApproximateTextWidth, EveryCharacterTakesOnePlace) {
+    auto width = [](const std::string& t) {
+        return ApproximateTextWidth(t, ReportFontStyle::Regular, 10);
+    };
+    EXPECT_DOUBLE_EQ(width("ñ€𝄞"), width("xyz"));
+    EXPECT_DOUBLE_EQ(width("Descripción"), width("Descripcixn"));
+    EXPECT_DOUBLE_EQ(width("\xC3"
+                           "x"),
+                     width("zx"));
+    EXPECT_DOUBLE_EQ(width("\xF0\x9D\x84"), width("abc"));
 }
 
 class LayoutTest : public ::testing::Test {
@@ -187,6 +206,25 @@ TEST_F(LayoutTest, AmountsAreRightAlignedAndLongTextIsCut) {
     // Columns do not overlap.
     for (std::size_t c = 1; c < l.columnX.size(); ++c)
         EXPECT_GE(l.columnX[c], l.columnX[c - 1] + l.columnWidth[c - 1]);
+}
+
+TEST_F(LayoutTest, ACutKeepsWholeCharacters) {
+    std::string longText;
+    for (int i = 0; i < 100; ++i)
+        longText += "ñ€𝄞";
+    ReportLayout l =
+        Lay("_4300000001 - CLIENTE\r\n" + Entry("15/01/25", "1", longText, "RF-1", 12) +
+            Entry("15/01/25", "2", "x\xE2\x82" + longText, "RF-1", -12));
+    int cuts = 0;
+    for (const LaidText& t : l.pages.at(0).texts) {
+        if (!t.text.ends_with("\xE2\x80\xA6") || t.text.size() < 10) continue;
+        ++cuts;
+        const std::string kept = t.text.substr(0, t.text.size() - 3);
+        const std::string whole = kept[0] == 'x' ? "x\xE2\x82" + longText : longText;
+        EXPECT_TRUE(whole.starts_with(kept));
+        EXPECT_TRUE(IsUtf8Boundary(whole, kept.size())) << kept;
+    }
+    EXPECT_EQ(cuts, 2);
 }
 
 TEST_F(LayoutTest, AnEmptyReportIsOnePageWithItsHeading) {
@@ -299,6 +337,28 @@ TEST_F(PrintReportTest, SpreadsheetHasNumericAmountAndDateCells) {
     EXPECT_NE(sheet.find("<v>45672</v>"), std::string::npos);  // 15/01/2025
     EXPECT_NE(strings.find("Descripción"), std::string::npos);
     EXPECT_NE(strings.find("Saldo según último balance"), std::string::npos);
+}
+
+TEST_F(PrintReportTest, SpreadsheetColumnsAreAsWideAsTheirCharacters) {
+    if (!Have("unzip")) GTEST_SKIP() << "unzip is needed to read the workbook";
+    auto descriptionWidth = [&](const std::string& description) {
+        const std::string file = dir.file("w" + std::to_string(description.size()) + ".xlsx");
+        PresetReportFile(file);
+        Print(kReportToSpreadsheet,
+              "_4300000001 - C\r\n" + Entry("15/01/25", "1", description, "", 5));
+        std::string sheet = Capture("unzip -p '" + file + "' xl/worksheets/sheet1.xml");
+        std::size_t col = sheet.find("<col min=\"3\" max=\"3\"");
+        if (col == std::string::npos) return std::string("?");
+        std::size_t w = sheet.find("width=\"", col);
+        return sheet.substr(w, sheet.find('"', w + 7) - w);
+    };
+    std::string accented, ascii;
+    for (int i = 0; i < 14; ++i) {
+        accented += i % 2 ? "€𝄞" : "ñé";
+        ascii += "ab";
+    }
+    EXPECT_EQ(descriptionWidth(accented), descriptionWidth(ascii));
+    EXPECT_NE(descriptionWidth(ascii + ascii), descriptionWidth(ascii));
 }
 
 TEST_F(PrintReportTest, PdfShowsAccentsAndPageNumbers) {

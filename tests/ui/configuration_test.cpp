@@ -70,6 +70,24 @@ TEST_F(ConfigurationTest, AcceptingStoresFirstCharactersAndTheCheckBox) {
     EXPECT_EQ(Stored("Punteo2"), "1");
 }
 
+TEST_F(ConfigurationTest, AMarkIsOneWholeCharacter) {
+    const std::pair<const char*, const char*> cases[] = {{"€x", "€"},
+                                                         {"𝄞1", "𝄞"},
+                                                         {"éa", "é"},
+                                                         {"\xFF"
+                                                          "ab",
+                                                          "\xFF"},
+                                                         {"\xC3"
+                                                          "x",
+                                                          "\xC3"}};
+    for (const auto& [answer, mark] : cases) {
+        Answer(true, answer, answer, "0");
+        ConfigurarPunteo(w);
+        EXPECT_EQ(Stored("Punteo0"), mark) << answer;
+        EXPECT_EQ(Stored("Punteo1"), mark) << answer;
+    }
+}
+
 TEST_F(ConfigurationTest, TheCheckBoxCountsOnlyWhenExactlyOne) {
     for (const char* answer : {"1 ", "-1", "01", "", "2"}) {
         SaveSetting("Punteo2", "1", "");

@@ -4,6 +4,8 @@
 
 #include <random>
 
+#include "host/utf8.h"
+
 namespace pendara {
 namespace {
 
@@ -44,6 +46,28 @@ TEST(StrBuilder, PrePendGrowsTheFront) {
     EXPECT_EQ(b.ToString(), std::string(3000, 'p') + "uvwxyz");
 }
 
+TEST(StrBuilder, CountsCharactersNotBytes) {
+    StrBuilder b;
+    b.Append("ab");
+    std::string euros;
+    for (int i = 0; i < 2044; ++i)
+        euros += "€";
+    b.Append(euros);  // 1 + 3 + 2044 = 2048 characters: still fits
+    EXPECT_EQ(b.BufferLength(), 2048u);
+    b.Append("ñ");  // 2049 > 2048: grows by 4096
+    EXPECT_EQ(b.BufferLength(), 2048u + 4096u);
+    EXPECT_EQ(b.Length(), 2 + 2044 + 1);
+    EXPECT_EQ(b.ToString(), "ab" + euros + "ñ");
+
+    StrBuilder front;
+    front.PrePend("𝄞");
+    EXPECT_EQ(front.Start(), 2048);
+    front.PrePend("é\xFF");  // a byte that is not UTF-8 is one character
+    EXPECT_EQ(front.Start(), 2046);
+    EXPECT_EQ(front.Length(), 3);
+    EXPECT_EQ(front.ToString(), "é\xFF𝄞");
+}
+
 TEST(StrBuilder, ClearStartsAgain) {
     StrBuilder b;
     b.Append(std::string(5000, 'a'));
@@ -58,7 +82,10 @@ TEST(StrBuilder, MatchesPlainConcatenation) {
     StrBuilder b;
     std::string expected;
     for (int i = 0; i < 5000; ++i) {
-        std::string piece(rng() % 40, static_cast<char>('a' + rng() % 26));
+        static const char* const kChars[] = {"a", "z", "ñ", "€", "𝄞", "\xC3"};
+        std::string piece;
+        for (unsigned n = rng() % 40; n > 0; --n)
+            piece += kChars[rng() % std::size(kChars)];
         if (rng() % 4 == 0) {
             b.PrePend(piece);
             expected = piece + expected;
@@ -68,6 +95,7 @@ TEST(StrBuilder, MatchesPlainConcatenation) {
         }
     }
     EXPECT_EQ(b.ToString(), expected);
+    EXPECT_EQ(b.Length(), static_cast<std::int64_t>(Utf8Length(expected)));
 }
 
 }  // namespace

@@ -5,18 +5,11 @@
 #include <utility>
 
 #include "host/settings.h"
+#include "host/utf8.h"
 #include "ui/cli.h"
 
 namespace pendara::cli {
 namespace {
-
-// The first character of a UTF-8 text, whole ("Ñ" stays "Ñ").
-std::string FirstCharacter(const std::string& text) {
-    std::size_t n = text.empty() ? 0 : 1;
-    while (n < text.size() && (static_cast<unsigned char>(text[n]) & 0xC0) == 0x80)
-        ++n;
-    return text.substr(0, n);
-}
 
 int Run(const std::vector<std::string>& args) {
     Args a(args, {"--punteo0", "--punteo1", "--punteo2"}, {});
@@ -24,8 +17,8 @@ int Run(const std::vector<std::string>& args) {
     if (auto v = a.value("--punteo2"); v && *v != "0" && *v != "1")
         throw UsageError("--punteo2 vale 0 o 1, no \"" + *v + "\"");
     // The configuration dialog keeps only the first character of the two marks.
-    if (auto v = a.value("--punteo0")) SaveSetting("Punteo0", FirstCharacter(*v), "");
-    if (auto v = a.value("--punteo1")) SaveSetting("Punteo1", FirstCharacter(*v), "");
+    if (auto v = a.value("--punteo0")) SaveSetting("Punteo0", std::string(Utf8Left(*v, 1)), "");
+    if (auto v = a.value("--punteo1")) SaveSetting("Punteo1", std::string(Utf8Left(*v, 1)), "");
     if (auto v = a.value("--punteo2")) SaveSetting("Punteo2", *v, "");
     // What is stored is what a save uses; an option never saved is shown empty and marked, since
     // a save then writes no mark (the configuration dialog would propose 1 and 0).

@@ -6,7 +6,10 @@
 #include <vector>
 
 #include "host/catalogue.h"
+#include "host/conversions.h"
 #include "host/errors.h"
+#include "host/paths.h"
+#include "host/qv_file_control.h"
 #include "matching/matching_run.h"
 #include "ui/cli.h"
 #include "ui/console_port.h"
@@ -15,6 +18,23 @@
 
 namespace pendara {
 namespace {
+
+// Whether the chart of accounts of some company of the chain holds the code.
+bool InSomeChart(const Pndra& w, const std::string& account) {
+    for (std::int32_t i = 0; i < w.ConsultedCount; ++i) {
+        const std::string& company = w.ConsultedFiles[static_cast<std::size_t>(i)];
+        if (Trim(company).empty()) continue;
+        const std::string file = NormaliseCompanyName(company);
+        QvFileControl2 chart;
+        chart.OpenFile(FolderOf(file) + "Planc" + CompanyCode(file) + ".qvd", "");
+        chart.SetFilter("Cuenta = " + Trim(account));
+        chart.MoveFirst();
+        const bool found = !chart.IsEof();
+        chart.CloseFile();
+        if (found) return true;
+    }
+    return false;
+}
 
 void PrintGrid(std::ostream& out, const char* tag, const Grid& grid) {
     for (int r = 1; r <= grid.Rows(); ++r) {
@@ -40,11 +60,15 @@ int Run(const std::vector<std::string>& argv) {
         const std::string company = w.ConsultedFiles[w.List1.ItemData(0)];
         PVporImportes(w, company, account);
     });
-    // An account with no title in the chart and no entries in any year is a mistyped code, not
-    // an account with nothing open.
+    // Empty grids are the answer for an account without movements in the open company; for a
+    // code that no chart of the chain knows they would only hide a mistyped code.
     auto blank = [](const Grid& g) { return g.Rows() == 1 && g.Cell(1, 1).empty(); };
+    bool unknown = false;
     if (blank(w.SGrid1) && blank(w.SGrid2) && w.TituloL.caption().empty())
-        throw HostError("la cuenta " + account + " no está en el plan de cuentas ni tiene apuntes");
+        RunEvent(w, [&] { unknown = !InSomeChart(w, account); });
+    if (unknown)
+        throw HostError("la cuenta " + account +
+                        " no está en el plan de cuentas de ninguna empresa de la cadena");
     PrintGrid(std::cout, "1", w.SGrid1);
     PrintGrid(std::cout, "2", w.SGrid2);
     if (args.flag("--show-state")) {
@@ -63,7 +87,9 @@ const cli::Registrar kRegistrar{{
     "carga los apuntes de CUENTA en todas ellas, los puntea por referencias, por números de\n"
     "factura de la descripción y por importes, y escribe una línea por fila de cada rejilla:\n"
     "\"1\" (debe) o \"2\" (haber), y las 8 columnas separadas por tabuladores: registro, fecha,\n"
-    "asiento, descripción, referencia, importe, número de empresa y marca.\n\n"
+    "asiento, descripción, referencia, importe, número de empresa y marca. Una cuenta sin\n"
+    "movimientos en la empresa activa deja cada rejilla con una fila vacía; un código que no\n"
+    "está en el plan de cuentas de ninguna empresa de la cadena termina con error.\n\n"
     "No guarda nada en la contabilidad; sólo avanza el contador de referencias de la empresa\n"
     "más antigua, como hace la ventana. Las claves de acceso se piden en la terminal sin eco (o\n"
     "se leen de una línea de la entrada estándar).\n\n"

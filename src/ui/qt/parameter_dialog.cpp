@@ -14,10 +14,12 @@
 #include <QRegularExpressionValidator>
 #include <QToolButton>
 #include <QVBoxLayout>
+#include <QValidator>
 #include <algorithm>
 
 #include "host/conversions.h"
 #include "host/report_output.h"
+#include "host/utf8.h"
 #include "ui/qt/qt_text.h"
 
 namespace pendara {
@@ -31,6 +33,26 @@ constexpr int kCheck = 30;
 constexpr int kOption = 31;
 constexpr int kMark = 61;
 constexpr int kOutput = 71;
+
+// At most `limit` characters in a line edit: Qt's own maximum length counts UTF-16 units, so a
+// character beyond the 16-bit range would take two places.
+class CharacterLimit : public QValidator {
+  public:
+    CharacterLimit(std::size_t limit, QObject* parent) : QValidator(parent), limit_(limit) {}
+    State validate(QString& input, int&) const override {
+        return Utf8Length(S(input)) <= limit_ ? Acceptable : Invalid;
+    }
+
+  private:
+    std::size_t limit_;
+};
+
+// Limits an edit to `limit` characters, cutting what it already holds as a maximum length would.
+void LimitCharacters(QLineEdit* edit, int limit) {
+    const auto n = static_cast<std::size_t>(limit);
+    edit->setText(Q(std::string(Utf8Left(S(edit->text()), n))));
+    edit->setValidator(new CharacterLimit(n, edit));
+}
 
 }  // namespace
 
@@ -87,8 +109,8 @@ ParameterForm::ParameterForm(const QString& caption, const ParameterValues& valu
             auto* edit = new QLineEdit(this);
             if (kind == kMark) {
                 // The mark's value travels in the length when the value column is empty.
-                edit->setText(value.isEmpty() ? QString::number(length) : value.left(1));
-                edit->setMaxLength(1);
+                edit->setText(value.isEmpty() ? QString::number(length) : value);
+                LimitCharacters(edit, 1);
                 edit->setFixedWidth(digit * 4);
                 edit->setAlignment(Qt::AlignCenter);
             } else {
@@ -105,10 +127,10 @@ ParameterForm::ParameterForm(const QString& caption, const ParameterValues& valu
                 } else if (kind == kAccount) {
                     edit->installEventFilter(this);
                     accountInputs_.push_back(edit);
-                    if (length > 0) edit->setMaxLength(length);
+                    if (length > 0) LimitCharacters(edit, length);
                     edit->setFixedWidth(digit * (std::max<int>(length, 10) + 4));
                 } else if (length > 0) {
-                    edit->setMaxLength(length);
+                    LimitCharacters(edit, length);
                     edit->setFixedWidth(digit * (length + 4));
                 }
             }
@@ -151,10 +173,11 @@ bool ParameterForm::eventFilter(QObject* watched, QEvent* event) {
         std::find(accountInputs_.begin(), accountInputs_.end(), edit) == accountInputs_.end())
         return QDialog::eventFilter(watched, event);
     auto* e = static_cast<QKeyEvent*>(event);
-    QString t = e->text();
-    // Keys that deliver no character (arrows, delete) are not the filter's business.
-    if (t.size() != 1 || !t[0].isPrint()) return false;
-    return accountKey(t[0].unicode()) == 0;
+    // Keys that deliver no character (arrows, delete) are not the filter's business; a
+    // character beyond the 16-bit range is one key too.
+    const QList<uint> codes = e->text().toUcs4();
+    if (codes.size() != 1 || !QChar::isPrint(static_cast<char32_t>(codes[0]))) return false;
+    return accountKey(static_cast<int>(codes[0])) == 0;
 }
 
 void ParameterForm::Store(ParameterValues& values) const {

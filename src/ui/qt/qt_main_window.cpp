@@ -97,9 +97,10 @@ int KeyOf(QKeyEvent* e) {
         default:
             break;
     }
-    QString t = e->text();
-    if (t.size() != 1 || !t[0].isPrint()) return -1;
-    return t[0].unicode();
+    // One character, whatever its UTF-16 length.
+    const QList<uint> codes = e->text().toUcs4();
+    if (codes.size() != 1 || !QChar::isPrint(static_cast<char32_t>(codes[0]))) return -1;
+    return static_cast<int>(codes[0]);
 }
 
 }  // namespace
@@ -564,8 +565,9 @@ void MainWindow::MaskKey(int key) {
     });
     if (delivered == 0 || delivered == 13 || ending_) return;
     // The key (possibly changed by the filter) goes into the box as typed.
+    const auto code = static_cast<char32_t>(delivered);
     QKeyEvent e(QEvent::KeyPress, delivered == 8 ? Qt::Key_Backspace : 0, Qt::NoModifier,
-                delivered == 8 ? QString() : QString(QChar(delivered)));
+                delivered == 8 ? QString() : QString::fromUcs4(&code, 1));
     text1_->removeEventFilter(this);
     QApplication::sendEvent(text1_, &e);
     text1_->installEventFilter(this);

@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialog>
 #include <QFileDialog>
 #include <QImage>
 #include <QInputDialog>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -15,6 +17,7 @@
 #include <QTableView>
 #include <QTest>
 #include <QToolButton>
+#include <QValidator>
 
 #include "host/report_output.h"
 #include "ui/qt/account_lookup.h"
@@ -95,6 +98,13 @@ TEST(AccountLookup, SearchesByCodeAndNameAndReturnsTheChosenCode) {
     EXPECT_EQ(d.chosenCode(), "");
 }
 
+// Whether an edit accepts a text as its whole content.
+bool Fits(const QLineEdit* edit, const char* utf8) {
+    QString text = QString::fromUtf8(utf8);
+    int pos = 0;
+    return !edit->validator() || edit->validator()->validate(text, pos) == QValidator::Acceptable;
+}
+
 TEST(ParameterDialog, EveryKindHasItsInputAndWritesItsAnswer) {
     ParameterValues values{{"Desde Cuenta", "4300000001"},
                            {"Cuentas coincidentes con", "??????????"},
@@ -114,9 +124,14 @@ TEST(ParameterDialog, EveryKindHasItsInputAndWritesItsAnswer) {
         seen = true;
         auto* account = qobject_cast<QLineEdit*>(f.input(0));
         ASSERT_NE(account, nullptr);
-        EXPECT_EQ(account->maxLength(), 10);
+        EXPECT_TRUE(Fits(account, "ñ€𝄞4567890"));  // ten characters, fourteen UTF-16 units
+        EXPECT_FALSE(Fits(account, "43000001381"));
         account->clear();
         QTest::keyClicks(account, "57x2");  // the account key filter refuses letters
+        EXPECT_EQ(account->text(), QStringLiteral("572"));
+        // A character beyond the 16-bit range is one key, refused like any other letter.
+        QKeyEvent clef(QEvent::KeyPress, 0, Qt::NoModifier, QString::fromUtf8("𝄞"));
+        QApplication::sendEvent(account, &clef);
         EXPECT_EQ(account->text(), QStringLiteral("572"));
         // The look-up button offers the chart and puts the chosen code in.
         port.onDialog = [](QDialog& lookup) {
@@ -138,7 +153,9 @@ TEST(ParameterDialog, EveryKindHasItsInputAndWritesItsAnswer) {
         EXPECT_TRUE(number->alignment() & Qt::AlignRight);
         auto* mark = qobject_cast<QLineEdit*>(f.input(5));
         EXPECT_EQ(mark->text(), QStringLiteral("1"));  // the value travels in the length
-        EXPECT_EQ(mark->maxLength(), 1);
+        EXPECT_TRUE(Fits(mark, "𝄞"));
+        EXPECT_TRUE(Fits(mark, "ñ"));
+        EXPECT_FALSE(Fits(mark, "€1"));
         mark->setText(QStringLiteral("X"));
         auto* output = qobject_cast<QComboBox*>(f.input(6));
         EXPECT_EQ(output->count(), static_cast<int>(ReportDestinationNames().size()));

@@ -7,6 +7,7 @@
 #include <QCheckBox>
 #include <QDialog>
 #include <QGroupBox>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
@@ -284,6 +285,10 @@ TEST_F(Workflow, EnterInTheMaskBoxListsTheAccountsAndOtherKeysAreFiltered) {
     mask->setFocus();
     QTest::keyClicks(mask, "43a0");
     EXPECT_EQ(mask->text(), QStringLiteral("430"));  // letters are refused
+    // So is a character beyond the 16-bit range: one key, however Qt stores it.
+    QKeyEvent clef(QEvent::KeyPress, 0, Qt::NoModifier, QString::fromUtf8("𝄞"));
+    QApplication::sendEvent(mask, &clef);
+    EXPECT_EQ(mask->text(), QStringLiteral("430"));
     EXPECT_EQ(w->Text1.text(), "430");
     QTest::keyClick(mask, Qt::Key_Return);
     window->Refresh();
