@@ -269,6 +269,15 @@ void MainWindow::Build() {
     gauge_->setParent(this);
     gauge_->setObjectName(QStringLiteral("Picture1"));
     widgets_[static_cast<std::size_t>(Ctl::Picture1)] = gauge_;
+    // Between runs the gauge strip is empty; a notice of the last run shows there until the
+    // next run starts.
+    aviso_ = new QLabel(this);
+    aviso_->setObjectName(QStringLiteral("AvisoPunteo"));
+    aviso_->setAutoFillBackground(true);
+    aviso_->setStyleSheet(
+        QStringLiteral("background: #fff3c4; color: #000000; padding-left: 4px;"));
+    aviso_->hide();
+    Watch(w_.AvisoPunteo);
     widgets_[static_cast<std::size_t>(Ctl::Background)] = nullptr;  // painted by the window
 
     Watch(w_.Text1);
@@ -383,6 +392,11 @@ void MainWindow::Refresh() {
     for (std::size_t i = 0; i < 3; ++i)
         if (changed(w_.Sumas[i])) sumas_[i]->setText(Q(w_.Sumas[i].caption()));
     if (changed(w_.TituloL)) tituloL_->setText(Q(w_.TituloL.caption()));
+    if (changed(w_.AvisoPunteo)) {
+        aviso_->setText(Q(w_.AvisoPunteo.caption()));
+        aviso_->setVisible(!w_.AvisoPunteo.caption().empty());
+        aviso_->raise();
+    }
     if (changed(w_.SaldoCta)) {
         saldoCta_->setText(Q(w_.SaldoCta.caption()));
         QPalette p = saldoCta_->palette();
@@ -430,6 +444,7 @@ void MainWindow::ApplyLayout() {
         widget->setGeometry(TwipsToPixels(r.left, dpi_), TwipsToPixels(r.top, dpi_),
                             TwipsToPixels(r.width, dpi_), TwipsToPixels(r.height, dpi_));
     }
+    aviso_->setGeometry(gauge_->geometry());
     int side = std::min(images_[0]->width(), images_[0]->height());
     for (int i = 0; i < 2; ++i)
         images_[static_cast<std::size_t>(i)]->setPixmap(StatusPicture(i, std::max(side, 1)));
