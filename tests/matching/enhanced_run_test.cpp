@@ -50,6 +50,7 @@ class EnhancedRunTest : public testing::SettingsTest {
 TEST_F(EnhancedRunTest, OffUnlessTheOptionIsExactlyOne) {
     for (const char* stored : {"", "0", "2", "sí"}) {
         if (*stored) SaveSetting("PunteoMejorado", stored, "");
+        SetCounter(y25, 41);
         PVporImportes(w, y25, kAcc);
         EXPECT_EQ(References(),
                   (std::vector<std::string>{"1033", "1044", "RF-42", "RF-42", "1033 1044"}))
