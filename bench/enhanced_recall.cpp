@@ -2,6 +2,7 @@
 // matching and with the enhanced mode, and what the enhanced mode costs.
 //
 //   bench_enhanced_recall [--seeds 1,2,3] [--accounts N] [--entries-per-year N] [--repeat R]
+//                         [--detail]
 //
 // Per demo group (one per seed) and mode it prints:
 //   recall     true groups that end under one system reference, whole and alone, after the
@@ -48,6 +49,7 @@ struct Options {
     int accounts = 40;
     int entriesPerYear = 3000;
     int repeat = 5;
+    bool detail = false;  // lists the entries of every false group the enhanced mode added
 };
 
 bool Customer(const std::string& account) {
@@ -134,6 +136,23 @@ struct Figures {
     double saveSeconds = 0;
 };
 
+// The entries of a group formed, with the true group of each, on standard error.
+void PrintGroup(const Members& m, const std::vector<std::string>& companies,
+                const std::vector<DemoTruth>& truth) {
+    std::map<Key, std::string> trueGroup;
+    for (const DemoTruth& t : truth)
+        trueGroup[{t.company, t.record}] = t.group;
+    std::cerr << "Grupo falso:\n";
+    for (const std::string& c : companies) {
+        const std::string name = std::filesystem::path(c).filename().string();
+        for (const EntryRecord& e : ReadEntries(c))
+            if (m.count({name, e.registro}))
+                std::cerr << "  " << name << ' ' << e.registro << ' ' << e.cuenta << ' ' << e.fecha
+                          << " \"" << e.descripcion << "\" " << e.importe
+                          << " verdadero=" << trueGroup[{name, e.registro}] << '\n';
+    }
+}
+
 std::string Percent(std::size_t part, std::size_t whole) {
     if (whole == 0) return "-";
     std::ostringstream s;
@@ -189,6 +208,7 @@ void DataSet(const Options& o, std::uint64_t seed, const std::string& root) {
             if (mode == 1 && !specifiedSets.count(m)) {
                 ++g.added;
                 g.addedTrue += exact;
+                if (!exact && o.detail) PrintGroup(m, companies, demo.truth);
             }
         }
         if (mode == 0) specifiedSets = std::move(sets);
@@ -243,8 +263,18 @@ std::vector<std::uint64_t> Seeds(const std::string& text) {
 int main(int argc, char** argv) {
     using namespace pendara;
     Options o;
-    for (int i = 1; i + 1 < argc; i += 2) {
-        const std::string flag = argv[i], value = argv[i + 1];
+    for (int i = 1; i < argc; i += 2) {
+        const std::string flag = argv[i];
+        if (flag == "--detail") {
+            o.detail = true;
+            --i;
+            continue;
+        }
+        if (i + 1 == argc) {
+            std::cerr << "falta el valor de " << flag << '\n';
+            return 2;
+        }
+        const std::string value = argv[i + 1];
         if (flag == "--seeds")
             o.seeds = Seeds(value);
         else if (flag == "--accounts")

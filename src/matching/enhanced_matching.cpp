@@ -97,6 +97,7 @@ class Matcher {
 
     void InvoiceNumberPass() {
         const std::size_t n = items_.size();
+        tokens_.assign(n, {});
         std::map<std::string, std::vector<std::size_t>> quoting;
         for (std::size_t i = 0; i < n; ++i) {
             if (!open_[i]) continue;
@@ -105,8 +106,9 @@ class Matcher {
                 tokens.push_back(std::move(t));
             std::sort(tokens.begin(), tokens.end());
             tokens.erase(std::unique(tokens.begin(), tokens.end()), tokens.end());
-            for (std::string& t : tokens)
-                quoting[std::move(t)].push_back(i);
+            for (const std::string& t : tokens)
+                quoting[t].push_back(i);
+            tokens_[i] = std::move(tokens);
         }
         // A number links entries only when both sides quote it and few entries do.
         Links links(n);
@@ -252,7 +254,10 @@ class Matcher {
                 if (stop_) return;
                 if (found == 1) {
                     solution.push_back(t);
-                    Emit(EnhancedKind::ExactSubset, std::move(solution));
+                    if (Agree(solution))
+                        Emit(EnhancedKind::ExactSubset, std::move(solution));
+                    else
+                        ++result_.stats.refused;
                     break;
                 }
                 if (found > 1) {
@@ -261,6 +266,24 @@ class Matcher {
                 }
             }
         }
+    }
+
+    // Amounts alone do not overrule the texts: an entry that quotes numbers must share one with
+    // an entry of the other side, when that side quotes numbers too. (A payment of invoices 7647
+    // and 8262 does not go with invoices 4881 and 5128 because the amounts happen to agree.)
+    bool Agree(const std::vector<std::size_t>& group) const {
+        for (std::size_t x : group) {
+            if (tokens_[x].empty()) continue;
+            bool otherQuotes = false, shared = false;
+            for (std::size_t y : group) {
+                if (items_[y].side == items_[x].side || tokens_[y].empty()) continue;
+                otherQuotes = true;
+                for (const std::string& t : tokens_[y])
+                    shared = shared || std::binary_search(tokens_[x].begin(), tokens_[x].end(), t);
+            }
+            if (otherQuotes && !shared) return false;
+        }
+        return true;
     }
 
     // Counts the subsets of `pool` (up to two) whose magnitudes add up to `need`; the first one
@@ -309,6 +332,7 @@ class Matcher {
     const EnhancedLimits& limits_;
     std::vector<char> open_;
     std::map<std::pair<EntrySide, std::int64_t>, std::int32_t> openByAmount_;
+    std::vector<std::vector<std::string>> tokens_;    // every number each entry quotes, sorted
     std::vector<std::vector<std::int32_t>> numbers_;  // the linking numbers each entry quotes
     EnhancedResult result_;
     bool stop_ = false;

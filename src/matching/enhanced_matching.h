@@ -6,7 +6,8 @@
 //     credit notes) form a group when their cents add up to zero and no other split exists;
 //  2. exact subsets: one entry against several of the other side whose cents add up to it,
 //     found by a pruned search, nearest dates and the same year first; a target with two
-//     different solutions is refused.
+//     different solutions is refused, and so is a group whose texts quote numbers that do not
+//     meet across its two sides.
 // The search is bounded by a node budget per call (deterministic, not a time limit).
 
 #include <cstdint>

@@ -147,6 +147,23 @@ TEST(EnhancedMatchingTest, ExactSubsetsOneToManyAndManyToOne) {
     EXPECT_EQ(r.stats.subsetGroups, 2);
 }
 
+TEST(EnhancedMatchingTest, AmountsDoNotOverruleTheTexts) {
+    // The payment names other invoices (taken elsewhere): the amounts agree by chance.
+    Items items;
+    items.Debit(409862, "Fra. 4881")
+        .Debit(17661, "Fra. 5128")
+        .Credit(427523, "Cobro Fra. 7647 8262");
+    EnhancedResult r = MatchEnhanced(items.list);
+    EXPECT_TRUE(r.groups.empty());
+    EXPECT_EQ(r.stats.refused, 1);
+    // A payment that names nothing goes by its amount.
+    items.list[2].description = "Transferencia recibida";
+    EXPECT_EQ(Groups(MatchEnhanced(items.list)), (std::vector<Ids>{{1, 2, 3}}));
+    // One that names only one of them leaves the other invoice unexplained.
+    items.list[2].description = "Cobro Fra. 4881 y otra";
+    EXPECT_TRUE(MatchEnhanced(items.list).groups.empty());
+}
+
 TEST(EnhancedMatchingTest, ATargetWithTwoExactSolutionsIsRefused) {
     Items items;
     items.Debit(30000, "Cargo")

@@ -85,6 +85,24 @@ TEST(MainWindow, ResizeFollowsTheLayoutRulesAndSurvivesATinyWindow) {
     EXPECT_GT(win.grid(1)->width(), 0);
 }
 
+TEST(MainWindow, ANoticeOfTheEnhancedMatchingShowsOverTheGaugeUntilTheNextRun) {
+    WindowFixture f;
+    MainWindow& win = *f.window;
+    win.show();
+    win.resize(1300, 800);
+    QLabel* notice = win.noticeLabel();
+    EXPECT_FALSE(notice->isVisible());
+    f.w->AvisoPunteo.setCaption("Punteo mejorado: la cuenta 4300000001 llegó al límite");
+    win.Refresh();
+    EXPECT_TRUE(notice->isVisible());
+    EXPECT_EQ(notice->text(),
+              QStringLiteral("Punteo mejorado: la cuenta 4300000001 llegó al límite"));
+    EXPECT_EQ(notice->geometry(), win.control(Ctl::Picture1)->geometry());
+    f.w->AvisoPunteo.setCaption("");
+    win.Refresh();
+    EXPECT_FALSE(notice->isVisible());
+}
+
 TEST(MainWindow, GridsShowTheirRowsFromAModelWithHeadersWidthsAndAlignment) {
     WindowFixture f;
     MainWindow& win = *f.window;
