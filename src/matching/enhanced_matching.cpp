@@ -230,6 +230,8 @@ class Matcher {
             // other could have been.
             if (openByAmount_[{target.side, target.cents}] > 1) continue;
             const std::int64_t need = std::abs(target.cents);
+            // Looking through the entries counts too, or a long account would run on unbounded.
+            if (!Spend(static_cast<std::int64_t>(items_.size()))) return;
             std::vector<std::size_t> candidates;
             for (std::size_t j = 0; j < items_.size(); ++j) {
                 const EnhancedItem& c = items_[j];

@@ -186,7 +186,7 @@ void PVporImportes(Pndra& w, const std::string& empresa, const std::string& cuen
     SplitByAmounts(t, debits, credits, hooks);
     if (EnhancedMode(w)) {
         if (EnhancedPasses(t, debits, credits, hooks.newReference).budgetReached)
-            w.AvisoPunteo.setCaption("Punteo mejorado: la cuenta " + cuenta +
+            w.AvisoPunteo.setCaption("Punteo mejorado: la cuenta " + Trim(cuenta) +
                                      " llegó al límite de búsqueda; pueden quedar partidas que "
                                      "se podrían puntear.");
     }
