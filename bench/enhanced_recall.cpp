@@ -1,4 +1,4 @@
-// How many of the groups the demo generator made a group save finds again, with the specified
+// How many of the groups the demo generator made a group save finds again, with the usual
 // matching and with the enhanced mode, and what the enhanced mode costs.
 //
 //   bench_enhanced_recall [--seeds 1,2,3] [--accounts N] [--entries-per-year N] [--repeat R]
@@ -9,10 +9,10 @@
 //              group save;
 //   precision  references formed on customer and supplier accounts that are exactly a true group;
 //   added      the groups only the enhanced mode formed, and how many of them are true;
-//   broken     true groups a member of which the specified passes put under a reference that is
+//   broken     true groups a member of which the usual passes put under a reference that is
 //              not exactly the group: no later pass can mend them, since those passes run first;
 //   cost       processor time of the matching run of every account of the list (banks, sales and
-//              taxes too) in enhanced mode against the specified mode (the best of R runs each,
+//              taxes too) in enhanced mode against the usual mode (the best of R runs each,
 //              alternating): all accounts together and the worst account; and of the whole group
 //              save.
 
@@ -178,7 +178,7 @@ void DataSet(const Options& o, std::uint64_t seed, const std::string& root) {
     std::set<Members> trueSets = AsSets(truth);
 
     Figures f[2];
-    std::set<Members> specifiedSets;
+    std::set<Members> usualSets;
     for (int mode = 0; mode < 2; ++mode) {
         std::vector<std::string> companies = Copy(d.folder, demo.companies, root + "/run");
         const double start = CpuSeconds();
@@ -205,13 +205,13 @@ void DataSet(const Options& o, std::uint64_t seed, const std::string& root) {
         for (const Members& m : sets) {
             const bool exact = trueSets.count(m) > 0;
             g.exact += exact;
-            if (mode == 1 && !specifiedSets.count(m)) {
+            if (mode == 1 && !usualSets.count(m)) {
                 ++g.added;
                 g.addedTrue += exact;
                 if (!exact && o.detail) PrintGroup(m, companies, demo.truth);
             }
         }
-        if (mode == 0) specifiedSets = std::move(sets);
+        if (mode == 0) usualSets = std::move(sets);
     }
 
     Copy(d.folder, demo.companies, root + "/run");
@@ -226,7 +226,7 @@ void DataSet(const Options& o, std::uint64_t seed, const std::string& root) {
     for (int mode = 0; mode < 2; ++mode) {
         const Figures& g = f[mode];
         std::cout << seed << '\t' << o.accounts << '\t' << o.entriesPerYear << '\t'
-                  << (mode ? "mejorado" : "especificado") << '\t' << g.found << '/' << g.trueGroups
+                  << (mode ? "mejorado" : "habitual") << '\t' << g.found << '/' << g.trueGroups
                   << '\t' << Percent(g.found, g.trueGroups) << '\t' << g.exact << '/'
                   << g.references << '\t' << Percent(g.exact, g.references) << '\t';
         if (mode)
@@ -291,7 +291,7 @@ int main(int argc, char** argv) {
     bench::Scratch scratch;
     std::cout << "semilla\tcuentas\tapuntes/año\tmodo\tgrupos hallados\trecall\t"
                  "referencias exactas\tprecisión\tañadidos verdaderos\tañadidos falsos\t"
-                 "rotos por los pasos especificados\tcoste\n";
+                 "rotos por los pasos habituales\tcoste\n";
     for (std::uint64_t seed : o.seeds)
         DataSet(o, seed, scratch.file("data"));
     return 0;

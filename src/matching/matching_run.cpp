@@ -111,7 +111,7 @@ bool EnhancedMode(Pndra& w) {
 }
 
 // The enhanced passes over the items the amount matching left open; each group takes a reference
-// from `newReference`, after every group of the specified passes.
+// from `newReference`, after every group of the usual passes.
 EnhancedStats EnhancedPasses(const TextTable& t, std::vector<AmountItem>& debits,
                              std::vector<AmountItem>& credits,
                              const std::function<std::string()>& newReference) {

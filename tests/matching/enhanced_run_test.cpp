@@ -1,5 +1,5 @@
 // The enhanced mode inside the account matching run: off unless the option or the window says
-// so, after every specified group, and its notice when the search reaches its limit.
+// so, after every usual group, and its notice when the search reaches its limit.
 
 #include <gtest/gtest.h>
 
@@ -58,7 +58,7 @@ TEST_F(EnhancedRunTest, OffUnlessTheOptionIsExactlyOne) {
     }
 }
 
-TEST_F(EnhancedRunTest, EnhancedGroupsTakeTheirReferencesAfterTheSpecifiedOnes) {
+TEST_F(EnhancedRunTest, EnhancedGroupsTakeTheirReferencesAfterTheUsualOnes) {
     SaveSetting("PunteoMejorado", "1", "");
     PVporImportes(w, y25, kAcc);
     EXPECT_EQ(References(),
