@@ -3,6 +3,7 @@
 // places, follows the resize rules, and turns gestures into calls of the handlers.
 
 #include <QPixmap>
+#include <QStringList>
 #include <QWidget>
 #include <array>
 #include <cstdint>
@@ -121,7 +122,8 @@ class MainWindow : public QWidget {
     QToolBar* toolbar1_ = nullptr;
     QToolBar* toolbar2_ = nullptr;
     GaugeWidget* gauge_ = nullptr;
-    QLabel* aviso_ = nullptr;  // notices of the enhanced matching, over the gauge strip
+    QLabel* aviso_ = nullptr;  // the enhanced matching's notices, beside the balance
+    QStringList notices_;      // shown until the user dismisses them
     QPixmap background_;       // drawn once per size
 
     // Versions last drawn, per watched control.
