@@ -17,8 +17,9 @@ using Cents = std::int64_t;
 
 struct Invoice {
     std::string number;
-    Cents open;   // what is still owed
-    Cents total;  // the invoice as issued
+    std::size_t line;  // its entry in the truth ledger
+    Cents open;        // what is still owed
+    Cents total;       // the invoice as issued
     Cents base;
 };
 
@@ -125,14 +126,20 @@ class Generator {
         return low + static_cast<Cents>(Next(static_cast<std::uint64_t>(high - low + 1)));
     }
 
-    void Line(const std::string& account, Cents cents, const std::string& description,
-              const std::string& tipo = "") {
-        if (cents == 0) return;
+    // Returns the entry's place in the truth ledger (kNoLine for other accounts).
+    std::size_t Line(const std::string& account, Cents cents, const std::string& description,
+                     const std::string& tipo = "") {
+        if (cents == 0) return kNoLine;
         EntryRecord e(account, date_, std::to_string(asiento_), description, cents > 0 ? 1 : 2,
                       static_cast<double>(cents) / 100.0, "0", tipo);
-        w_->Add(e);
+        std::int32_t record = w_->Add(e);
         balances_[account] += cents;
         ++lines_;
+        if (!account.starts_with("430") && !account.starts_with("400")) return kNoLine;
+        truth_.push_back({company_, record, {}});
+        settles_.push_back(settles_.size());
+        settled_.push_back(false);
+        return truth_.size() - 1;
     }
 
     void Opening(bool first) {
@@ -163,10 +170,10 @@ class Generator {
         Cents vat = (base * 21 + 50) / 100;
         std::string number = std::to_string(++saleNumber_);
         ++asiento_;
-        Line(customers_[c], base + vat, "Fra. " + number);
+        std::size_t line = Line(customers_[c], base + vat, "Fra. " + number);
         Line("7000000000", -base, "Fra. " + number + " venta");
         Line("4770000000", -vat, "Fra. " + number + " IVA");
-        openSales_[c].push_back({number, base + vat, base + vat, base});
+        openSales_[c].push_back({number, line, base + vat, base + vat, base});
     }
 
     void PurchaseInvoice() {
@@ -175,10 +182,10 @@ class Generator {
         Cents vat = (base * 21 + 50) / 100;
         std::string number = std::to_string(70000 + ++purchaseNumber_);
         ++asiento_;
-        Line(suppliers_[s], -(base + vat), "Fra. " + number);
+        std::size_t line = Line(suppliers_[s], -(base + vat), "Fra. " + number);
         Line("6000000000", base, "Fra. " + number + " compra");
         Line("4720000000", vat, "Fra. " + number + " IVA");
-        openPurchases_[s].push_back({number, base + vat, base + vat, base});
+        openPurchases_[s].push_back({number, line, base + vat, base + vat, base});
     }
 
     // Settles open invoices of one account: one invoice, several at once, or part of one.
@@ -187,12 +194,15 @@ class Generator {
         std::uint64_t how = Next(10);
         std::string text;
         Cents paid = 0;
+        std::vector<std::size_t> invoices;  // truth lines of the invoices this pays
+        bool partial = false;
         if (how < 2 && open.size() >= 2) {
             std::size_t n = std::min<std::size_t>(open.size(), 2 + Next(2));
             text = std::string(verb) + " Fra. ";
             for (std::size_t i = 0; i < n; ++i) {
                 text += (i ? " " : "") + open[i].number;
                 paid += open[i].open;
+                invoices.push_back(open[i].line);
             }
             open.erase(open.begin(), open.begin() + static_cast<std::ptrdiff_t>(n));
         } else if (how < 4 && open.front().open == open.front().total) {
@@ -200,15 +210,20 @@ class Generator {
             paid = inv.open / 2;
             inv.open -= paid;
             text = std::string(verb) + " parcial Fra. " + inv.number;
+            invoices.push_back(inv.line);
+            partial = true;
         } else {
             std::size_t i = Next(open.size());
             paid = open[i].open;
             text = std::string(verb) + " Fra. " + open[i].number;
+            invoices.push_back(open[i].line);
             open.erase(open.begin() + static_cast<std::ptrdiff_t>(i));
         }
         ++asiento_;
         Line(bank, sign * paid, text);
-        Line(account, -sign * paid, text);
+        std::size_t payment = Line(account, -sign * paid, text);
+        for (std::size_t inv : invoices)
+            Settles(payment, inv, !partial);
     }
 
     void Collection() {
@@ -232,7 +247,8 @@ class Generator {
         Invoice inv = *it;
         open.erase(it);
         ++asiento_;
-        Line(customers_[c], -inv.total, "Abono Fra. " + inv.number);
+        std::size_t note = Line(customers_[c], -inv.total, "Abono Fra. " + inv.number);
+        Settles(note, inv.line, true);
         Line("7000000000", inv.base, "Abono Fra. " + inv.number + " venta");
         Line("4770000000", inv.total - inv.base, "Abono Fra. " + inv.number + " IVA");
     }
@@ -257,6 +273,44 @@ class Generator {
         }
     }
 
+    static constexpr std::size_t kNoLine = static_cast<std::size_t>(-1);
+
+    std::size_t Root(std::size_t i) {
+        while (settles_[i] != i)
+            i = settles_[i] = settles_[settles_[i]];
+        return i;
+    }
+
+    // `payment` goes with `invoice`; `closes` when the invoice is paid off by it.
+    void Settles(std::size_t payment, std::size_t invoice, bool closes) {
+        if (payment == kNoLine || invoice == kNoLine) return;
+        std::size_t a = Root(payment), b = Root(invoice);
+        if (a != b) settles_[std::max(a, b)] = std::min(a, b);
+        if (closes) settled_[invoice] = true;
+        invoices_.push_back(invoice);
+    }
+
+  public:
+    void SetCompany(std::string name) { company_ = std::move(name); }
+
+    // The groups: entries joined by payments, when every invoice among them is paid off. A group
+    // is named after its first entry's place in the ledger.
+    std::vector<DemoTruth> Truth() {
+        std::vector<char> open(truth_.size(), false);
+        for (std::size_t inv : invoices_)
+            if (!settled_[inv]) open[Root(inv)] = true;
+        std::vector<char> linked(truth_.size(), false);
+        for (std::size_t inv : invoices_)
+            linked[Root(inv)] = true;
+        std::vector<DemoTruth> rows = truth_;
+        for (std::size_t i = 0; i < rows.size(); ++i) {
+            std::size_t root = Root(i);
+            if (linked[root] && !open[root]) rows[i].group = std::to_string(root + 1);
+        }
+        return rows;
+    }
+
+  private:
     const DemoOptions& o_;
     std::mt19937_64 rng_;
     std::vector<std::string> customers_, suppliers_;
@@ -269,6 +323,11 @@ class Generator {
     std::string date_;
     int saleNumber_ = 1000;
     int purchaseNumber_ = 0;
+    std::string company_;
+    std::vector<DemoTruth> truth_;
+    std::vector<std::size_t> settles_;  // union of entries that settle each other
+    std::vector<char> settled_;         // per invoice line: paid off
+    std::vector<std::size_t> invoices_;
 };
 
 }  // namespace
@@ -293,6 +352,7 @@ DemoResult GenerateDemo(const DemoOptions& o) {
                              r.companies.empty() ? "" : r.companies.back(), key});
         AddAccounts(path, chart);
         EntryWriter w(path, true);
+        g.SetCompany(std::filesystem::path(path).filename().string());
         r.entries += g.Year(w, year, i == 0, i == o.years - 1);
         w.Commit();
         if (!key.empty()) {
@@ -301,6 +361,7 @@ DemoResult GenerateDemo(const DemoOptions& o) {
         }
         r.companies.push_back(path);
     }
+    r.truth = g.Truth();
     return r;
 }
 

@@ -1,14 +1,20 @@
 #include "matching/matching_run.h"
 
+#include <charconv>
+#include <functional>
+#include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "host/catalogue.h"
 #include "host/conversions.h"
+#include "host/qv_library.h"
 #include "host/qv_ole70.h"
 #include "host/utf8.h"
 #include "matching/amount_matching.h"
 #include "matching/check_ref.h"
+#include "matching/enhanced_matching.h"
 #include "matching/extract.h"
 #include "matching/references.h"
 #include "ui/pndra.h"
@@ -21,6 +27,7 @@ namespace {
 constexpr std::int32_t kPeriods = 15;
 // Host texts hold no NUL character, so no stored reference starts like this.
 const std::string kPlaceholder("\0#", 2);
+const char* const kEnhancedSetting = "PunteoMejorado";
 
 void ShowBalance(Pndra& w, QvOLE70& server) {
     double balance = 0;
@@ -78,6 +85,42 @@ std::function<void(std::int32_t, std::int32_t)> GaugeProgress(Pndra& w) {
     };
 }
 
+bool EnhancedMode(Pndra& w) {
+    return w.EnhancedForced || w.Lib().GetSetting(kEnhancedSetting, "", "0") == "1";
+}
+
+// The enhanced passes over the items the amount matching left open; each group takes a reference
+// from `newReference`, after every group of the usual passes.
+EnhancedStats EnhancedPasses(const TextTable& t, std::vector<AmountItem>& debits,
+                             std::vector<AmountItem>& credits,
+                             const std::function<std::string()>& newReference) {
+    std::vector<EnhancedItem> items;
+    std::vector<AmountItem*> owners;
+    for (auto [list, side] : {std::pair{&debits, EntrySide::Debit}, {&credits, EntrySide::Credit}})
+        for (AmountItem& it : *list) {
+            if (!it.open) continue;
+            std::optional<std::int64_t> cents = ExactCents(it.amount);
+            if (!cents) continue;
+            auto r = static_cast<std::size_t>(it.row);
+            const std::string& number = t(r, 12);
+            std::int32_t company = 0;
+            std::from_chars(number.data(), number.data() + number.size(), company);
+            items.push_back({static_cast<std::int32_t>(owners.size()), side,
+                             side == EntrySide::Debit ? *cents : -*cents, t(r, 4), it.reference,
+                             t(r, 2), company});
+            owners.push_back(&it);
+        }
+    EnhancedResult result = MatchEnhanced(items);
+    for (const EnhancedGroup& g : result.groups) {
+        const std::string ref = newReference();
+        for (std::int32_t id : g.ids) {
+            owners[static_cast<std::size_t>(id)]->open = kItemClosed;
+            owners[static_cast<std::size_t>(id)]->reference = ref;
+        }
+    }
+    return result.stats;
+}
+
 }  // namespace
 
 // The earliest year is that of the first dated row wherever it stands: an undated opening entry
@@ -113,6 +156,8 @@ void YearFilter(TextTable& t, std::int32_t count) {
 
 void PVporImportes(Pndra& w, const std::string& empresa, const std::string& cuenta) {
     const bool clearAll = w.Check1.value() == 1;
+    // A notice belongs to the run that gave it.
+    w.AvisoPunteo.setCaption("");
     QvOLE70 server;
     bool ok = false;
     OpenEmp(w, server, empresa, ok);
@@ -149,6 +194,12 @@ void PVporImportes(Pndra& w, const std::string& empresa, const std::string& cuen
     AmountHooks hooks{[&groups] { return kPlaceholder + std::to_string(groups++); },
                       GaugeProgress(w)};
     SplitByAmounts(t, debits, credits, hooks);
+    if (EnhancedMode(w)) {
+        if (EnhancedPasses(t, debits, credits, hooks.newReference).budgetReached)
+            w.AvisoPunteo.setCaption("Punteo mejorado: la cuenta " + Trim(cuenta) +
+                                     " llegó al límite de búsqueda; pueden quedar partidas que "
+                                     "se podrían puntear.");
+    }
     const std::vector<std::string> refs = NewReferences(w, groups);
     for (auto* list : {&debits, &credits})
         for (AmountItem& it : *list)

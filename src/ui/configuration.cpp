@@ -14,6 +14,8 @@ namespace pendara {
 
 namespace {
 
+const char* const kEnhancedItemKey = "PunteoMejorado";
+
 // The stored mark as the 16-bit length of its item: the marks are single digits, so anything
 // beyond the 16-bit range is clamped rather than wrapped.
 std::int16_t MarkAsLength(const std::string& stored) {
@@ -35,11 +37,15 @@ void ConfigurarPunteo(Pndra& w) {
     menu.AddItem("Punteo Incorrecto", 61, MarkAsLength(wrong), "");
     const std::string forced = lib.GetSetting("Punteo2", "", "0", "");
     menu.AddItem("Forzar Punteo cuando saldo sea 0", 30, 1, MenuNumberText(LeadingNumber(forced)));
+    const std::string enhanced = lib.GetSetting(kEnhancedItemKey, "", "0", "");
+    menu.AddItem("Punteo mejorado (números de factura y sumas exactas)", 30, 1,
+                 enhanced == "1" ? "1" : "0");
     if (!menu.Show()) return;
 
     lib.SaveSetting("Punteo0", std::string(Utf8Left(menu.GetText(1), 1)), "", "");
     lib.SaveSetting("Punteo1", std::string(Utf8Left(menu.GetText(2), 1)), "", "");
     lib.SaveSetting("Punteo2", menu.GetText(3) == "1" ? "1" : "0", "", "");
+    lib.SaveSetting(kEnhancedItemKey, menu.GetText(4) == "1" ? "1" : "0", "", "");
 }
 
 }  // namespace pendara

@@ -69,6 +69,8 @@ class Pndra {
     std::array<OptionButton, 2> Option1;
     Toolbar Toolbar1;
     Toolbar Toolbar2;
+    // Notices of the enhanced matching mode (its search reached its limit on an account).
+    Label AvisoPunteo;
 
     // --- Process-wide state ------------------------------------------------------------------
     std::string CommandLine;  // the whole command line, untrimmed
@@ -85,6 +87,8 @@ class Pndra {
     bool PendingOnly = false;
     bool Activated = false;
     bool StopRequested = false;
+    // The enhanced matching mode for every run of this window, whatever the stored setting.
+    bool EnhancedForced = false;
     std::int16_t SelectedCol = 0;
     std::int16_t SelectedRow = 0;
     std::int16_t SelectedGrid = 0;

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
 #include "host/settings.h"
 #include "support/temp_dir.h"
 #include "ui/pndra.h"
@@ -14,7 +16,7 @@ class ConfigurationTest : public testing::SettingsTest {
   protected:
     // Answers the dialog with three texts (or cancels) and keeps what it was handed.
     void Answer(bool accept, std::string correct = "", std::string wrong = "",
-                std::string forced = "") {
+                std::string forced = "", std::optional<std::string> enhanced = std::nullopt) {
         port.QueueParameters(
             [=, this](const std::string& caption, ParameterValues& v, const ParameterKinds& k) {
                 this->caption = caption;
@@ -23,6 +25,7 @@ class ConfigurationTest : public testing::SettingsTest {
                 v[0][1] = correct;
                 v[1][1] = wrong;
                 v[2][1] = forced;
+                if (enhanced) v[3][1] = *enhanced;
                 return accept;
             });
     }
@@ -41,7 +44,7 @@ TEST_F(ConfigurationTest, OpensWithTheDefaultsWhenNothingIsStored) {
     Answer(false);
     ConfigurarPunteo(w);
     EXPECT_EQ(caption, "Configuración de Punteo");
-    ASSERT_EQ(values.size(), 3u);
+    ASSERT_EQ(values.size(), 4u);
     EXPECT_EQ(values[0], (std::array<std::string, 2>{"Punteo Correcto", ""}));
     EXPECT_EQ(values[1], (std::array<std::string, 2>{"Punteo Incorrecto", ""}));
     EXPECT_EQ(values[2], (std::array<std::string, 2>{"Forzar Punteo cuando saldo sea 0", "0"}));
@@ -49,6 +52,28 @@ TEST_F(ConfigurationTest, OpensWithTheDefaultsWhenNothingIsStored) {
     EXPECT_EQ(kinds[0], (std::array<std::int16_t, 2>{1, 61}));
     EXPECT_EQ(kinds[1], (std::array<std::int16_t, 2>{0, 61}));
     EXPECT_EQ(kinds[2], (std::array<std::int16_t, 2>{1, 30}));
+    // The enhanced mode comes last, as a check box that starts cleared.
+    EXPECT_EQ(values[3][0], "Punteo mejorado (números de factura y sumas exactas)");
+    EXPECT_EQ(values[3][1], "0");
+    EXPECT_EQ(kinds[3], (std::array<std::int16_t, 2>{1, 30}));
+}
+
+TEST_F(ConfigurationTest, TheEnhancedModeIsOfferedAndStoredAsOneOrZero) {
+    SaveSetting("PunteoMejorado", "1", "");
+    Answer(false);
+    ConfigurarPunteo(w);
+    EXPECT_EQ(values[3][1], "1");
+    Answer(true, "1", "0", "0", "1");
+    ConfigurarPunteo(w);
+    EXPECT_EQ(Stored("PunteoMejorado"), "1");
+    Answer(true, "1", "0", "0", "-1");
+    ConfigurarPunteo(w);
+    EXPECT_EQ(Stored("PunteoMejorado"), "0");
+    // Any stored text but "1" is off.
+    SaveSetting("PunteoMejorado", "2", "");
+    Answer(false);
+    ConfigurarPunteo(w);
+    EXPECT_EQ(values[3][1], "0");
 }
 
 TEST_F(ConfigurationTest, StoredValuesAreOfferedAgain) {
@@ -111,6 +136,7 @@ TEST_F(ConfigurationTest, CancellingStoresNothing) {
     EXPECT_EQ(Stored("Punteo0"), "5");
     EXPECT_FALSE(Stored("Punteo1").has_value());
     EXPECT_FALSE(Stored("Punteo2").has_value());
+    EXPECT_FALSE(Stored("PunteoMejorado").has_value());
 }
 
 }  // namespace

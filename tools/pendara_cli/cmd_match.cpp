@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "cmd_session.h"
 #include "host/catalogue.h"
 #include "host/conversions.h"
 #include "host/errors.h"
@@ -46,13 +47,15 @@ void PrintGrid(std::ostream& out, const char* tag, const Grid& grid) {
 }
 
 int Run(const std::vector<std::string>& argv) {
-    cli::Args args(argv, {}, {"--show-state"});
+    cli::Args args(argv, {}, {"--show-state", "--mejorado"});
     args.atMost(1);
     const std::string account = args.require(0, "la CUENTA");
 
     ConsolePort port(std::cout, std::cerr);
     Pndra w(port);
     w.gauge.SetSurface(&port.Gauge());
+    w.EnhancedForced = args.flag("--mejorado");
+    cli::ReportNotices(w, port, std::cerr);
     // The end of the program (a refused key, a host failure) goes to the command runner.
     RunEvent(w, [&] {
         LoadEmpresas(w);
@@ -82,7 +85,7 @@ int Run(const std::vector<std::string>& argv) {
 const cli::Registrar kRegistrar{{
     "match",
     "puntea una cuenta automáticamente y muestra sus partidas (sin guardar)",
-    "Uso: pendara-cli match CUENTA [--show-state]\n\n"
+    "Uso: pendara-cli match CUENTA [--show-state] [--mejorado]\n\n"
     "Abre la empresa activa (valor \"Active\" del registro) y las de sus ejercicios anteriores,\n"
     "carga los apuntes de CUENTA en todas ellas, los puntea por referencias, por números de\n"
     "factura de la descripción y por importes, y escribe una línea por fila de cada rejilla:\n"
@@ -93,7 +96,10 @@ const cli::Registrar kRegistrar{{
     "No guarda nada en la contabilidad; sólo avanza el contador de referencias de la empresa\n"
     "más antigua, como hace la ventana. Las claves de acceso se piden en la terminal sin eco (o\n"
     "se leen de una línea de la entrada estándar).\n\n"
-    "  --show-state  añade las líneas SaldoCta, TituloL y newref con el texto de cada control",
+    "  --show-state  añade las líneas SaldoCta, TituloL y newref con el texto de cada control\n"
+    "  --mejorado    punteo mejorado en esta ejecución, aunque la opción PunteoMejorado no esté\n"
+    "                activada: después de los pasos habituales, puntea por los números de\n"
+    "                factura de cobros y pagos y por sumas exactas de importes",
     Run,
 }};
 

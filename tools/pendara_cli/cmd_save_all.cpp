@@ -10,10 +10,11 @@ namespace pendara::cli {
 namespace {
 
 int Run(const std::vector<std::string>& args) {
-    Args a(args, {}, {"--pending", "--yes"});
+    Args a(args, {}, {"--pending", "--yes", "--mejorado"});
     a.atMost(1);
     const std::string mask = a.positional().empty() ? "" : a.positional()[0];
     Session s(a.flag("--yes"));
+    s.window().EnhancedForced = a.flag("--mejorado");
     s.Load();
     s.FillList(mask, a.flag("--pending"));
     s.StopOnInterrupt();
@@ -25,7 +26,7 @@ int Run(const std::vector<std::string>& args) {
 
 const Registrar reg{
     {"save-all", "puntea y guarda todas las cuentas de la lista",
-     "Uso: pendara-cli save-all [MASCARA] [--pending] [--yes]\n\n"
+     "Uso: pendara-cli save-all [MASCARA] [--pending] [--yes] [--mejorado]\n\n"
      "Llena la lista de cuentas (todas las que empiezan por MASCARA, o sólo las pendientes\n"
      "con --pending) y la recorre de la última a la primera: cada cuenta se carga, se puntea y\n"
      "se guarda; las que quedan con saldo 0 salen de la lista. Al final escribe las cuentas\n"
@@ -34,7 +35,9 @@ const Registrar reg{
      "cuenta en curso (un segundo Ctrl-C lo termina en el acto). Cuando la salida de errores\n"
      "es un terminal se ve una barra de progreso.\n\n"
      "  --pending   sólo las cuentas con algo pendiente de puntear\n"
-     "  --yes       no preguntar",
+     "  --yes       no preguntar\n"
+     "  --mejorado  punteo mejorado en esta ejecución, aunque la opción PunteoMejorado no\n"
+     "              esté activada (ver \"pendara-cli config\")",
      Run}};
 
 }  // namespace

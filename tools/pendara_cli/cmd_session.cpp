@@ -40,6 +40,15 @@ void PrintGrid(std::ostream& out, const Grid& grid, const char* side) {
 Session::Session(bool assumeYes, std::string commandLine)
     : port_(std::cout, std::cerr, assumeYes), window_(std::make_unique<Pndra>(port_)) {
     window_->CommandLine = std::move(commandLine);
+    ReportNotices(*window_, port_, std::cerr);
+}
+
+void ReportNotices(Pndra& w, DesktopPort& port, std::ostream& err) {
+    w.AvisoPunteo.onChange = [&w, &port, &err] {
+        if (w.AvisoPunteo.caption().empty()) return;
+        port.Gauge().Cls();
+        err << w.AvisoPunteo.caption() << '\n';
+    };
 }
 
 void Session::Load() {

@@ -45,6 +45,10 @@ class Session {
     std::unique_ptr<Pndra> window_;
 };
 
+// Notices of the matching runs (the enhanced search reaching its limit on an account) go to
+// `err`, one line each.
+void ReportNotices(Pndra& w, DesktopPort& port, std::ostream& err);
+
 // The rows still open in both grids ("1" or "2", TAB, the row's 8 cells) and "newref" TAB the
 // next reference.
 void PrintGrids(std::ostream& out, const Pndra& w);

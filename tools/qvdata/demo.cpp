@@ -1,10 +1,12 @@
 // qvdata demo: a realistic company group to try the program with, or to measure it.
 
+#include <fstream>
 #include <iostream>
 #include <utility>
 
 #include "common.h"
 #include "host/demo.h"
+#include "host/errors.h"
 #include "host/settings.h"
 #include "ui/cli.h"
 #include "ui/console_port.h"
@@ -12,8 +14,19 @@
 namespace pendara::qvdata {
 namespace {
 
+// The groups the generator made, for measuring how much of them a matching run finds again.
+void WriteTruth(const std::string& file, const std::vector<DemoTruth>& truth) {
+    std::ofstream out(file, std::ios::binary | std::ios::trunc);
+    if (!out) throw HostError("No se puede escribir " + file);
+    out << "Empresa;Registro;Grupo\n";
+    for (const DemoTruth& t : truth)
+        out << t.company << ';' << std::to_string(t.record) << ';' << t.group << '\n';
+    out.close();
+    if (!out) throw HostError("No se puede escribir " + file);
+}
+
 int Run(const std::vector<std::string>& argv) {
-    cli::Args args(argv, {"--seed", "--accounts", "--entries-per-year", "--years"},
+    cli::Args args(argv, {"--seed", "--accounts", "--entries-per-year", "--years", "--truth"},
                    {"--no-activate", "--no-key"});
     args.atMost(1);
     DemoOptions o;
@@ -34,6 +47,7 @@ int Run(const std::vector<std::string>& argv) {
     o.years = static_cast<int>(years);
     o.withKey = !args.flag("--no-key");
     DemoResult r = GenerateDemo(o);
+    if (auto truth = args.value("--truth")) WriteTruth(*truth, r.truth);
     std::string active = AbsolutePath(r.companies.back());
     if (!args.flag("--no-activate")) {
         ConsolePort port(std::cout, std::cerr);
@@ -55,7 +69,7 @@ const cli::Registrar kRegistrar{{
     "demo",
     "crea un grupo de empresas de demostración",
     "Uso: qvdata demo CARPETA [--seed S] [--accounts N] [--entries-per-year N] [--years A]\n"
-    "                 [--no-activate] [--no-key]\n\n"
+    "                 [--no-activate] [--no-key] [--truth FICHERO]\n\n"
     "Crea en CARPETA una cadena de ejercicios de una empresa (DEMOaaaa.QVT, el último 2025) con\n"
     "un plan de cuentas español de diez cifras (clientes 430..., proveedores 400..., bancos\n"
     "572..., ventas 700..., compras 600..., IVA 472/477) y apuntes realistas: facturas con\n"
@@ -70,7 +84,12 @@ const cli::Registrar kRegistrar{{
     "  --no-activate          no marca el último ejercicio como empresa activa ni guarda las\n"
     "                         marcas de punteo por omisión (Punteo0 = 1, Punteo1 = 0) cuando\n"
     "                         aún no están guardadas\n"
-    "  --no-key               ningún ejercicio lleva clave (para ejecuciones desatendidas)\n\n"
+    "  --no-key               ningún ejercicio lleva clave (para ejecuciones desatendidas)\n"
+    "  --truth FICHERO        escribe en FICHERO (\";\" como separador) cada apunte generado de\n"
+    "                         clientes y proveedores: Empresa (fichero de la empresa), Registro\n"
+    "                         y Grupo, el mismo para los apuntes que se saldan entre sí (vacío\n"
+    "                         si el apunte no se salda: facturas aún pendientes, aperturas y\n"
+    "                         cierres); los datos generados son los mismos con o sin él\n\n"
     "Escribe la ruta de la empresa activa (el último ejercicio).",
     Run,
 }};

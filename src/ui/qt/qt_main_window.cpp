@@ -270,6 +270,15 @@ void MainWindow::Build() {
     gauge_->setParent(this);
     gauge_->setObjectName(QStringLiteral("Picture1"));
     widgets_[static_cast<std::size_t>(Ctl::Picture1)] = gauge_;
+    // Accounts whose enhanced search reached its limit: a mark beside the balance that lists them
+    // in its tooltip and stays, through a whole group save, until it is clicked.
+    aviso_ = new QLabel(control(Ctl::Frame5));
+    aviso_->setObjectName(QStringLiteral("AvisoPunteo"));
+    aviso_->setStyleSheet(QStringLiteral("color: #b00000; font-weight: bold;"));
+    aviso_->setCursor(Qt::PointingHandCursor);
+    aviso_->installEventFilter(this);
+    aviso_->hide();
+    Watch(w_.AvisoPunteo);
     widgets_[static_cast<std::size_t>(Ctl::Background)] = nullptr;  // painted by the window
 
     Watch(w_.Text1);
@@ -384,6 +393,16 @@ void MainWindow::Refresh() {
     for (std::size_t i = 0; i < 3; ++i)
         if (changed(w_.Sumas[i])) sumas_[i]->setText(Q(w_.Sumas[i].caption()));
     if (changed(w_.TituloL)) tituloL_->setText(Q(w_.TituloL.caption()));
+    if (changed(w_.AvisoPunteo) && !w_.AvisoPunteo.caption().empty()) {
+        const QString notice = Q(w_.AvisoPunteo.caption());
+        if (!notices_.contains(notice)) notices_.append(notice);
+        aviso_->setText(notices_.size() == 1
+                            ? QStringLiteral("⚠ Límite")
+                            : QStringLiteral("⚠ Límite (%1)").arg(notices_.size()));
+        aviso_->setToolTip(notices_.join(QLatin1Char('\n')) +
+                           QStringLiteral("\n(pulse para cerrar el aviso)"));
+        aviso_->show();
+    }
     if (changed(w_.SaldoCta)) {
         saldoCta_->setText(Q(w_.SaldoCta.caption()));
         QPalette p = saldoCta_->palette();
@@ -431,6 +450,10 @@ void MainWindow::ApplyLayout() {
         widget->setGeometry(TwipsToPixels(r.left, dpi_), TwipsToPixels(r.top, dpi_),
                             TwipsToPixels(r.width, dpi_), TwipsToPixels(r.height, dpi_));
     }
+    const QRect balance = saldoCta_->geometry();
+    aviso_->setGeometry(balance.right() + 8, balance.top(),
+                        std::max(images_[0]->geometry().left() - balance.right() - 16, 1),
+                        balance.height());
     int side = std::min(images_[0]->width(), images_[0]->height());
     for (int i = 0; i < 2; ++i)
         images_[static_cast<std::size_t>(i)]->setPixmap(StatusPicture(i, std::max(side, 1)));
@@ -452,6 +475,11 @@ void MainWindow::paintEvent(QPaintEvent*) {
 }
 
 bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == aviso_ && event->type() == QEvent::MouseButtonPress) {
+        notices_.clear();
+        aviso_->hide();
+        return true;
+    }
     if (watched == text1_ && event->type() == QEvent::KeyPress) {
         auto* e = static_cast<QKeyEvent*>(event);
         int key = KeyOf(e);

@@ -3,6 +3,7 @@
 // places, follows the resize rules, and turns gestures into calls of the handlers.
 
 #include <QPixmap>
+#include <QStringList>
 #include <QWidget>
 #include <array>
 #include <cstdint>
@@ -67,6 +68,7 @@ class MainWindow : public QWidget {
     QLabel* sum(int i) const { return sumas_[static_cast<std::size_t>(i)]; }
     QLabel* balanceLabel() const { return saldoCta_; }
     QLabel* titleLabel() const { return tituloL_; }
+    QLabel* noticeLabel() const { return aviso_; }
     QWidget* statusPicture(int i) const;
     QGroupBox* frame(Ctl c) const;
     const LayoutTable& layoutTable() const { return layout_; }
@@ -120,7 +122,9 @@ class MainWindow : public QWidget {
     QToolBar* toolbar1_ = nullptr;
     QToolBar* toolbar2_ = nullptr;
     GaugeWidget* gauge_ = nullptr;
-    QPixmap background_;  // drawn once per size
+    QLabel* aviso_ = nullptr;  // the enhanced matching's notices, beside the balance
+    QStringList notices_;      // shown until the user dismisses them
+    QPixmap background_;       // drawn once per size
 
     // Versions last drawn, per watched control.
     std::vector<std::pair<Observable*, std::uint64_t>> seen_;

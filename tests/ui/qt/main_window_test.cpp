@@ -85,6 +85,33 @@ TEST(MainWindow, ResizeFollowsTheLayoutRulesAndSurvivesATinyWindow) {
     EXPECT_GT(win.grid(1)->width(), 0);
 }
 
+TEST(MainWindow, NoticesOfTheEnhancedMatchingStayBesideTheBalanceUntilClicked) {
+    WindowFixture f;
+    MainWindow& win = *f.window;
+    win.show();
+    win.resize(1300, 800);
+    QLabel* notice = win.noticeLabel();
+    EXPECT_FALSE(notice->isVisible());
+    const std::string first = "Punteo mejorado: la cuenta 4300000001 llegó al límite";
+    f.w->AvisoPunteo.setCaption(first);
+    win.Refresh();
+    EXPECT_TRUE(notice->isVisible());
+    EXPECT_TRUE(notice->toolTip().startsWith(QString::fromStdString(first)));
+    // The next account's run clears the text; the mark stays, and a second account adds to it.
+    f.w->AvisoPunteo.setCaption("");
+    win.Refresh();
+    EXPECT_TRUE(notice->isVisible());
+    f.w->AvisoPunteo.setCaption("Punteo mejorado: la cuenta 5720000001 llegó al límite");
+    win.Refresh();
+    EXPECT_EQ(notice->text(), QStringLiteral("⚠ Límite (2)"));
+    EXPECT_TRUE(notice->toolTip().contains(QStringLiteral("5720000001")));
+    EXPECT_TRUE(notice->toolTip().contains(QStringLiteral("4300000001")));
+    EXPECT_FALSE(notice->geometry().intersects(win.balanceLabel()->geometry()));
+    EXPECT_GE(notice->width(), notice->sizeHint().width());
+    QTest::mouseClick(notice, Qt::LeftButton);
+    EXPECT_FALSE(notice->isVisible());
+}
+
 TEST(MainWindow, GridsShowTheirRowsFromAModelWithHeadersWidthsAndAlignment) {
     WindowFixture f;
     MainWindow& win = *f.window;
