@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "host/conversions.h"
+#include "host/desktop_port.h"
 #include "host/errors.h"
-#include "ui/port.h"
 
 #ifdef _WIN32
 #include <windows.h>

@@ -8,7 +8,7 @@
 #include <iosfwd>
 #include <string>
 
-#include "ui/port.h"
+#include "host/desktop_port.h"
 
 namespace pendara {
 

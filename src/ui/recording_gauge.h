@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "ui/port.h"
+#include "host/desktop_port.h"
 
 namespace pendara {
 

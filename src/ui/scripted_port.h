@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "ui/port.h"
+#include "host/desktop_port.h"
 #include "ui/recording_gauge.h"
 
 namespace pendara {
