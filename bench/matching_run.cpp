@@ -9,7 +9,7 @@
 #include <map>
 #include <memory>
 
-#include "host/catalogue.h"
+#include "companies/catalogue.h"
 #include "host/company_file.h"
 #include "host/demo.h"
 #include "host/paths.h"

@@ -2,7 +2,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include "host/account_list.h"
+#include "companies/account_list.h"
 #include "host/company_store.h"
 #include "host/settings.h"
 #include "posting_common.h"

@@ -15,7 +15,7 @@
 #include <fstream>
 #include <iostream>
 
-#include "host/catalogue.h"
+#include "companies/catalogue.h"
 #include "host/company_store.h"
 #include "host/conversions.h"
 #include "host/demo.h"

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "host/catalogue.h"
+#include "companies/catalogue.h"
 #include "host/conversions.h"
 #include "host/qv_ole70.h"
 #include "matching/amount_matching.h"

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "host/catalogue.h"
+#include "companies/catalogue.h"
 #include "host/settings.h"
 #include "support/ledger.h"
 #include "support/temp_dir.h"

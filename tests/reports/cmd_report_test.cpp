@@ -7,7 +7,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "host/catalogue.h"
+#include "companies/catalogue.h"
 #include "host/conversions.h"
 #include "reports/report.h"
 #include "support/ledger.h"

@@ -4,7 +4,7 @@
 
 #include <map>
 
-#include "host/catalogue.h"
+#include "companies/catalogue.h"
 #include "host/conversions.h"
 #include "host/report_output.h"
 #include "host/settings.h"

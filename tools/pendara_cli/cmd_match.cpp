@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "host/catalogue.h"
+#include "companies/catalogue.h"
 #include "host/errors.h"
 #include "matching/matching_run.h"
 #include "ui/cli.h"

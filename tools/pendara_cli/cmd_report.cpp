@@ -8,7 +8,7 @@
 #include <map>
 #include <optional>
 
-#include "host/catalogue.h"
+#include "companies/catalogue.h"
 #include "host/company_store.h"
 #include "host/conversions.h"
 #include "host/errors.h"

@@ -1,4 +1,4 @@
-#include "host/account_list.h"
+#include "companies/account_list.h"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,10 @@
-#include "host/account_list.h"
+#include "companies/account_list.h"
 
 #include <cmath>
 #include <cstdio>
 #include <string>
 
-#include "host/catalogue.h"
+#include "companies/catalogue.h"
 #include "host/conversions.h"
 #include "host/paths.h"
 #include "host/qv_file_control.h"

@@ -1,4 +1,4 @@
-#include "host/catalogue.h"
+#include "companies/catalogue.h"
 
 #include <filesystem>
 
