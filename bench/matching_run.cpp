@@ -20,8 +20,8 @@
 #include "matching/extract.h"
 #include "matching/matching_run.h"
 #include "matching/references.h"
+#include "support/scripted_port.h"
 #include "ui/pndra.h"
-#include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {

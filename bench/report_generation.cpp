@@ -24,8 +24,8 @@
 #include "host/settings.h"
 #include "matching/extract.h"
 #include "reports/report.h"
+#include "support/scripted_port.h"
 #include "ui/pndra.h"
-#include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {

@@ -6,8 +6,8 @@
 #include "host/qv_library.h"
 #include "host/qv_ole70.h"
 #include "support/ledger.h"
+#include "support/scripted_port.h"
 #include "ui/pndra.h"
-#include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {

@@ -5,10 +5,10 @@
 #include "companies/catalogue.h"
 #include "host/settings.h"
 #include "support/ledger.h"
+#include "support/scripted_port.h"
 #include "support/temp_dir.h"
 #include "ui/main_window.h"
 #include "ui/pndra.h"
-#include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {

@@ -12,8 +12,8 @@
 #include "reports/report.h"
 #include "support/ledger.h"
 #include "support/run_command.h"
+#include "support/scripted_port.h"
 #include "ui/pndra.h"
-#include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {

@@ -10,8 +10,8 @@
 #include "host/conversions.h"
 #include "host/qv_library.h"
 #include "support/run_command.h"
+#include "support/scripted_port.h"
 #include "support/temp_dir.h"
-#include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {

@@ -9,8 +9,8 @@
 #include "host/report_output.h"
 #include "host/settings.h"
 #include "support/ledger.h"
+#include "support/scripted_port.h"
 #include "ui/pndra.h"
-#include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {

@@ -4,8 +4,8 @@
 #include <optional>
 #include <utility>
 
+#include "cli/cli.h"
 #include "host/settings.h"
-#include "ui/cli.h"
 
 namespace pendara::cli {
 namespace {

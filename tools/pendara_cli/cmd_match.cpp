@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
+#include "cli/cli.h"
+#include "cli/console_port.h"
 #include "companies/catalogue.h"
 #include "host/errors.h"
 #include "matching/matching_run.h"
-#include "ui/cli.h"
-#include "ui/console_port.h"
 #include "ui/dispatch.h"
 #include "ui/pndra.h"
 

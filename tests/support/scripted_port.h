@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "host/desktop_port.h"
-#include "ui/recording_gauge.h"
+#include "support/recording_gauge.h"
 
 namespace pendara {
 

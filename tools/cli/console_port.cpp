@@ -1,4 +1,4 @@
-#include "ui/console_port.h"
+#include "cli/console_port.h"
 
 #include <cstdio>
 #include <iostream>

@@ -1,4 +1,4 @@
-#include "ui/cli.h"
+#include "cli/cli.h"
 
 #include <cerrno>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "ui/scripted_port.h"
+#include "support/scripted_port.h"
 
 namespace pendara {
 
