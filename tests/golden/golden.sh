@@ -402,7 +402,7 @@ while read -r path; do
     else
         echo "== $path: distinta"
         if [ -e "$DIR/$path" ]; then
-            diff -u "$DIR/$path" "$NEW/$path" | sed -n '3,30p'
+            { diff -u "$DIR/$path" "$NEW/$path" || true; } | sed -n '3,30p'
         else
             echo "   (sin copia de referencia: grabe con la compilación anterior, ver la cabecera)"
         fi
