@@ -9,7 +9,7 @@
 #include <map>
 #include <memory>
 
-#include "host/catalogue.h"
+#include "companies/catalogue.h"
 #include "host/company_file.h"
 #include "host/demo.h"
 #include "host/paths.h"
@@ -20,8 +20,8 @@
 #include "matching/extract.h"
 #include "matching/matching_run.h"
 #include "matching/references.h"
+#include "support/scripted_port.h"
 #include "ui/pndra.h"
-#include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {

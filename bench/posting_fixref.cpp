@@ -5,8 +5,8 @@
 #include "host/company_store.h"
 #include "posting/save.h"
 #include "posting_common.h"
+#include "support/scripted_port.h"
 #include "ui/pndra.h"
-#include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {

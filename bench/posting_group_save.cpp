@@ -8,9 +8,9 @@
 
 #include "posting/save.h"
 #include "posting_common.h"
+#include "support/scripted_port.h"
 #include "ui/main_window.h"
 #include "ui/pndra.h"
-#include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {

@@ -2,12 +2,12 @@
 
 #include <benchmark/benchmark.h>
 
-#include "host/account_list.h"
+#include "companies/account_list.h"
 #include "host/company_store.h"
 #include "host/settings.h"
 #include "posting_common.h"
+#include "support/scripted_port.h"
 #include "ui/pndra.h"
-#include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {

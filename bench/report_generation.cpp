@@ -15,7 +15,7 @@
 #include <fstream>
 #include <iostream>
 
-#include "host/catalogue.h"
+#include "companies/catalogue.h"
 #include "host/company_store.h"
 #include "host/conversions.h"
 #include "host/demo.h"
@@ -24,8 +24,8 @@
 #include "host/settings.h"
 #include "matching/extract.h"
 #include "reports/report.h"
+#include "support/scripted_port.h"
 #include "ui/pndra.h"
-#include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {

@@ -1,6 +1,6 @@
 #include "group/group_commands.h"
 
-#include "host/catalogue.h"
+#include "companies/catalogue.h"
 #include "posting/save.h"
 #include "ui/main_window.h"
 #include "ui/pndra.h"

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "ui/port.h"
+#include "host/desktop_port.h"
 
 namespace pendara {
 

@@ -34,7 +34,7 @@
 #include <string>
 #include <vector>
 
-#include "ui/port.h"
+#include "host/desktop_port.h"
 
 namespace pendara {
 

@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "host/conversions.h"
+#include "host/desktop_port.h"
 #include "host/errors.h"
 #include "host/utf8.h"
-#include "ui/port.h"
 
 #ifdef _WIN32
 #include <windows.h>

@@ -3,7 +3,7 @@
 #include <string_view>
 #include <vector>
 
-#include "host/catalogue.h"
+#include "companies/catalogue.h"
 #include "host/conversions.h"
 #include "host/paths.h"
 #include "host/qv_file_control.h"

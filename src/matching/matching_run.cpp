@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/catalogue.h"
+#include "companies/catalogue.h"
 #include "host/conversions.h"
 #include "host/qv_library.h"
 #include "host/qv_ole70.h"

@@ -1,7 +1,7 @@
 #include <string>
 #include <vector>
 
-#include "host/catalogue.h"
+#include "companies/catalogue.h"
 #include "host/company_file.h"
 #include "host/conversions.h"
 #include "host/errors.h"

@@ -3,8 +3,8 @@
 #include <functional>
 #include <string>
 
-#include "host/account_list.h"
-#include "host/catalogue.h"
+#include "companies/account_list.h"
+#include "companies/catalogue.h"
 #include "host/conversions.h"
 #include "host/paths.h"
 #include "host/qv_file_control.h"

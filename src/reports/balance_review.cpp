@@ -1,6 +1,6 @@
 #include "reports/balance_review.h"
 
-#include "host/catalogue.h"
+#include "companies/catalogue.h"
 #include "host/conversions.h"
 #include "host/errors.h"
 #include "host/qv_file_control.h"

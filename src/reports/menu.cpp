@@ -4,9 +4,9 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "host/desktop_port.h"
 #include "host/qv_library.h"
 #include "ui/pndra.h"
-#include "ui/port.h"
 
 namespace pendara {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "host/conversions.h"
-#include "ui/port.h"
+#include "host/desktop_port.h"
 
 namespace pendara {
 

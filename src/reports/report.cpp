@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "host/catalogue.h"
+#include "companies/catalogue.h"
 #include "host/conversions.h"
 #include "host/paths.h"
 #include "host/qv_file_control.h"

@@ -2,10 +2,10 @@
 
 #include <string>
 
+#include "companies/account_list.h"
+#include "companies/catalogue.h"
 #include "group/group_commands.h"
 #include "group/reference_rows.h"
-#include "host/account_list.h"
-#include "host/catalogue.h"
 #include "host/conversions.h"
 #include "host/qv_library.h"
 #include "host/settings.h"

@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "host/desktop_port.h"
 #include "ui/controls.h"
 #include "ui/gauge.h"
-#include "ui/port.h"
 #include "ui/str_builder.h"
 
 namespace pendara {

@@ -2,13 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include "host/catalogue.h"
+#include "companies/catalogue.h"
 #include "host/settings.h"
 #include "support/ledger.h"
+#include "support/scripted_port.h"
 #include "support/temp_dir.h"
 #include "ui/main_window.h"
 #include "ui/pndra.h"
-#include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "support/scripted_port.h"
 #include "ui/pndra.h"
-#include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {

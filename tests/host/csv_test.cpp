@@ -7,7 +7,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "host/catalogue.h"
+#include "companies/catalogue.h"
 #include "host/conversions.h"
 #include "host/demo.h"
 #include "host/errors.h"

@@ -8,8 +8,8 @@
 #include <fstream>
 
 #include "host/errors.h"
+#include "support/scripted_port.h"
 #include "support/temp_dir.h"
-#include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {

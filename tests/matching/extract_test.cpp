@@ -11,8 +11,8 @@
 #include "host/paths.h"
 #include "matching/references.h"
 #include "support/ledger.h"
+#include "support/scripted_port.h"
 #include "ui/pndra.h"
-#include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {

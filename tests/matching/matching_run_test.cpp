@@ -7,8 +7,8 @@
 #include "host/company_file.h"
 #include "host/conversions.h"
 #include "support/ledger.h"
+#include "support/scripted_port.h"
 #include "ui/pndra.h"
-#include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {

@@ -4,9 +4,9 @@
 
 #include "host/settings.h"
 #include "support/ledger.h"
+#include "support/scripted_port.h"
 #include "support/temp_dir.h"
 #include "ui/pndra.h"
-#include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {

@@ -7,9 +7,9 @@
 #include "host/errors.h"
 #include "host/settings.h"
 #include "support/ledger.h"
+#include "support/scripted_port.h"
 #include "support/temp_dir.h"
 #include "ui/pndra.h"
-#include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {

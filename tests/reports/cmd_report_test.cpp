@@ -7,13 +7,13 @@
 #include <fstream>
 #include <sstream>
 
-#include "host/catalogue.h"
+#include "companies/catalogue.h"
 #include "host/conversions.h"
 #include "reports/report.h"
 #include "support/ledger.h"
 #include "support/run_command.h"
+#include "support/scripted_port.h"
 #include "ui/pndra.h"
-#include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "host/qv_library.h"
-#include "ui/scripted_port.h"
+#include "support/scripted_port.h"
 
 namespace pendara {
 namespace {

@@ -11,8 +11,8 @@
 #include "host/qv_library.h"
 #include "host/utf8.h"
 #include "support/run_command.h"
+#include "support/scripted_port.h"
 #include "support/temp_dir.h"
-#include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {

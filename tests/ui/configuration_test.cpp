@@ -5,9 +5,9 @@
 #include <optional>
 
 #include "host/settings.h"
+#include "support/scripted_port.h"
 #include "support/temp_dir.h"
 #include "ui/pndra.h"
-#include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {

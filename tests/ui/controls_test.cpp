@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/scripted_port.h"
 #include "ui/pndra.h"
-#include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {

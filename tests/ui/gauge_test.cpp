@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "host/errors.h"
+#include "support/scripted_port.h"
 #include "ui/dispatch.h"
 #include "ui/pndra.h"
-#include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {

@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "host/settings.h"
+#include "support/scripted_port.h"
 #include "support/temp_dir.h"
 #include "ui/pndra.h"
-#include "ui/scripted_port.h"
 
 namespace pendara {
 namespace {

@@ -2,9 +2,9 @@
 
 #include <iostream>
 
+#include "cli/cli.h"
 #include "host/conversions.h"
 #include "host/settings.h"
-#include "ui/cli.h"
 
 namespace pendara::cli {
 namespace {

@@ -2,9 +2,9 @@
 
 #include <iostream>
 
+#include "cli/cli.h"
 #include "cmd_session.h"
 #include "posting/maintenance.h"
-#include "ui/cli.h"
 
 namespace pendara::cli {
 namespace {

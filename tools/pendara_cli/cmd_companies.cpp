@@ -2,10 +2,10 @@
 
 #include <iostream>
 
+#include "cli/cli.h"
 #include "cmd_session.h"
 #include "group/group_commands.h"
 #include "host/conversions.h"
-#include "ui/cli.h"
 
 namespace pendara::cli {
 namespace {

@@ -4,9 +4,9 @@
 #include <optional>
 #include <utility>
 
+#include "cli/cli.h"
 #include "host/settings.h"
 #include "host/utf8.h"
-#include "ui/cli.h"
 
 namespace pendara::cli {
 namespace {

@@ -5,15 +5,15 @@
 #include <string>
 #include <vector>
 
+#include "cli/cli.h"
+#include "cli/console_port.h"
 #include "cmd_session.h"
-#include "host/catalogue.h"
+#include "companies/catalogue.h"
 #include "host/conversions.h"
 #include "host/errors.h"
 #include "host/paths.h"
 #include "host/qv_file_control.h"
 #include "matching/matching_run.h"
-#include "ui/cli.h"
-#include "ui/console_port.h"
 #include "ui/dispatch.h"
 #include "ui/pndra.h"
 

@@ -8,7 +8,9 @@
 #include <map>
 #include <optional>
 
-#include "host/catalogue.h"
+#include "cli/cli.h"
+#include "cli/console_port.h"
+#include "companies/catalogue.h"
 #include "host/company_store.h"
 #include "host/conversions.h"
 #include "host/errors.h"
@@ -16,8 +18,6 @@
 #include "host/settings.h"
 #include "reports/menu.h"
 #include "reports/report.h"
-#include "ui/cli.h"
-#include "ui/console_port.h"
 #include "ui/dispatch.h"
 #include "ui/pndra.h"
 

@@ -2,9 +2,9 @@
 
 #include <iostream>
 
+#include "cli/cli.h"
 #include "cmd_session.h"
 #include "reports/balance_review.h"
-#include "ui/cli.h"
 
 namespace pendara::cli {
 namespace {

@@ -2,9 +2,9 @@
 
 #include <iostream>
 
+#include "cli/cli.h"
 #include "cmd_session.h"
 #include "host/errors.h"
-#include "ui/cli.h"
 #include "ui/main_window.h"
 
 namespace pendara::cli {

@@ -2,8 +2,8 @@
 
 #include <iostream>
 
+#include "cli/cli.h"
 #include "cmd_session.h"
-#include "ui/cli.h"
 
 namespace pendara::cli {
 namespace {

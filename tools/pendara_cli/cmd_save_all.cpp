@@ -2,8 +2,8 @@
 
 #include <iostream>
 
+#include "cli/cli.h"
 #include "cmd_session.h"
-#include "ui/cli.h"
 #include "ui/main_window.h"
 
 namespace pendara::cli {

@@ -3,7 +3,7 @@
 #include <csignal>
 #include <iostream>
 
-#include "host/account_list.h"
+#include "companies/account_list.h"
 #include "host/conversions.h"
 #include "host/errors.h"
 #include "host/settings.h"

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "ui/console_port.h"
+#include "cli/console_port.h"
 #include "ui/pndra.h"
 
 namespace pendara::cli {

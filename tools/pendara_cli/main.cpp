@@ -1,7 +1,7 @@
 // pendara-cli: the program's commands without a window, for scripts, batch runs and servers.
 // Each command lives in its own file and registers itself with the command framework.
 
-#include "ui/cli.h"
+#include "cli/cli.h"
 
 int main(int argc, char** argv) {
     return pendara::cli::Registry::Get().Main(

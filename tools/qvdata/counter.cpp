@@ -3,8 +3,8 @@
 #include <iostream>
 #include <limits>
 
+#include "cli/cli.h"
 #include "host/company_file.h"
-#include "ui/cli.h"
 
 namespace pendara::qvdata {
 namespace {

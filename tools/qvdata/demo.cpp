@@ -4,12 +4,12 @@
 #include <iostream>
 #include <utility>
 
+#include "cli/cli.h"
+#include "cli/console_port.h"
 #include "common.h"
 #include "host/demo.h"
 #include "host/errors.h"
 #include "host/settings.h"
-#include "ui/cli.h"
-#include "ui/console_port.h"
 
 namespace pendara::qvdata {
 namespace {

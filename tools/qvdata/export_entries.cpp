@@ -2,8 +2,8 @@
 
 #include <iostream>
 
+#include "cli/cli.h"
 #include "host/csv.h"
-#include "ui/cli.h"
 
 namespace pendara::qvdata {
 namespace {

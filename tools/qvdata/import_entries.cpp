@@ -2,9 +2,9 @@
 
 #include <iostream>
 
+#include "cli/cli.h"
 #include "common.h"
 #include "host/csv.h"
-#include "ui/cli.h"
 
 namespace pendara::qvdata {
 namespace {

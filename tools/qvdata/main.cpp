@@ -1,7 +1,7 @@
 // qvdata: the host-data tool. Creates companies and chains of fiscal years, imports and exports
 // entries and charts of accounts as CSV, sets the active company and makes demo data.
 
-#include "ui/cli.h"
+#include "cli/cli.h"
 
 int main(int argc, char** argv) {
     return pendara::cli::Registry::Get().Main(

@@ -2,11 +2,11 @@
 
 #include <iostream>
 
+#include "cli/cli.h"
+#include "cli/console_port.h"
 #include "common.h"
 #include "host/company_file.h"
 #include "host/settings.h"
-#include "ui/cli.h"
-#include "ui/console_port.h"
 
 namespace pendara::qvdata {
 namespace {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "ui/port.h"
+#include "host/desktop_port.h"
 
 class QLineEdit;
 class QTableView;

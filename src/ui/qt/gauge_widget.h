@@ -6,7 +6,7 @@
 #include <QPixmap>
 #include <QWidget>
 
-#include "ui/port.h"
+#include "host/desktop_port.h"
 
 namespace pendara {
 

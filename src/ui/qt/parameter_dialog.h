@@ -10,7 +10,7 @@
 #include <functional>
 #include <vector>
 
-#include "ui/port.h"
+#include "host/desktop_port.h"
 
 namespace pendara {
 

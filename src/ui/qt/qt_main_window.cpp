@@ -20,7 +20,7 @@
 #include <QToolBar>
 #include <QVBoxLayout>
 
-#include "host/account_list.h"
+#include "companies/account_list.h"
 #include "host/errors.h"
 #include "posting/maintenance.h"
 #include "ui/main_window.h"

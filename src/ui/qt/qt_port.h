@@ -9,7 +9,7 @@
 #include <memory>
 #include <optional>
 
-#include "ui/port.h"
+#include "host/desktop_port.h"
 #include "ui/qt/gauge_widget.h"
 
 class QDialog;

@@ -6,8 +6,8 @@
 #include <QPainter>
 #include <functional>
 
+#include "host/desktop_port.h"
 #include "host/report_output.h"
-#include "ui/port.h"
 
 namespace pendara {
 
