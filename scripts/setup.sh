@@ -10,7 +10,15 @@ PACKAGES=(
     qt6-base-dev libgl-dev
     fonts-dejavu-core xkb-data
     xvfb xauth imagemagick poppler-utils x11-apps unzip
+    locales
 )
+
+# The users' regional settings, under which the suite runs a second time.
+SPANISH_LOCALE=es_ES.UTF-8
+
+spanish_locale_missing() {
+    ! locale -a 2>/dev/null | grep -ix 'es_ES\.utf-\?8' >/dev/null
+}
 
 missing=()
 for p in "${PACKAGES[@]}"; do
@@ -19,7 +27,7 @@ for p in "${PACKAGES[@]}"; do
     fi
 done
 
-if [ ${#missing[@]} -eq 0 ]; then
+if [ ${#missing[@]} -eq 0 ] && ! spanish_locale_missing; then
     exit 0
 fi
 
@@ -27,7 +35,13 @@ SUDO=""
 if [ "$(id -u)" -ne 0 ]; then
     SUDO="sudo"
 fi
-echo "Instalando: ${missing[*]}" >&2
-export DEBIAN_FRONTEND=noninteractive
-$SUDO apt-get update -qq
-$SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"
+if [ ${#missing[@]} -gt 0 ]; then
+    echo "Instalando: ${missing[*]}" >&2
+    export DEBIAN_FRONTEND=noninteractive
+    $SUDO apt-get update -qq
+    $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"
+fi
+if spanish_locale_missing; then
+    echo "Generando la configuración regional $SPANISH_LOCALE" >&2
+    $SUDO localedef -i es_ES -f UTF-8 "$SPANISH_LOCALE"
+fi

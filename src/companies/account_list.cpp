@@ -1,11 +1,11 @@
 #include "companies/account_list.h"
 
 #include <cmath>
-#include <cstdio>
 #include <string>
 
 #include "companies/catalogue.h"
 #include "host/conversions.h"
+#include "host/numbers.h"
 #include "host/paths.h"
 #include "host/qv_file_control.h"
 #include "host/qv_library.h"
@@ -37,12 +37,8 @@ bool CommandLineGiven(const Pndra& w) {
 
 // A number in plain decimal digits, as an account code is written.
 std::string PlainDigits(double number) {
-    char buf[64];
-    if (std::fabs(number) < 1e15 && number == std::floor(number))
-        std::snprintf(buf, sizeof buf, "%.0f", number);
-    else
-        std::snprintf(buf, sizeof buf, "%.15g", number);
-    return buf;
+    if (std::fabs(number) < 1e15 && number == std::floor(number)) return FixedText(number, 0);
+    return GeneralText(number, 15);
 }
 
 }  // namespace

@@ -3,11 +3,10 @@
 #include <cctype>
 #include <chrono>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 #include <ctime>
 #include <mutex>
 
+#include "host/numbers.h"
 #include "host/utf8.h"
 
 namespace pendara {
@@ -31,9 +30,7 @@ CalendarDate SystemToday() {
 }
 
 std::string TwoDigits(int v) {
-    char buf[8];
-    std::snprintf(buf, sizeof buf, "%02d", ((v % 100) + 100) % 100);
-    return buf;
+    return IntegerText(((v % 100) + 100) % 100, 2);
 }
 
 // Year text yy with the letter rule: below "60" the first digit becomes a letter (0 -> A). A text
@@ -62,9 +59,8 @@ CalendarDate Today() {
 
 std::string TodaySystemText() {
     CalendarDate d = Today();
-    char buf[16];
-    std::snprintf(buf, sizeof buf, "%02d-%02d-%04d", d.month % 100, d.day % 100, d.year % 10000);
-    return buf;
+    return IntegerText(d.month % 100, 2) + "-" + IntegerText(d.day % 100, 2) + "-" +
+           IntegerText(d.year % 10000, 4);
 }
 
 std::string DateText(const std::string& s) {
@@ -169,7 +165,7 @@ double LeadingNumber(std::string_view t) {
         }
     }
     if (!digits) return 0.0;
-    return std::strtod(num.c_str(), nullptr);
+    return ReadDecimal(num).value_or(0.0);
 }
 
 double ToDouble(std::string_view t) {
@@ -198,7 +194,7 @@ double ToDouble(std::string_view t) {
         }
     }
     if (!digits) return 0.0;
-    return std::strtod(num.c_str(), nullptr);
+    return ReadDecimal(num).value_or(0.0);
 }
 
 double ParseNumber(std::string& t) {
@@ -242,13 +238,9 @@ std::string FormatAmountPlain(double value) {
     // Round the value as its 15-significant-digit decimal text shows it, half away from zero,
     // so that amounts held as doubles print the way they were typed.
     if (!std::isfinite(value)) return value != value ? "NaN" : (value > 0 ? "Inf" : "-Inf");
-    char buf[64];
-    std::snprintf(buf, sizeof buf, "%.14e", std::fabs(value));
-    // buf is d.dddddddddddddde[+-]XX: 15 significant digits.
-    std::string mant;
-    mant += buf[0];
-    mant.append(buf + 2, buf + 16);
-    int exp10 = std::atoi(buf + 17);
+    const DecimalDigits d = SignificantDigits(value, 15);
+    const std::string& mant = d.digits;
+    const int exp10 = d.exponent;
     // Decimal digits of |value| as integer digits and fraction digits.
     std::string intPart, fracPart;
     int pointPos = exp10 + 1;  // digits before the decimal point
@@ -301,20 +293,13 @@ std::string FormatAmount(double value) {
 
 std::string ValueText(double value) {
     if (value == 0) return "0";
-    char buf[64];
-    std::snprintf(buf, sizeof buf, "%.15G", value);
-    std::string s = buf;
-    std::size_t e = s.find('E');
-    std::string mant = e == std::string::npos ? s : s.substr(0, e);
-    std::string ex = e == std::string::npos ? "" : s.substr(e);
-    if (mant.find('.') != std::string::npos) {
-        while (!mant.empty() && mant.back() == '0')
-            mant.pop_back();
-        if (!mant.empty() && mant.back() == '.') mant.pop_back();
-    }
-    for (char& c : mant)
-        if (c == '.') c = ',';
-    return mant + ex;
+    if (!std::isfinite(value)) return Upper(GeneralText(value, 15));
+    // Plain digits, never an exponent: the program's readers (ToDouble, the numeric value read
+    // from the start of a text, the store's reader) take digits and one decimal mark only, so
+    // "1E-05" would read as 0 or 1 and such an amount would drop out of the grids. The plain text
+    // carries the same 15 significant digits; it differs from "%.15G" only below 1E-4 and from
+    // 1E15 on, where that one writes an exponent.
+    return PlainText(value, 15, ',');
 }
 
 }  // namespace pendara

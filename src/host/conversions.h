@@ -46,7 +46,8 @@ double ToDouble(std::string_view t);
 double LeadingNumber(std::string_view t);
 
 // A host value given as text: a number in Spanish form with "," as decimal mark, no grouping,
-// at most 15 significant digits, no trailing zeros (1234.5 -> "1234,5", -60 -> "-60").
+// at most 15 significant digits, no trailing zeros and never an exponent (1234.5 -> "1234,5",
+// -60 -> "-60", 0.00001 -> "0,00001", 1E15 -> "1000000000000000").
 std::string ValueText(double value);
 
 // Text helpers used everywhere the program trims or compares texts.

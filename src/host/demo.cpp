@@ -1,13 +1,13 @@
 #include "host/demo.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
 #include <map>
 #include <random>
 
 #include "host/company_store.h"
 #include "host/errors.h"
+#include "host/numbers.h"
 
 namespace pendara {
 
@@ -29,9 +29,7 @@ const char* const kSurnames[] = {"García", "López", "Martínez", "Sánchez", "
                                  "Gómez",  "Ruiz",  "Díaz",     "Moreno",  "Álvarez"};
 
 std::string Code(const char* group, int n) {
-    char buf[16];
-    std::snprintf(buf, sizeof buf, "%s%07d", group, n);
-    return buf;
+    return group + IntegerText(n, 7);
 }
 
 std::string Tradename(int i, const char* suffix) {
@@ -53,9 +51,7 @@ std::string DayOfYear(int year, int n) {
         n -= len;
         ++month;
     }
-    char buf[16];
-    std::snprintf(buf, sizeof buf, "%02d/%02d/%04d", n, month + 1, year);
-    return buf;
+    return IntegerText(n, 2) + "/" + IntegerText(month + 1, 2) + "/" + IntegerText(year, 4);
 }
 
 class Generator {

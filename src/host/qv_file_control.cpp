@@ -41,6 +41,14 @@ void ReleaseForWriting(const std::string& path) {
     writers.erase(FileIdentity(path));
 }
 
+// Where a record stands in the order the scan walks, as its column holds it: a number goes back
+// into the query as the same double, where its text would keep only 15 digits.
+struct OrderKey {
+    std::string text;
+    double number = 0;
+    std::int64_t integer = 0;
+};
+
 }  // namespace
 
 // The cursor steps one SQL statement over the selection, ordered by the order key and then the
@@ -110,7 +118,7 @@ struct QvFileControl2::Impl {
 
     // Starts the scan of the selection; with `fromId`, at (inclusive) or after that record.
     void StartScan(std::optional<std::int64_t> fromId = std::nullopt, bool inclusive = true,
-                   const std::string& fromKey = {}) {
+                   const OrderKey& fromKey = {}) {
         std::string sql =
             "SELECT " + columns + " FROM " + cat->table + " WHERE " + FilterSql(filter);
         const char* cmp = inclusive ? ">=" : ">";
@@ -126,11 +134,11 @@ struct QvFileControl2::Impl {
         if (fromId) {
             if (order) {
                 if (order->type == FieldType::Text)
-                    scan.Bind(next++, std::string_view(fromKey));
+                    scan.Bind(next++, std::string_view(fromKey.text));
                 else if (order->type == FieldType::Number)
-                    scan.Bind(next++, std::strtod(fromKey.c_str(), nullptr));
+                    scan.Bind(next++, fromKey.number);
                 else
-                    scan.Bind(next++, static_cast<std::int64_t>(std::stoll(fromKey)));
+                    scan.Bind(next++, fromKey.integer);
             }
             scan.Bind(next, *fromId);
         }
@@ -164,12 +172,23 @@ struct QvFileControl2::Impl {
     }
 
     // The order key of the current record, as the raw column text.
-    std::string CurrentKey() const { return order ? cur->Text(ColumnOf(order)) : std::string(); }
+    OrderKey CurrentKey() const {
+        OrderKey key;
+        if (!order) return key;
+        const int col = ColumnOf(order);
+        if (order->type == FieldType::Text)
+            key.text = cur->Text(col);
+        else if (order->type == FieldType::Number)
+            key.number = cur->Real(col);
+        else
+            key.integer = cur->Int(col);
+        return key;
+    }
 
     void BeginWrite() {
         if (inTransaction) return;
         std::int64_t id = cur->Int(0);
-        std::string key = CurrentKey();
+        OrderKey key = CurrentKey();
         bool wasSingle = cur == &single;
         scan = Stmt();
         single.Reset();
@@ -359,7 +378,7 @@ void QvFileControl2::MoveNext() {
     m.RequireRecord();
     if (m.cur == &m.single) {
         std::int64_t id = m.cur->Int(0);
-        std::string key = m.CurrentKey();
+        OrderKey key = m.CurrentKey();
         m.single.Reset();
         m.StartScan(id, false, key);
         return;
@@ -367,7 +386,7 @@ void QvFileControl2::MoveNext() {
     if (m.restartOnMove) {
         // The statement still stands on the record as it was read, so its key is the old one.
         std::int64_t id = m.cur->Int(0);
-        std::string key = m.CurrentKey();
+        OrderKey key = m.CurrentKey();
         m.StartScan(id, false, key);
         return;
     }

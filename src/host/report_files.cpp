@@ -3,11 +3,11 @@
 #include <xlsxwriter.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <fstream>
 #include <stdexcept>
 
 #include "host/conversions.h"
+#include "host/numbers.h"
 #include "host/report_output.h"
 #include "host/utf8.h"
 
@@ -27,9 +27,7 @@ std::string CsvField(const std::string& s) {
 
 // An amount as a Spanish spreadsheet reads a number: decimal comma, no grouping.
 std::string CsvNumber(double v) {
-    char buf[64];
-    std::snprintf(buf, sizeof buf, "%.2f", v);
-    std::string s = buf;
+    std::string s = FixedText(v, 2);
     std::replace(s.begin(), s.end(), '.', ',');
     return s == "-0,00" ? "0,00" : s;
 }
@@ -103,6 +101,9 @@ void WriteReportCsv(const ReportRequest& request, const std::string& path) {
 
 void WriteReportXlsx(const ReportRequest& request, const std::string& path) {
     const ParsedReport report = ParseReport(request);
+    // The spreadsheet library prints its numbers (cells, widths) with printf: under the user's
+    // settings a comma would land in the file's XML.
+    const CNumericScope cNumbers;
     lxw_workbook* wb = workbook_new(path.c_str());
     if (!wb) throw std::runtime_error("no se puede crear la hoja de cálculo " + path);
     lxw_worksheet* ws = workbook_add_worksheet(wb, "Informe");

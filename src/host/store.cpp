@@ -13,6 +13,7 @@
 
 #include "host/conversions.h"
 #include "host/errors.h"
+#include "host/numbers.h"
 #include "host/paths.h"
 #include "host/utf8.h"
 
@@ -157,36 +158,23 @@ std::optional<std::int32_t> ParseDayFirstDate(std::string_view text) {
 
 std::string DayFirstText(std::int32_t d) {
     if (d <= 0) return "";
-    char buf[16];
-    std::snprintf(buf, sizeof buf, "%02d/%02d/%02d", d % 100, (d / 100) % 100, (d / 10000) % 100);
-    return buf;
+    return IntegerText(d % 100, 2) + "/" + IntegerText((d / 100) % 100, 2) + "/" +
+           IntegerText((d / 10000) % 100, 2);
 }
 
 std::optional<double> ParsePlainNumber(std::string_view text) {
     std::string t = Trim(text);
     if (t.empty()) return std::nullopt;
-    bool hasComma = t.find(',') != std::string::npos;
-    std::string plain;
-    std::size_t i = 0;
-    if (t[0] == '-' || t[0] == '+') plain += t[i++];
-    bool digits = false, mark = false;
-    for (; i < t.size(); ++i) {
-        char c = t[i];
-        if (c >= '0' && c <= '9') {
-            plain += c;
-            digits = true;
-        } else if (c == ',' || (c == '.' && !hasComma)) {
-            if (mark) return std::nullopt;
-            mark = true;
-            plain += '.';
-        } else if (c == '.' && hasComma && !mark) {
-            // a thousands mark in "1.234,56"
-        } else {
-            return std::nullopt;
-        }
+    const std::size_t comma = t.find(',');
+    if (comma == std::string::npos) return ReadDecimal(t, '.');
+    // "1.234,56": the points before the comma group thousands; a sign only comes first.
+    const std::size_t start = t[0] == '-' || t[0] == '+' ? 1 : 0;
+    std::string plain = t.substr(0, start);
+    for (std::size_t i = start; i < t.size(); ++i) {
+        if (t[i] == '-' || t[i] == '+') return std::nullopt;
+        if (t[i] != '.' || i > comma) plain += t[i];
     }
-    if (!digits) return std::nullopt;
-    return std::strtod(plain.c_str(), nullptr);
+    return ReadDecimal(plain, ',');
 }
 
 std::string ResolveFileName(const std::string& path) {

@@ -1,10 +1,9 @@
 #include "reports/menu.h"
 
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 
 #include "host/desktop_port.h"
+#include "host/numbers.h"
 #include "host/qv_library.h"
 #include "ui/pndra.h"
 
@@ -49,9 +48,9 @@ double MenuNumber(const MenuValue& v) {
 
 std::string MenuNumberText(double value) {
     if (value == 0) return "0";
-    char buf[40];
-    std::snprintf(buf, sizeof buf, "%.15G", value);
-    std::string s = buf;
+    // Plain digits: the dialog reads its numbers from the start of the text, where "1E-05"
+    // would be 1.
+    std::string s = std::isfinite(value) ? PlainText(value, 15) : Upper(GeneralText(value, 15));
     if (s.rfind("0.", 0) == 0) s.erase(0, 1);
     if (s.rfind("-0.", 0) == 0) s.erase(1, 1);
     return s;

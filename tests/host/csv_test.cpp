@@ -107,6 +107,22 @@ TEST(Csv, ExportImportExportGivesTheSameData) {
         ";\r\n");
 }
 
+TEST(Csv, TinyAndHugeAmountsSurviveExportAndImport) {
+    testing::Ledger l;
+    std::string a = l.Company("X1", "Origen", 2025);
+    l.Entries(a, {{"4300000001", "01/01/25", "1", "a", 1, 0.00001},
+                  {"4300000001", "01/01/25", "2", "b", 1, 1E15},
+                  {"4300000001", "01/01/25", "3", "c", 2, -1.5E-7},
+                  {"4300000001", "01/01/25", "4", "d", 1, 1E20}});
+    std::string first = ExportEntriesCsv(a);
+    for (const char* amount :
+         {";0,00001;", ";1000000000000000;", ";-0,00000015;", ";100000000000000000000;"})
+        EXPECT_NE(first.find(amount), std::string::npos) << amount;
+    std::string b = l.Company("X2", "Destino", 2025);
+    EXPECT_EQ(ImportEntriesCsv(b, first), 4u);
+    EXPECT_EQ(l.Read(b), l.Read(a));
+}
+
 TEST(Demo, SameSeedSameDataAndBalancedYears) {
     testing::TempDir d1, d2;
     DemoOptions o;

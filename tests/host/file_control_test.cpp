@@ -7,6 +7,7 @@
 
 #include <set>
 
+#include "host/conversions.h"
 #include "host/errors.h"
 #include "host/qv_file_control.h"
 #include "host/store.h"
@@ -182,6 +183,37 @@ TEST_F(FileControlTest, OrdersAndDefaultOrder) {
     QvFileControl2 c;
     c.OpenFile(entries, "");
     EXPECT_THROW(c.SetOrder("saldo"), HostError);
+}
+
+// An amount is given in plain digits, however small or large, and read back as the same double;
+// a walk in amount order steps on from it by its exact value.
+TEST_F(FileControlTest, AmountsComeBackInPlainDigitsAndOrderByTheirExactValue) {
+    const double third = 0.1 + 0.2;  // 0.30000000000000004, shown as 0,3
+    auto r = ledger.Entries(company, {{"4300000002", "01/04/25", "20", "a", 1, 0.00001},
+                                      {"4300000002", "01/04/25", "21", "b", 1, 1E15},
+                                      {"4300000002", "01/04/25", "22", "c", 2, -1.5E-7},
+                                      {"4300000002", "01/04/25", "23", "d", 1, third},
+                                      {"4300000002", "01/04/25", "24", "e", 1, 0.3}});
+    QvFileControl2 c;
+    c.OpenFile(entries, "");
+    c.SetFilter("Cuenta = 4300000002");
+    c.SetOrder("importe");
+    c.MoveFirst();
+    std::vector<std::string> texts;
+    std::vector<std::int32_t> order;
+    for (int guard = 0; !c.IsEof() && guard < 10; c.MoveNext(), ++guard) {
+        texts.push_back(c.GetField(6, 0));
+        order.push_back(c.GetRecNo());
+        // Resuming after a jump starts from the record's own amount, not from its text.
+        c.GoToRecord(c.GetRecNo());
+    }
+    EXPECT_EQ(texts, (std::vector<std::string>{"-0,00000015", "0,00001", "0,3", "0,3",
+                                               "1000000000000000"}));
+    EXPECT_EQ(order, (std::vector<std::int32_t>{r[2], r[0], r[4], r[3], r[1]}));
+    c.GoToRecord(r[3]);
+    EXPECT_EQ(ToDouble(c.GetField(6, 0)), 0.3);  // 15 significant digits, as ever
+    c.GoToRecord(r[0]);
+    EXPECT_EQ(ToDouble(c.GetField(6, 0)), 0.00001);
 }
 
 TEST_F(FileControlTest, SumsAndCounts) {
@@ -434,6 +466,12 @@ TEST(StoreValues, DatesAndNumbers) {
     EXPECT_FALSE(ParsePlainNumber("1,2,3"));
     EXPECT_FALSE(ParsePlainNumber("12a"));
     EXPECT_FALSE(ParsePlainNumber("-"));
+    // Grouping points stand before the comma only; the sign stands first only.
+    EXPECT_EQ(ParsePlainNumber("+.5,3"), 5.3);
+    EXPECT_FALSE(ParsePlainNumber(".-5,3"));
+    EXPECT_FALSE(ParsePlainNumber("1,5.3"));
+    EXPECT_FALSE(ParsePlainNumber("1.5.3"));
+    EXPECT_FALSE(ParsePlainNumber("1E5"));
 }
 
 }  // namespace

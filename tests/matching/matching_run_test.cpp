@@ -139,6 +139,37 @@ TEST_F(MatchingRunTest, AShiftedDateColumnIsShownAsItsCharactersGive) {
     EXPECT_EQ(w.SGrid2.Cell(1, 2), "ñy");
 }
 
+// Amounts whose host text once took an exponent ("1E-05", "1E+15") take part like any other: in
+// the grids, shown as FormatAmount shows them, and in the matching by amounts.
+TEST_F(MatchingRunTest, TinyAndHugeAmountsReachBothGridsAndMatch) {
+    auto r = l.Entries(y25, {{kAcc, "10/01/25", "1", "Ajuste", 1, 0.00001},
+                             {kAcc, "11/01/25", "2", "Grande", 1, 1E15},
+                             {kAcc, "12/01/25", "3", "Resto", 1, 0.0001},
+                             {kAcc, "20/01/25", "4", "Ajuste", 2, -0.00001},
+                             {kAcc, "21/01/25", "5", "Grande", 2, -1E15}});
+    PVporImportes(w, y25, kAcc);
+    auto find = [](const Grid& g, std::int32_t record) {
+        for (int row = 1; row <= g.Rows(); ++row)
+            if (g.Cell(row, 1) == std::to_string(record)) return row;
+        return 0;
+    };
+    ASSERT_EQ(w.SGrid1.Rows(), 3);
+    ASSERT_EQ(w.SGrid2.Rows(), 2);
+    const int tiny = find(w.SGrid1, r[0]), huge = find(w.SGrid1, r[1]), rest = find(w.SGrid1, r[2]);
+    const int tinyCredit = find(w.SGrid2, r[3]), hugeCredit = find(w.SGrid2, r[4]);
+    ASSERT_TRUE(tiny && huge && rest && tinyCredit && hugeCredit);
+    EXPECT_EQ(w.SGrid1.Cell(tiny, 6), FormatAmount(0.00001));
+    EXPECT_EQ(w.SGrid1.Cell(huge, 6), "1.000.000.000.0");  // cut to 15 characters
+    EXPECT_EQ(w.SGrid2.Cell(hugeCredit, 6), FormatAmount(-1E15));
+    // Each pair cancels out exactly and gets its own group; the rest stays open.
+    EXPECT_FALSE(Reference(w.SGrid1, tiny).empty());
+    EXPECT_EQ(Reference(w.SGrid2, tinyCredit), Reference(w.SGrid1, tiny));
+    EXPECT_FALSE(Reference(w.SGrid1, huge).empty());
+    EXPECT_EQ(Reference(w.SGrid2, hugeCredit), Reference(w.SGrid1, huge));
+    EXPECT_NE(Reference(w.SGrid1, huge), Reference(w.SGrid1, tiny));
+    EXPECT_EQ(Reference(w.SGrid1, rest), "");
+}
+
 TEST_F(MatchingRunTest, AccountWithoutMovementsEmptiesGridsOnly) {
     l.Entries(y25, {{"4300000002", "10/01/25", "1", "Fra. 12", 1, 100}});
     w.SGrid1.SetRows(3);

@@ -6,6 +6,7 @@
 
 #include "host/errors.h"
 #include "host/settings.h"
+#include "matching/matching_run.h"
 #include "support/ledger.h"
 #include "support/scripted_port.h"
 #include "support/temp_dir.h"
@@ -177,6 +178,28 @@ TEST_F(SaveTest, MatchedGroupsLeaveTheGridsOpenRowsStay) {
     EXPECT_EQ(At(y25, r25[0]).marca, "0");
     ASSERT_EQ(w.SGrid1.Rows(), 1);
     EXPECT_EQ(w.SGrid1.Cell(1, 1), std::to_string(r25[0]));
+}
+
+// Amounts whose host text once took an exponent are written back like any other entry.
+TEST_F(SaveTest, TinyAndHugeAmountsAreMatchedAndSaved) {
+    SaveSetting("Punteo0", "1", "");
+    const std::string account = "4300000003";
+    l.Accounts(y25, {{account, "Cliente tres", 0}});
+    auto r = l.Entries(y25, {{account, "10/01/25", "1", "Ajuste", 1, 0.00001},
+                             {account, "11/01/25", "2", "Grande", 1, 1E15},
+                             {account, "20/01/25", "4", "Ajuste", 2, -0.00001},
+                             {account, "21/01/25", "5", "Grande", 2, -1E15}});
+    PVporImportes(w, y25, account);
+    GrabaRef_Click(w);
+    const EntryRecord tiny = At(y25, r[0]), huge = At(y25, r[1]);
+    EXPECT_EQ(tiny.referencia.rfind("RF-", 0), 0u);
+    EXPECT_EQ(At(y25, r[2]).referencia, tiny.referencia);
+    EXPECT_EQ(huge.referencia.rfind("RF-", 0), 0u);
+    EXPECT_EQ(At(y25, r[3]).referencia, huge.referencia);
+    EXPECT_NE(huge.referencia, tiny.referencia);
+    for (std::int32_t record : r)
+        EXPECT_EQ(At(y25, record).marca, "1");
+    EXPECT_EQ(w.SGrid1.Cell(1, 1), "");  // nothing stays open
 }
 
 }  // namespace

@@ -67,6 +67,16 @@ TEST_F(MenuTest, NumberTextIsWrittenWithoutLeadingZero) {
     EXPECT_EQ(MenuNumberText(-1), "-1");
 }
 
+// The dialog reads its numbers from the start of the text: an exponent would read as another
+// number, so tiny and huge values are written in plain digits.
+TEST_F(MenuTest, NumberTextNeverTakesAnExponent) {
+    EXPECT_EQ(MenuNumberText(0.00001), ".00001");
+    EXPECT_EQ(MenuNumberText(-0.00001), "-.00001");
+    EXPECT_EQ(MenuNumberText(1E15), "1000000000000000");
+    for (double v : {0.00001, -0.00001, 1E15, 1.5E20, 0.0001, 123456.789})
+        EXPECT_EQ(MenuNumber(MenuValue(MenuNumberText(v))), v) << v;
+}
+
 TEST_F(MenuTest, AnswersAreTypedByKind) {
     Menu m(lib);
     m.AddItem("account", 20, 10, "");

@@ -6,12 +6,14 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 #include "host/conversions.h"
 #include "host/qv_library.h"
 #include "host/utf8.h"
 #include "support/run_command.h"
 #include "support/scripted_port.h"
+#include "support/spanish_locale.h"
 #include "support/temp_dir.h"
 
 namespace pendara {
@@ -359,6 +361,50 @@ TEST_F(PrintReportTest, SpreadsheetColumnsAreAsWideAsTheirCharacters) {
     }
     EXPECT_EQ(descriptionWidth(accented), descriptionWidth(ascii));
     EXPECT_NE(descriptionWidth(ascii + ascii), descriptionWidth(ascii));
+}
+
+// The users run the window under Spanish settings, where the C library writes "," in numbers:
+// every file comes out as it does without them.
+TEST_F(PrintReportTest, FilesAreTheSameUnderTheUsersSpanishSettings) {
+    const std::string text = sample + AccountText("4300000002", "CLIENTE DOS", 30);
+    auto write = [&](std::int32_t destination, const std::string& path) {
+        PresetReportFile(path);
+        Print(destination, text);
+        EXPECT_EQ(LastReportOutcome().error, "") << path;
+    };
+    const std::pair<std::int32_t, const char*> kinds[] = {{kReportToCsv, "csv"},
+                                                          {kReportToText, "txt"},
+                                                          {kReportToPdf, "pdf"},
+                                                          {kReportToSpreadsheet, "xlsx"}};
+    for (const auto& [destination, ending] : kinds)
+        write(destination, dir.file(std::string("plain.") + ending));
+    {
+        testing::SpanishLocale spanish;
+        ASSERT_TRUE(spanish.active()) << testing::kSpanishLocale << " is missing here";
+        for (const auto& [destination, ending] : kinds)
+            write(destination, dir.file(std::string("spanish.") + ending));
+    }
+    // Where two files part, with a little of each (whole files are too long to print).
+    auto same = [](const std::string& a, const std::string& b) -> ::testing::AssertionResult {
+        if (a == b) return ::testing::AssertionSuccess();
+        std::size_t i = 0;
+        while (i < a.size() && i < b.size() && a[i] == b[i])
+            ++i;
+        const std::size_t from = i < 30 ? 0 : i - 30;
+        return ::testing::AssertionFailure() << "byte " << i << ": \"" << a.substr(from, 60)
+                                             << "\" / \"" << b.substr(from, 60) << "\"";
+    };
+    for (const char* ending : {"csv", "txt", "pdf"})
+        EXPECT_TRUE(same(ReadAll(dir.file(std::string("spanish.") + ending)),
+                         ReadAll(dir.file(std::string("plain.") + ending))))
+            << ending;
+    if (!Have("unzip")) GTEST_SKIP() << "unzip is needed to read the workbook";
+    for (const char* part : {"xl/worksheets/sheet1.xml", "xl/styles.xml"}) {
+        auto read = [&](const char* name) {
+            return Capture("unzip -p '" + dir.file(name) + "' " + part);
+        };
+        EXPECT_TRUE(same(read("spanish.xlsx"), read("plain.xlsx"))) << part;
+    }
 }
 
 TEST_F(PrintReportTest, PdfShowsAccentsAndPageNumbers) {

@@ -2,8 +2,6 @@
 // Informe_Click as the desktop program; the dialog is answered with the options given here.
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <iostream>
 #include <map>
 #include <optional>
@@ -14,6 +12,7 @@
 #include "host/company_store.h"
 #include "host/conversions.h"
 #include "host/errors.h"
+#include "host/numbers.h"
 #include "host/report_output.h"
 #include "host/settings.h"
 #include "reports/menu.h"
@@ -82,21 +81,19 @@ std::string DateOption(const Args& a, const std::string& name) {
     CalendarDate d;
     if (!ParseMenuDate(v, d))
         throw UsageError(name + " espera una fecha dd/mm/aa válida, no \"" + v + "\"");
-    char buf[16];
-    std::snprintf(buf, sizeof buf, "%02d/%02d/%02d", d.day, d.month, d.year % 100);
-    return buf;
+    return IntegerText(d.day, 2) + "/" + IntegerText(d.month, 2) + "/" +
+           IntegerText(d.year % 100, 2);
 }
 
 // An amount written with "," or "." as decimal mark, handed to the dialog as it writes numbers.
 std::string AmountOption(const Args& a, const std::string& name) {
     std::string v = Trim(*a.value(name));
     std::replace(v.begin(), v.end(), ',', '.');
-    char* end = nullptr;
-    double d = std::strtod(v.c_str(), &end);
-    if (v.empty() || *end != '\0' || v.find_first_of("eEnNxX") != std::string::npos)
+    const std::optional<double> d = ReadDecimal(v);
+    if (!d)
         throw UsageError(name + " espera un importe (por ejemplo 0,01), no \"" + *a.value(name) +
                          "\"");
-    return MenuNumberText(d);
+    return MenuNumberText(*d);
 }
 
 // A check box from a pair of flags; nullopt leaves the dialog's default.
