@@ -51,7 +51,7 @@ void BM_PendingList(benchmark::State& state) {
     BigCompany& c = Company();
     ScriptedPort port;
     Pndra w(port);
-    w.ActiveCompanyFile = c.file;
+    w.session.ActiveCompanyFile = c.file;
     for (auto _ : state) {
         w.PendingOnly = true;
         bool mode = true;
@@ -65,7 +65,7 @@ void BM_FullList(benchmark::State& state) {
     BigCompany& c = Company();
     ScriptedPort port;
     Pndra w(port);
-    w.ActiveCompanyFile = c.file;
+    w.session.ActiveCompanyFile = c.file;
     for (auto _ : state) {
         w.PendingOnly = false;
         bool mode = false;

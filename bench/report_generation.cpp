@@ -132,7 +132,7 @@ void BM_PartOpening(benchmark::State& state) {
     ScriptedPort port;
     Pndra w(port);
     LoadEmpresas(w);
-    w.ActiveCompanyFile = d.active;
+    w.session.ActiveCompanyFile = d.active;
     Clock clock;
     for (auto _ : state) {
         clock.Start();
@@ -140,7 +140,7 @@ void BM_PartOpening(benchmark::State& state) {
         for (const std::string& a : d.accounts) {
             QvOLE70 server;
             bool ok = false;
-            OpenEmp(w, server, d.active, ok);
+            OpenEmp(w.session, server, d.active, ok);
             server.SelectAccount(a, "", "");
             if (server.HasBalances() != 0)
                 for (std::int32_t p = 0; p <= 14; ++p)
@@ -166,10 +166,8 @@ void BM_PartExtract(benchmark::State& state) {
         clock.Start();
         rows = 0;
         for (const std::string& a : d.accounts) {
-            w.CompanyCount = 0;
-            std::int32_t n = 0;
-            TextTable x = GetExtracto(w, d.active, a, n);
-            rows += static_cast<std::size_t>(n);
+            Extract x = GetExtracto(w.session, d.active, a);
+            rows += static_cast<std::size_t>(x.count());
             benchmark::DoNotOptimize(x);
         }
         clock.Stop();
@@ -191,13 +189,11 @@ void BM_PartText(benchmark::State& state) {
         bytes = 0;
         for (const std::string& a : d.accounts) {
             state.PauseTiming();
-            w.CompanyCount = 0;
-            std::int32_t n = 0;
-            TextTable x = GetExtracto(w, d.active, a, n);
+            Extract x = GetExtracto(w.session, d.active, a);
             std::string text;
             state.ResumeTiming();
             clock.Start();
-            AppendAccountBody(text, x, n, from, to, false, false, false, true, 0, 0);
+            AppendAccountBody(text, x.rows, x.count(), from, to, false, false, false, true, 0, 0);
             clock.Stop();
             bytes += text.size();
         }

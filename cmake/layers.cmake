@@ -8,8 +8,8 @@
 # adding a line, moving folders to it and naming it where it may be included.
 set(PENDARA_LAYERS
     "host    | src/host                                  | host                      | no"
-    "program | src/companies src/matching src/posting
-               src/reports src/group src/ui              | host program              | no"
+    "program | src/model src/companies src/matching
+               src/posting src/reports src/group src/ui  | host program              | no"
     "qt      | src/ui/qt                                 | host program qt           | yes"
     "cli     | tools/cli                                 | host cli                  | no"
     "tools   | tools/pendara_cli tools/qvdata            | host program cli tools    | no"

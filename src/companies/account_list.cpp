@@ -19,7 +19,7 @@ namespace {
 // The chart of accounts cursor over the posting accounts that begin with the mask, by code.
 void OpenChart(QvFileControl2& chart, const std::string& folder, const std::string& code,
                const std::string& mask) {
-    chart.OpenFile(folder + "Planc" + code + ".qvd", "");
+    chart.OpenFile(ChartFile(folder, code), "");
     chart.MoveFirst();
     chart.SetFilter("Cuenta  like " + mask + "* and nivel =0");
     chart.MoveFirst();
@@ -51,18 +51,18 @@ void Carga_cuentas(Pndra& w, bool& mode) {
         w.PendingOnly = true;
         mode = true;
     }
-    const std::string folder = FolderOf(w.ActiveCompanyFile);
-    const std::string code = CompanyCode(w.ActiveCompanyFile);
+    const std::string folder = FolderOf(w.session.ActiveCompanyFile);
+    const std::string code = CompanyCode(w.session.ActiveCompanyFile);
     const std::string mask = w.Text1.text();
 
     if (!mode) {
         QvFileControl2 entries;
-        entries.OpenFile(folder + "Extra" + code + ".qvd", "");
+        entries.OpenFile(EntriesFile(folder, code), "");
         entries.MoveFirst();
         QvFileControl2 chart;
         OpenChart(chart, folder, code, mask);
-        w.CurrentFolder = folder;
-        w.CurrentCode = code;
+        w.session.CurrentFolder = folder;
+        w.session.CurrentCode = code;
         w.List2.Clear();
         while (!chart.IsEof()) {
             double balance = 0;
@@ -104,7 +104,7 @@ void AccountStatus(QvFileControl2& entries, const std::string& account, double& 
 }
 
 void Text1_KeyPress(Pndra& w, std::int32_t& key) {
-    if (!CommandLineGiven(w)) w.Lib().AccountKeyPress(w.Text1, 3, 8, key);
+    if (!CommandLineGiven(w)) w.session.Lib().AccountKeyPress(w.Text1, 3, 8, key);
     if (key != 13) return;
     ClearGrids(w);
     w.PendingOnly = !CommandLineGiven(w);
@@ -113,10 +113,10 @@ void Text1_KeyPress(Pndra& w, std::int32_t& key) {
 }
 
 void BuscaCta_Click(Pndra& w) {
-    const std::string folder = FolderOf(w.ActiveCompanyFile);
-    const std::string code = CompanyCode(w.ActiveCompanyFile);
+    const std::string folder = FolderOf(w.session.ActiveCompanyFile);
+    const std::string code = CompanyCode(w.session.ActiveCompanyFile);
     const std::string answer =
-        w.Lib().SelectAccountDialog(w.ActiveCompanyFile, folder, code, 1, 2, "", 1);
+        w.session.Lib().SelectAccountDialog(w.session.ActiveCompanyFile, folder, code, 1, 2, "", 1);
     const double number = LeadingNumber(answer);
     if (number == 0) return;
     w.CTA.setText(PlainDigits(number));

@@ -34,7 +34,7 @@ void ClearSelectedAccount(Pndra& w) {
     if (selected < 0) return;
     const std::string entry = w.List2.List(selected);
     if (w.port.MsgBox(ClearAccountQuestion(entry), kConfirmStyle, kDefaultTitle) != kVbYes) return;
-    ClearAccountReferences(w, entry);
+    ClearAccountReferences(w.session, entry);
     List2_Click(w);
 }
 

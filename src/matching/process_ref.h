@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "host/text_table.h"
+#include "model/entry.h"
 
 namespace pendara {
 
@@ -15,7 +15,7 @@ namespace pendara {
 // row, so a report over an extract stays linear instead of quadratic.
 class ReferenceChains {
   public:
-    ReferenceChains(const TextTable& extract, std::int32_t last);
+    ReferenceChains(const std::vector<Entry>& extract, std::int32_t last);
     std::int32_t Next(std::int32_t row) const { return next_[static_cast<std::size_t>(row)]; }
     std::int32_t last() const { return last_; }
 
@@ -32,13 +32,13 @@ class ReferenceChains {
 // `chains` takes the place of an argument the caller passes but the routine never read; given,
 // it must have been built over the same extract and `last`; nullptr scans every later row.
 // The amount of an extract row: its debit when that is not 0, otherwise its credit.
-double RowAmount(const TextTable& extract, std::size_t row);
+double RowAmount(const Entry& e);
 // Appends an entry line of the report: date, entry number, description, reference and amount,
 // TAB-separated, ended by CR LF.
-void AppendEntryLine(std::string& out, const TextTable& extract, std::size_t row);
+void AppendEntryLine(std::string& out, const Entry& e);
 
-void ProcessRef(std::int32_t row, std::vector<std::int16_t>& processed, const TextTable& extract,
-                double& total, const ReferenceChains* chains, std::int32_t last, double minimum,
-                std::string& text);
+void ProcessRef(std::int32_t row, std::vector<std::int16_t>& processed,
+                const std::vector<Entry>& extract, double& total, const ReferenceChains* chains,
+                std::int32_t last, double minimum, std::string& text);
 
 }  // namespace pendara

@@ -9,7 +9,7 @@
 
 namespace pendara {
 
-class Pndra;
+class Session;
 
 inline constexpr std::string_view kSystemPrefix = "RF-";
 
@@ -19,11 +19,11 @@ bool IsSystemReference(std::string_view text);
 // The next free system reference: the counter in the header of the chain's earliest company
 // file is raised under its record lock until the number is unused in the current company's
 // entries. An empty FirstCompanyFile shows "Empresa no existe" and ends the program.
-std::string NewReference(Pndra& w);
+std::string NewReference(Session& s);
 
 // The next `count` free system references, the same ones and in the same order as `count` calls
 // of NewReference would give, with one cursor and one counter lock per block of numbers.
-std::vector<std::string> NewReferences(Pndra& w, std::int32_t count);
+std::vector<std::string> NewReferences(Session& s, std::int32_t count);
 
 // The digits and blanks of the description from the key on (or from the first blank at or after
 // position 5 of a "J. "/"J " description when the key is absent), trimmed.

@@ -7,13 +7,10 @@ namespace pendara {
 
 namespace {
 
-constexpr int kRefCol = 5;
-constexpr int kAmountCol = 6;
-
 double SumOf(const Grid& grid, const std::string& reference) {
     double sum = 0;
-    for (int r = 1; r <= grid.Rows(); ++r)
-        if (Trim(grid.Cell(r, kRefCol)) == reference) sum += ToDouble(grid.Cell(r, kAmountCol));
+    for (const GridRow& row : grid.rows())
+        if (Trim(row.reference) == reference) sum += row.amount.value;
     return sum;
 }
 

@@ -23,13 +23,14 @@ void ForEachCompany(
     Pndra& w, const std::function<void(QvFileControl2&)>& loop,
     const std::function<void(const std::string&, const std::string&)>& before = nullptr) {
     for (int i = 0; i < w.List1.ListCount(); ++i) {
-        std::string path = w.ConsultedFiles.at(static_cast<std::size_t>(w.List1.ItemData(i)));
+        std::string path =
+            w.session.ConsultedFiles.at(static_cast<std::size_t>(w.List1.ItemData(i)));
         if (Trim(path).empty()) continue;
         path = NormaliseCompanyName(path);
         const std::string code = CompanyCode(path);
-        const std::string folder = w.Lib().GetCompanyDirs(path);
+        const std::string folder = w.session.Lib().GetCompanyDirs(path);
         QvFileControl2 entries;
-        entries.OpenFile(folder + "extra" + code + ".qvd", "");
+        entries.OpenFile(EntriesFile(folder, code), "");
         if (before) before(folder, code);
         loop(entries);
         entries.CloseFile();
@@ -57,8 +58,8 @@ void Command1_Click(Pndra& w) {
             }
         },
         [&w](const std::string& folder, const std::string& code) {
-            w.CurrentFolder = folder;
-            w.CurrentCode = code;
+            w.session.CurrentFolder = folder;
+            w.session.CurrentCode = code;
         });
 }
 

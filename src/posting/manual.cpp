@@ -29,7 +29,7 @@ void UndoIn(Grid& grid, const std::string& reference) {
 }  // namespace
 
 void CreaRef_Click(Pndra& w) {
-    w.newref.setText(NewReference(w));
+    w.newref.setText(NewReference(w.session));
     DoSumas(w, w.newref.text());
 }
 
@@ -45,11 +45,12 @@ void Punteo_Click(Pndra& w) {
     // the active company (catalogue index 0) is the one meant.
     int selected = w.List1.ListIndex();
     std::int32_t k = selected >= 0 ? w.List1.ItemData(selected) : 0;
-    const std::string company = k >= 0 && static_cast<std::size_t>(k) < w.ConsultedFiles.size()
-                                    ? w.ConsultedFiles[static_cast<std::size_t>(k)]
-                                    : std::string();
+    const std::string company =
+        k >= 0 && static_cast<std::size_t>(k) < w.session.ConsultedFiles.size()
+            ? w.session.ConsultedFiles[static_cast<std::size_t>(k)]
+            : std::string();
     PVporImportes(w, company, w.CTA.text());
-    w.newref.setText(NewReference(w));
+    w.newref.setText(NewReference(w.session));
 }
 
 void SetUltima(Pndra& w) {

@@ -2,13 +2,13 @@
 
 #include <cmath>
 #include <exception>
-#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "companies/session.h"
 #include "host/conversions.h"
 #include "host/errors.h"
-#include "host/qv_file_control.h"
 #include "host/qv_library.h"
 #include "matching/puntear.h"
 #include "matching/references.h"
@@ -19,7 +19,7 @@ namespace pendara {
 
 namespace {
 
-// The numeric value of a cell rounded to a 32-bit integer, halves to even as the conversion does.
+// The numeric value of a text rounded to a 32-bit integer, halves to even as the conversion does.
 std::int32_t CellInteger(const std::string& text) {
     double v = std::nearbyint(LeadingNumber(text));
     if (!(v >= -2147483648.0 && v <= 2147483647.0))
@@ -27,102 +27,75 @@ std::int32_t CellInteger(const std::string& text) {
     return static_cast<std::int32_t>(v);
 }
 
-[[noreturn]] void SaveFailed(Pndra& w, const std::string& description) {
-    w.port.MsgBox(std::string(kSaveFailureText) + "\n" + description, kVbOKOnly | kVbCritical, "");
+}  // namespace
+
+PostingMarks ReadPostingMarks(QvLibrary& lib) {
+    return {lib.GetSetting("Punteo0", "", ""), lib.GetSetting("Punteo1", "", "")};
+}
+
+void FixRef(const std::vector<GridRow>& datos, std::size_t companies, const PostingMarks& marks,
+            std::vector<RowWrite>& writes) {
+    for (std::size_t r = 0; r < datos.size(); ++r) {
+        const GridRow& row = datos[r];
+        const std::int32_t k = row.company;
+        const std::int32_t n = CellInteger(row.record);
+        if (k < 1 || static_cast<std::size_t>(k) > companies)
+            throw HostError("Subíndice fuera del intervalo: la fila " + std::to_string(r + 1) +
+                            " es de la empresa " + std::to_string(k) + " y hay " +
+                            std::to_string(companies));
+        std::string mark;
+        if (!IsSystemReference(row.reference))
+            mark = marks.unmatched;
+        else if (row.mark == "1")
+            mark = marks.balanced;
+        else
+            mark = row.mark;
+        writes.push_back({k, n, row.reference, std::move(mark)});
+    }
+}
+
+std::vector<GridRow> OpenRows(const std::vector<GridRow>& datos) {
+    std::vector<GridRow> open;
+    for (const GridRow& row : datos)
+        if (!IsSystemReference(row.reference)) open.push_back(row);
+    return open;
+}
+
+void SaveFailed(Session& s, const std::string& description) {
+    s.port.MsgBox(std::string(kSaveFailureText) + "\n" + description, kVbOKOnly | kVbCritical, "");
     throw ProgramEnd{1};
 }
 
-// Posts one grid: an empty grid (one blank row) is only cleared.
-void SaveGrid(Pndra& w, Grid& grid, TextTable& rows) {
-    bool empty = rows.at(1, 7).empty() && rows.upperRow() == 1;
-    if (empty) {
-        grid.Clear();
-        return;
-    }
-    TextTable open = FixRef(w, rows);
-    grid.Clear();
-    if (open.upperRow() < 1)
-        grid.SetRows(1);
-    else
-        grid.ImportRows(open);
-}
-
-}  // namespace
-
 void GrabaRef_Click(Pndra& w) {
-    TextTable debits = w.SGrid1.ExportRows();
-    TextTable credits = w.SGrid2.ExportRows();
+    std::vector<GridRow> debits = w.SGrid1.rows();
+    std::vector<GridRow> credits = w.SGrid2.rows();
     Puntear(debits, credits);
-    SaveGrid(w, w.SGrid1, debits);
-    SaveGrid(w, w.SGrid2, credits);
-    w.newref.setText(NewReference(w));
-    DoSumas(w, w.newref.text());
-}
-
-TextTable FixRef(Pndra& w, TextTable& datos) {
-    const std::size_t companies = w.EntryFiles.empty() ? 0 : w.EntryFiles.size() - 1;
-    std::vector<std::unique_ptr<QvFileControl2>> cursors(companies + 1);
-    for (std::size_t k = 1; k <= companies; ++k) {
-        cursors[k] = std::make_unique<QvFileControl2>();
-        std::int32_t status = 0;
-        cursors[k]->OpenFile(w.EntryFiles[k], "", status);
-    }
-    w.UpdateGauge(-1);
-
-    const long lastRow = datos.upperRow();
-    std::size_t open = 0;
-    try {
-        // Read once: the options cannot change while the rows are written.
-        const std::string balancedMark = w.Lib().GetSetting("Punteo0", "", "");
-        const std::string unmatchedMark = w.Lib().GetSetting("Punteo1", "", "");
-        for (long r = 1; r <= lastRow; ++r) {
-            const auto row = static_cast<std::size_t>(r);
-            std::int32_t k = CellInteger(datos.at(row, 7));
-            std::int32_t n = CellInteger(datos.at(row, 1));
-            if (k < 1 || static_cast<std::size_t>(k) > companies)
-                throw HostError("Subíndice fuera del intervalo: la fila " + std::to_string(r) +
-                                " es de la empresa " + std::to_string(k) + " y hay " +
-                                std::to_string(companies));
-            QvFileControl2& cursor = *cursors[static_cast<std::size_t>(k)];
-            cursor.GoToRecord(n);
-            cursor.Edit();
-            const std::string& ref = datos.at(row, 5);
-            cursor.PutFieldByName("Referencia punteo", ref);
-            std::string mark;
-            if (!IsSystemReference(ref)) {
-                mark = unmatchedMark;
-                ++open;
-            } else if (datos.at(row, 8) == "1") {
-                mark = balancedMark;
-            } else {
-                mark = datos.at(row, 8);
-            }
-            cursor.PutFieldByName("Marca", mark);
-            cursor.Update();
-            if (r % 100 == 0)
-                w.UpdateGauge(static_cast<std::int32_t>(r), static_cast<std::int32_t>(lastRow));
+    // A grid that holds only its blank row is not posted.
+    const bool postDebits = !IsEmptyGrid(debits), postCredits = !IsEmptyGrid(credits);
+    AccountWrites writes{w.EntryFiles, {}};
+    if (postDebits || postCredits) {
+        try {
+            const std::size_t companies = w.EntryFiles.empty() ? 0 : w.EntryFiles.size() - 1;
+            const PostingMarks marks = ReadPostingMarks(w.session.Lib());
+            if (postDebits) FixRef(debits, companies, marks, writes.rows);
+            if (postCredits) FixRef(credits, companies, marks, writes.rows);
+        } catch (const HostError& e) {
+            SaveFailed(w.session, e.description());
+        } catch (const std::exception& e) {
+            SaveFailed(w.session, e.what());
         }
-        for (std::size_t k = 1; k <= companies; ++k)
-            cursors[k]->CloseFile();
-    } catch (const HostError& e) {
-        // The open cursors roll their companies back when they go.
-        SaveFailed(w, e.description());
-    } catch (const std::exception& e) {
-        SaveFailed(w, e.what());
+        try {
+            PostAccountWrites(writes, [&w](std::int32_t value, std::int32_t maximum) {
+                w.UpdateGauge(value, maximum);
+            });
+        } catch (const RowWriteError& e) {
+            SaveFailed(w.session, e.what());
+        }
     }
-
-    const std::size_t cols = datos.cols();
-    TextTable result(open + 1, cols);
-    std::size_t m = 0;
-    for (long r = 1; r <= lastRow; ++r) {
-        const auto row = static_cast<std::size_t>(r);
-        if (IsSystemReference(datos.at(row, 5))) continue;
-        ++m;
-        for (std::size_t c = 1; c < cols; ++c)
-            result.at(m, c) = datos.at(row, c);
-    }
-    w.UpdateGauge(0);
-    return result;
+    w.SGrid1.SetRowsFrom(postDebits ? OpenRows(debits) : std::vector<GridRow>{});
+    w.SGrid2.SetRowsFrom(postCredits ? OpenRows(credits) : std::vector<GridRow>{});
+    w.newref.setText(NewReference(w.session));
+    DoSumas(w, w.newref.text());
 }
 
 void Grabartodo(Pndra& w) {

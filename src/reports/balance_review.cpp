@@ -29,7 +29,7 @@ void AssignUpTo(Pndra& w, Grid& grid, const std::string& zeroDate, std::string& 
         if (Trim(date).empty()) continue;
         // Compact dates sort as texts in date order.
         if (limit < DateText(date)) continue;
-        if (reference.empty()) reference = NewReference(w);
+        if (reference.empty()) reference = NewReference(w.session);
         grid.SetCell(r, 5, reference);
     }
 }
@@ -39,13 +39,13 @@ void AssignUpTo(Pndra& w, Grid& grid, const std::string& zeroDate, std::string& 
 std::vector<std::string> ZeroBalanceDates(Pndra& w, const std::string& account) {
     std::vector<std::string> dates{""};
     for (int i = w.List1.ListCount() - 1; i >= 0; --i) {
-        const std::string& path = w.ConsultedFiles.at(static_cast<std::size_t>(i));
+        const std::string& path = w.session.ConsultedFiles.at(static_cast<std::size_t>(i));
         if (path.empty()) continue;
-        const std::string folder = w.Lib().GetCompanyDirs(path);
+        const std::string folder = w.session.Lib().GetCompanyDirs(path);
         const std::string code = CompanyCode(path);
         double balance = 0;
         QvFileControl2 entries;
-        entries.OpenFile(folder + "extra" + code + ".qvd", "");
+        entries.OpenFile(EntriesFile(folder, code), "");
         entries.MoveFirst();
         entries.SetFilter("Cuenta =" + account);
         entries.MoveFirst();
@@ -75,12 +75,12 @@ void revisarsaldos_Click(Pndra& w) {
     {
         QvOLE70 server;
         try {
-            server.OpenCompany(w.ConsultedFiles.at(0), "");
+            server.OpenCompany(w.session.ConsultedFiles.at(0), "");
         } catch (const HostError& e) {
             // A protected company: the key typed at start-up for this chain opens it, so the
             // review does not end the program where the user already proved access.
             if (e.code() != kErrAccessKey) throw;
-            server.OpenCompany(w.ConsultedFiles.at(0), w.AccessKey);
+            server.OpenCompany(w.session.ConsultedFiles.at(0), w.session.AccessKey);
         }
         dates = ZeroBalanceDates(w, SelectedAccount(w));
         server.CloseCompany();

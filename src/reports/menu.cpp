@@ -82,7 +82,7 @@ bool ParseMenuDate(const std::string& text, CalendarDate& date) {
 Menu::Menu(QvLibrary& library, std::string companyFile)
     : library_(library), companyFile_(std::move(companyFile)) {}
 
-Menu::Menu(Pndra& window) : Menu(window.Lib(), window.ActiveCompanyFile) {}
+Menu::Menu(Pndra& window) : Menu(window.session.Lib(), window.session.ActiveCompanyFile) {}
 
 Items& Menu::AddItem(const std::string& Descripcion, std::int32_t Tipo, std::int16_t Longitud,
                      const std::string& ValorporDefecto) {

@@ -22,7 +22,6 @@ namespace {
 
 constexpr const char* kSection = "Punteo";
 constexpr const char* kCrLf = "\r\n";
-constexpr std::size_t kDate = 2, kDebit = 5, kCredit = 6, kMark = 8, kClass = 9;
 
 // A stored check setting as the dialog gets it: the text of its numeric value.
 std::string CheckSetting(QvLibrary& lib, const std::string& key, const std::string& def) {
@@ -53,7 +52,7 @@ std::string ChartFilter(const std::string& from, const std::string& to, const st
 
 }  // namespace
 
-void AppendAccountBody(std::string& text, const TextTable& x, std::int32_t n,
+void AppendAccountBody(std::string& text, const std::vector<Entry>& x, std::int32_t n,
                        const std::string& DesdeFecha, const std::string& HastaFecha, bool Show1,
                        bool Show2, bool ShowApertura, bool Show0, double Minimo, double balance) {
     std::vector<std::int16_t> processed(static_cast<std::size_t>(n) + 1, 0);
@@ -63,10 +62,10 @@ void AppendAccountBody(std::string& text, const TextTable& x, std::int32_t n,
     bool gapPending = false;
     std::string block;
     for (std::int32_t r = 1; r <= n; ++r) {
-        const auto row = static_cast<std::size_t>(r);
-        const std::string& date = x(row, kDate);
+        const Entry& e = x[static_cast<std::size_t>(r)];
+        const std::string& date = e.date;
         if (date < DesdeFecha || date > HastaFecha) continue;
-        const std::string& mark = x(row, kMark);
+        const std::string& mark = e.mark;
         if (mark == "1" || mark == "2") {
             const bool wanted = mark == "1" ? Show1 : Show2;
             if (!wanted) continue;
@@ -79,13 +78,13 @@ void AppendAccountBody(std::string& text, const TextTable& x, std::int32_t n,
             continue;
         }
         if (!Show0) continue;
-        if (!ShowApertura && x(row, kClass) > "9") continue;
+        if (!ShowApertura && e.entryClass > "9") continue;
         if (gapPending) {
             text += kCrLf;
             gapPending = false;
         }
-        AppendEntryLine(text, x, row);
-        total += ToDouble(x(row, kDebit)) + ToDouble(x(row, kCredit));
+        AppendEntryLine(text, e);
+        total += e.debit.value + e.credit.value;
     }
     text += kCrLf;
     AppendClosing(text, "Total", total);
@@ -102,7 +101,7 @@ void DoInforme(Pndra& w, const std::string& cuenta, const std::string& DesdeFech
     {
         QvOLE70 server;
         bool ok = false;
-        OpenEmp(w, server, w.ActiveCompanyFile, ok);
+        OpenEmp(w.session, server, w.session.ActiveCompanyFile, ok);
         if (!ok) return;
         server.SelectAccount(cuenta, "", "");
         if (server.HasBalances() == 0) {
@@ -124,15 +123,14 @@ void DoInforme(Pndra& w, const std::string& cuenta, const std::string& DesdeFech
         server.CloseCompany();
     }
 
-    w.CompanyCount = 0;
-    std::int32_t n = 0;
-    const TextTable x = GetExtracto(w, w.ActiveCompanyFile, cuenta, n);
-    AppendAccountBody(text, x, n, DesdeFecha, HastaFecha, Show1, Show2, ShowApertura, Show0, Minimo,
-                      balance);
+    const Extract x = GetExtracto(w.session, w.session.ActiveCompanyFile, cuenta);
+    w.EntryFiles = x.entryFiles;
+    AppendAccountBody(text, x.rows, x.count(), DesdeFecha, HastaFecha, Show1, Show2, ShowApertura,
+                      Show0, Minimo, balance);
 }
 
 void Informe_Click(Pndra& w) {
-    QvLibrary& lib = w.Lib();
+    QvLibrary& lib = w.session.Lib();
     const std::string unmatched = CheckSetting(lib, "nopunteados", "1");
     const std::string unbalanced = CheckSetting(lib, "Nocuadrados", "0");
     const std::string balanced = CheckSetting(lib, "Punteadosycuadrados", "0");
@@ -163,8 +161,8 @@ void Informe_Click(Pndra& w) {
     QvFileControl2 chart;
     std::int32_t status = 0;
     chart.OpenFile(
-        FolderOf(w.ActiveCompanyFile) + "Planc" + CompanyCode(w.ActiveCompanyFile) + ".qvd", "",
-        status);
+        ChartFile(FolderOf(w.session.ActiveCompanyFile), CompanyCode(w.session.ActiveCompanyFile)),
+        "", status);
     chart.SetFilter(ChartFilter(menu.GetText(kItemFromAccount), menu.GetText(kItemToAccount),
                                 menu.GetText(kItemMask)));
     chart.MoveFirst();
@@ -196,7 +194,7 @@ void Informe_Click(Pndra& w) {
     std::int32_t destination = AsInteger(MenuNumber(menu.GetVal(kItemOutput)));
     std::int32_t one = 1;
     lib.PrintReport(destination, kReportTitle, report, DateText(TodaySystemText()), kReportColumns,
-                    kReportAlignments, "", CleanName(w.ActiveCompanyFile), one, "");
+                    kReportAlignments, "", CleanName(w.session.ActiveCompanyFile), one, "");
 }
 
 }  // namespace pendara

@@ -4,8 +4,9 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
-#include "host/text_table.h"
+#include "model/entry.h"
 
 namespace pendara {
 
@@ -43,7 +44,7 @@ void DoInforme(Pndra& w, const std::string& cuenta, const std::string& DesdeFech
 
 // The part of DoInforme after the extract is loaded: appends the body lines of rows 1..n of the
 // extract and the closing lines (total, balance, difference) to `text`.
-void AppendAccountBody(std::string& text, const TextTable& x, std::int32_t n,
+void AppendAccountBody(std::string& text, const std::vector<Entry>& x, std::int32_t n,
                        const std::string& DesdeFecha, const std::string& HastaFecha, bool Show1,
                        bool Show2, bool ShowApertura, bool Show0, double Minimo, double balance);
 

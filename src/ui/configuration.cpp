@@ -28,7 +28,7 @@ std::int16_t MarkAsLength(const std::string& stored) {
 }  // namespace
 
 void ConfigurarPunteo(Pndra& w) {
-    QvLibrary& lib = w.Lib();
+    QvLibrary& lib = w.session.Lib();
     Menu menu(w);
     menu.caption = "Configuración de Punteo";
     const std::string correct = lib.GetSetting("Punteo0", "", "1", "");

@@ -77,7 +77,7 @@ void Form_QueryUnload(Pndra&, int& cancel, int) {
 void List2_Click(Pndra& w) {
     if (!LoadSelectedAccount(w)) return;
     Toolbar2_Click(w, 2);
-    if (LeadingNumber(w.Lib().GetSetting("Punteo2", "", "0")) == 1) revisarsaldos_Click(w);
+    if (LeadingNumber(w.session.Lib().GetSetting("Punteo2", "", "0")) == 1) revisarsaldos_Click(w);
 }
 
 void Option1_Click(Pndra& w, int index) {

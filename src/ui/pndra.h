@@ -10,14 +10,13 @@
 #include <string>
 #include <vector>
 
+#include "companies/session.h"
 #include "host/desktop_port.h"
 #include "ui/controls.h"
 #include "ui/gauge.h"
 #include "ui/str_builder.h"
 
 namespace pendara {
-
-class QvLibrary;
 
 // Button maps of the two toolbars and of the group-run state.
 inline constexpr const char* kToolbar1Images = "80,20,-1,23,-1,78,17,25,8,12,13,112";
@@ -36,9 +35,6 @@ inline constexpr const char* kToolbar2Tips =
 inline constexpr std::uint32_t kColourBlack = 0;
 inline constexpr std::uint32_t kColourRed = 255;
 
-// The catalogue starts with room for this many companies and grows when a chain is longer.
-inline constexpr int kCatalogueSize = 100;
-
 class Pndra {
   public:
     explicit Pndra(DesktopPort& port);
@@ -47,16 +43,16 @@ class Pndra {
     Pndra& operator=(const Pndra&) = delete;
 
     DesktopPort& port;
-    // The host library object, created on first use and kept for the life of the window.
-    QvLibrary& Lib();
+    // The process-wide state the operations share: catalogue, access key, current company.
+    Session session;
 
     // --- Controls -----------------------------------------------------------------------------
     TextBox CTA;     // the active account (hidden)
     TextBox Text1;   // account mask for the account list
     TextBox newref;  // the next reference number (hidden)
     TextBox DesFac;  // "Descripción para facturas:", starts as " Fra"
-    Grid SGrid1{8};  // open debit entries
-    Grid SGrid2{8};  // open credit entries
+    Grid SGrid1;     // open debit entries
+    Grid SGrid2;     // open credit entries
     ListBox List1;   // companies taking part (hidden); item data = index into ConsultedFiles
     ListBox List2;   // the account list
     Frame Frame1, Frame2, Frame3, Frame4, Frame5, Frame7;
@@ -74,16 +70,9 @@ class Pndra {
 
     // --- Process-wide state ------------------------------------------------------------------
     std::string CommandLine;  // the whole command line, untrimmed
-    std::string ActiveCompanyFile;
-    std::string FirstCompanyFile;
-    std::string CurrentFolder;
-    std::string CurrentCode;
-    std::string AccessKey;
-    std::vector<std::string> ConsultedFiles = std::vector<std::string>(kCatalogueSize);
-    std::int32_t ConsultedCount = 0;
-    std::int32_t CompanyCount = 0;
-    std::vector<std::string> CompanyFiles{""};  // index 0 unused
-    std::vector<std::string> EntryFiles{""};    // index 0 unused
+    // The entries files of the chain of the account last loaded, by company number (index 0
+    // unused): where a save writes the grids' rows.
+    std::vector<std::string> EntryFiles{""};
     bool PendingOnly = false;
     bool Activated = false;
     bool StopRequested = false;
@@ -106,9 +95,6 @@ class Pndra {
 
     // The text of the selected company-list entry's catalogue file ("" when none is selected).
     std::string SelectedCompanyFile() const;
-
-  private:
-    std::unique_ptr<QvLibrary> library_;
 };
 
 }  // namespace pendara

@@ -11,22 +11,22 @@ namespace {
 
 // An extract with rows 1..n (row 0 empty) and a spare empty row past the last, as loads leave.
 struct Extract {
-    TextTable t{1, 13};
+    std::vector<Entry> t = std::vector<Entry>(1);
     std::int32_t last = 0;
 
     // amount > 0 is a debit, < 0 a credit.
     Extract& Row(const std::string& ref, double amount, const std::string& date = "C50115",
                  const std::string& entry = "1", const std::string& desc = "Fra. 1") {
         ++last;
-        t.resize(static_cast<std::size_t>(last + 2), 13);
-        auto r = static_cast<std::size_t>(last);
-        t(r, 0) = std::to_string(last);
-        t(r, 2) = date;
-        t(r, 3) = entry;
-        t(r, 4) = desc;
-        t(r, 5) = amount > 0 ? ValueText(amount) : "0";
-        t(r, 6) = amount > 0 ? "0" : ValueText(amount);
-        t(r, 11) = ref;
+        t.resize(static_cast<std::size_t>(last + 2));
+        Entry& e = t[static_cast<std::size_t>(last)];
+        e.record = std::to_string(last);
+        e.date = date;
+        e.entry = entry;
+        e.description = desc;
+        e.debit = Amount::Of(amount > 0 ? ValueText(amount) : "0");
+        e.credit = Amount::Of(amount > 0 ? "0" : ValueText(amount));
+        e.reference = ref;
         return *this;
     }
     std::vector<std::int16_t> Flags() const {
@@ -152,9 +152,9 @@ TEST(ProcessRef, StartingRowCountsDebitPlusCreditOthersTheirAmount) {
     Extract x;
     x.Row("R", 10).Row("R", -4);
     // A starting row carrying both amounts adds both; its line shows the debit.
-    x.t(1, 6) = "-3";
+    x.t[1].credit = Amount::Of("-3");
     // A later row carrying both shows and counts only the debit.
-    x.t(2, 5) = "2";
+    x.t[2].debit = Amount::Of("2");
     Result r = RunBoth(x, 1, 0);
     EXPECT_EQ(r.total, 10 - 3 + 2);
     EXPECT_NE(r.text.find(FormatAmount(10) + "\r\n"), std::string::npos);

@@ -34,8 +34,6 @@ class BalanceReviewTest : public testing::SettingsTest {
         l.SetActive(y25);
         port.QueueInput("clave");
         LoadEmpresas(w);
-        w.CompanyCount = 2;
-        w.CompanyFiles = {"", y25, y24};
         w.EntryFiles = {"", l.EntriesFile(y25), l.EntriesFile(y24)};
     }
     void Select(const std::string& entry) {

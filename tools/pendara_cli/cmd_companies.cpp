@@ -18,7 +18,7 @@ int Run(const std::vector<std::string>& args) {
     const Pndra& w = s.window();
     for (int i = 0; i < w.List1.ListCount(); ++i) {
         const auto k = static_cast<std::size_t>(w.List1.ItemData(i));
-        std::cout << w.List1.List(i) << '\t' << w.ConsultedFiles.at(k) << '\n';
+        std::cout << w.List1.List(i) << '\t' << w.session.ConsultedFiles.at(k) << '\n';
     }
     return 0;
 }

@@ -22,12 +22,11 @@ namespace {
 
 // Whether the chart of accounts of some company of the chain holds the code.
 bool InSomeChart(const Pndra& w, const std::string& account) {
-    for (std::int32_t i = 0; i < w.ConsultedCount; ++i) {
-        const std::string& company = w.ConsultedFiles[static_cast<std::size_t>(i)];
+    for (const std::string& company : w.session.ConsultedFiles) {
         if (Trim(company).empty()) continue;
         const std::string file = NormaliseCompanyName(company);
         QvFileControl2 chart;
-        chart.OpenFile(FolderOf(file) + "Planc" + CompanyCode(file) + ".qvd", "");
+        chart.OpenFile(ChartFile(FolderOf(file), CompanyCode(file)), "");
         chart.SetFilter("Cuenta = " + Trim(account));
         chart.MoveFirst();
         const bool found = !chart.IsEof();
@@ -60,7 +59,7 @@ int Run(const std::vector<std::string>& argv) {
     RunEvent(w, [&] {
         LoadEmpresas(w);
         if (w.List1.ListCount() == 0) throw HostError("No hay empresa activa");
-        const std::string company = w.ConsultedFiles[w.List1.ItemData(0)];
+        const std::string company = w.session.ConsultedFiles[w.List1.ItemData(0)];
         PVporImportes(w, company, account);
     });
     // Empty grids are the answer for an account without movements in the open company; for a

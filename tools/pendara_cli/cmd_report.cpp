@@ -157,7 +157,7 @@ int Run(const std::vector<std::string>& raw) {
     if (from.empty() || to.empty()) {
         // No active account: the whole chart.
         std::string lowest, highest;
-        for (const ChartAccount& c : ReadAccounts(w.ActiveCompanyFile)) {
+        for (const ChartAccount& c : ReadAccounts(w.session.ActiveCompanyFile)) {
             if (c.nivel != 0) continue;
             if (lowest.empty() || c.cuenta < lowest) lowest = c.cuenta;
             if (highest.empty() || c.cuenta > highest) highest = c.cuenta;

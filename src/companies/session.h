@@ -1,0 +1,46 @@
+#pragma once
+// What every operation of the program works against: the desktop port, the host library, the
+// company catalogue built at start (the active company and the companies of its earlier years),
+// the access key last typed, and the company whose entries file was last listed or cleared.
+// Front ends hold one session for the life of the program and hand it to the services.
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace pendara {
+
+class DesktopPort;
+class QvLibrary;
+
+class Session {
+  public:
+    explicit Session(DesktopPort& port);
+    ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    DesktopPort& port;
+    // The host library object, created on first use and kept for the life of the session.
+    QvLibrary& Lib();
+
+    // The company the host package marks as active (registry value "Active").
+    std::string ActiveCompanyFile;
+    // The earliest company of the active company's chain, ending in ".QVT": it keeps the
+    // reference counter. Empty when the chain could not be opened.
+    std::string FirstCompanyFile;
+    // Data folder (with its separator) and code of the company whose entries were last listed
+    // or cleared; the look-ups of new references go to its entries file.
+    std::string CurrentFolder;
+    std::string CurrentCode;
+    // The access key last typed; offered first whenever a company is opened.
+    std::string AccessKey;
+    // The catalogue: the companies of the chain in the order they were added (0 = the active
+    // company, 1 its predecessor...).
+    std::vector<std::string> ConsultedFiles;
+
+  private:
+    std::unique_ptr<QvLibrary> library_;
+};
+
+}  // namespace pendara
