@@ -33,11 +33,12 @@
 #include "host/settings.h"
 #include "matching/matching_run.h"
 #include "matching/references.h"
-#include "posting/save.h"
 #include "posting_common.h"
 #include "support/scripted_port.h"
 #include "ui/main_window.h"
+#include "ui/matching_handlers.h"
 #include "ui/pndra.h"
+#include "ui/posting_handlers.h"
 
 namespace pendara {
 namespace {

@@ -21,6 +21,7 @@
 #include "matching/matching_run.h"
 #include "matching/references.h"
 #include "support/scripted_port.h"
+#include "ui/matching_handlers.h"
 #include "ui/pndra.h"
 
 namespace pendara {

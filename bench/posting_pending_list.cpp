@@ -7,6 +7,7 @@
 #include "host/settings.h"
 #include "posting_common.h"
 #include "support/scripted_port.h"
+#include "ui/account_list_handlers.h"
 #include "ui/pndra.h"
 
 namespace pendara {

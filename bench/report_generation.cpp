@@ -25,7 +25,9 @@
 #include "matching/extract.h"
 #include "reports/report.h"
 #include "support/scripted_port.h"
+#include "ui/main_window.h"
 #include "ui/pndra.h"
+#include "ui/report_handlers.h"
 
 namespace pendara {
 namespace {
@@ -176,13 +178,15 @@ void BM_PartExtract(benchmark::State& state) {
     state.counters["rows"] = static_cast<double>(rows);
 }
 
-// Text: per account, the text from the loaded extract (loading not timed).
+// Text: per account, the report and its text from the loaded extract (loading not timed).
 void BM_PartText(benchmark::State& state) {
     Data& d = GetData();
     ScriptedPort port;
     Pndra w(port);
     LoadEmpresas(w);
-    const std::string from = DateText("01/01/99"), to = DateText("31/12/26");
+    ReportOptions options;
+    options.fromDate = DateText("01/01/99");
+    options.toDate = DateText("31/12/26");
     std::size_t bytes = 0;
     Clock clock;
     for (auto _ : state) {
@@ -190,10 +194,12 @@ void BM_PartText(benchmark::State& state) {
         for (const std::string& a : d.accounts) {
             state.PauseTiming();
             Extract x = GetExtracto(w.session, d.active, a);
-            std::string text;
+            AccountReport report;
+            report.listed = true;
             state.ResumeTiming();
             clock.Start();
-            AppendAccountBody(text, x.rows, x.count(), from, to, false, false, false, true, 0, 0);
+            AccountBody(report, x.rows, x.count(), options);
+            const std::string text = AccountText(report);
             clock.Stop();
             bytes += text.size();
         }

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "companies/account_list.h"
 #include "companies/session.h"
 #include "host/company_file.h"
 #include "host/conversions.h"
@@ -11,7 +12,6 @@
 #include "host/qv_library.h"
 #include "host/qv_ole70.h"
 #include "host/settings.h"
-#include "ui/pndra.h"
 
 namespace pendara {
 
@@ -42,15 +42,6 @@ void LoadCatalogue(Session& s, const std::function<void(const std::string&)>& ad
     s.ConsultedFiles.clear();
     s.ActiveCompanyFile = GetRegValue("Active").text();
     LoadEmp(s, s.ActiveCompanyFile, added);
-}
-
-void LoadEmpresas(Pndra& w) {
-    LoadCatalogue(w.session, [&w](const std::string& file) {
-        // The entry's item data is the file's place in the catalogue.
-        int index = w.List1.AddItem(CleanName(file));
-        w.List1.SetItemData(index, static_cast<std::int32_t>(w.session.ConsultedFiles.size() - 1));
-    });
-    if (w.List1.ListCount() > 0) w.List1.SetListIndex(0);
 }
 
 void LoadEmp(Session& s, const std::string& empresa,
@@ -113,8 +104,9 @@ std::string ChartFile(const std::string& folder, const std::string& code) {
     return folder + "Planc" + code + ".qvd";
 }
 
-void ClearAccountReferences(Session& s, const std::string& cuenta) {
-    std::string code = cuenta.substr(0, cuenta.find(' '));
+std::int32_t ClearAccountReferences(Session& s, const std::string& cuenta) {
+    const std::string code = AccountCode(cuenta);
+    std::int32_t cleared = 0;
     for (std::string path : s.ConsultedFiles) {
         if (Trim(path).empty()) continue;
         path = NormaliseCompanyName(path);
@@ -132,10 +124,12 @@ void ClearAccountReferences(Session& s, const std::string& cuenta) {
             file.PutField(23, 0, "");
             file.PutField(7, 0, "0");
             file.Update();
+            ++cleared;
             file.MoveNext();
         }
         file.CloseFile();
     }
+    return cleared;
 }
 
 }  // namespace pendara

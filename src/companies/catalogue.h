@@ -3,12 +3,12 @@
 // companies of its previous years; opening a company with its access key; a company's code; and
 // the clearing of one account's references in every company of the catalogue.
 
+#include <cstdint>
 #include <functional>
 #include <string>
 
 namespace pendara {
 
-class Pndra;
 class QvOLE70;
 class Session;
 
@@ -18,8 +18,6 @@ void LoadCatalogue(Session& s, const std::function<void(const std::string&)>& ad
 // Adds `empresa` and, recursively, its predecessors.
 void LoadEmp(Session& s, const std::string& empresa,
              const std::function<void(const std::string&)>& added = {});
-// Builds the catalogue and shows it in the company list (List1), whose first entry is selected.
-void LoadEmpresas(Pndra& w);
 // Opens `empresa` on `server`, asking for the access key while the host refuses it; returns only
 // with the company open (ok true); otherwise the program ends (ProgramEnd).
 void OpenEmp(Session& s, QvOLE70& server, const std::string& empresa, bool& ok);
@@ -30,7 +28,8 @@ std::string CompanyCode(const std::string& empresa);
 std::string EntriesFile(const std::string& folder, const std::string& code);
 std::string ChartFile(const std::string& folder, const std::string& code);
 // Empties "Referencia punteo" and resets "Marca" of every entry of the account in every company
-// of the catalogue; `cuenta` may be an account-list entry "code name".
-void ClearAccountReferences(Session& s, const std::string& cuenta);
+// of the catalogue; `cuenta` may be an account-list entry "code name". Returns how many entries
+// were cleared.
+std::int32_t ClearAccountReferences(Session& s, const std::string& cuenta);
 
 }  // namespace pendara

@@ -12,6 +12,7 @@ namespace pendara {
 
 class DesktopPort;
 class QvLibrary;
+class ReferenceCounter;
 
 class Session {
   public:
@@ -23,6 +24,10 @@ class Session {
     DesktopPort& port;
     // The host library object, created on first use and kept for the life of the session.
     QvLibrary& Lib();
+    // Where every new reference is drawn: the chain's counter unless another was set.
+    ReferenceCounter& Counter();
+    // Draws from `counter` (not owned) from now on; nullptr goes back to the chain's counter.
+    void SetCounter(ReferenceCounter* counter) { counter_ = counter; }
 
     // The company the host package marks as active (registry value "Active").
     std::string ActiveCompanyFile;
@@ -41,6 +46,8 @@ class Session {
 
   private:
     std::unique_ptr<QvLibrary> library_;
+    std::unique_ptr<ReferenceCounter> chainCounter_;
+    ReferenceCounter* counter_ = nullptr;
 };
 
 }  // namespace pendara

@@ -9,8 +9,6 @@
 
 namespace pendara {
 
-class TextBox;
-
 class QvLibrary {
   public:
     explicit QvLibrary(DesktopPort& port) : port_(port) {}
@@ -34,8 +32,10 @@ class QvLibrary {
                                     const std::string& code, std::int32_t a = 1, std::int32_t b = 2,
                                     const std::string& s = "", std::int32_t c = 1);
 
-    // The key filter of account boxes: digits and editing keys pass, others become 0.
-    void AccountKeyPress(TextBox& box, std::int32_t a, std::int32_t b, std::int32_t& key);
+    // The key filter of account boxes (`boxText`: what the box holds): digits and editing keys
+    // pass, others become 0.
+    void AccountKeyPress(const std::string& boxText, std::int32_t a, std::int32_t b,
+                         std::int32_t& key);
 
     // The generic parameter dialog (see Menu).
     bool ParameterDialog(const std::string& caption, ParameterValues& values,

@@ -4,38 +4,17 @@
 #include <string_view>
 #include <utility>
 
-#include "companies/catalogue.h"
 #include "companies/session.h"
 #include "host/conversions.h"
 #include "host/qv_library.h"
-#include "host/qv_ole70.h"
 #include "host/utf8.h"
 #include "matching/check_ref.h"
 #include "matching/extract.h"
 #include "matching/references.h"
-#include "ui/pndra.h"
 
 namespace pendara {
 
 namespace {
-
-constexpr std::int32_t kPeriods = 15;
-const char* const kEnhancedSetting = "PunteoMejorado";
-
-void ShowBalance(Pndra& w, QvOLE70& server) {
-    double balance = 0;
-    for (std::int32_t p = 0; p < kPeriods; ++p) {
-        balance += server.GetPeriodDebit(1, p);
-        balance += server.GetPeriodCredit(1, p);
-    }
-    w.SaldoCta.setCaption("Saldo Cuenta: " + FormatAmountPlain(balance));
-    w.Image1[0].setVisible(false);
-    w.Image1[1].setVisible(false);
-    bool zero = balance == 0;
-    w.SaldoCta.setForeColor(zero ? kColourBlack : kColourRed);
-    w.SaldoCta.setBold(!zero);
-    w.Image1[zero ? 0 : 1].setVisible(true);
-}
 
 // The year of a compact date: its first two characters.
 std::string_view YearOf(const std::string& date) {
@@ -51,21 +30,6 @@ std::vector<GridRow> GridRows(const std::vector<Entry>& rows, const std::vector<
     // A list keeps its empty item, so a grid always gets a row.
     if (out.empty()) out.emplace_back();
     return out;
-}
-
-// The gauge is redrawn only when the percentage it shows changes.
-std::function<void(std::int32_t, std::int32_t)> GaugeProgress(Pndra& w) {
-    return [&w, shown = -2](std::int32_t value, std::int32_t maximum) mutable {
-        if (value == -1 || maximum <= 0) {
-            w.UpdateGauge(value);
-            shown = -2;
-            return;
-        }
-        int p = Gauge::Percent(value, maximum);
-        if (p == shown) return;
-        shown = p;
-        w.UpdateGauge(value, maximum);
-    };
 }
 
 }  // namespace
@@ -143,7 +107,7 @@ MatchedRows MatchExtract(Session& s, Extract& x, const MatchOptions& options) {
         out.searchLimitReached = EnhancedPasses(rows, debits, credits, groups).budgetReached;
     // The numbers are drawn in one go, in the order the groups formed, as one draw per group
     // would give them.
-    const std::vector<std::string> refs = NewReferences(s, groups.count());
+    const std::vector<std::string> refs = s.Counter().Next(groups.count());
     AssignReferences(debits, refs);
     AssignReferences(credits, refs);
     out.referencesDrawn = groups.count();
@@ -154,42 +118,8 @@ MatchedRows MatchExtract(Session& s, Extract& x, const MatchOptions& options) {
     return out;
 }
 
-void PVporImportes(Pndra& w, const std::string& empresa, const std::string& cuenta) {
-    const bool clearAll = w.Check1.value() == 1;
-    // A notice belongs to the run that gave it.
-    w.AvisoPunteo.setCaption("");
-    QvOLE70 server;
-    bool ok = false;
-    OpenEmp(w.session, server, empresa, ok);
-    if (!ok) return;
-
-    server.SelectAccount(cuenta, "", "");
-    if (server.HasBalances() == 0) {
-        server.CloseCompany();
-        for (Grid* g : {&w.SGrid1, &w.SGrid2}) {
-            g->Clear();
-            g->SetRows(1);
-        }
-        return;
-    }
-    ShowBalance(w, server);
-    w.TituloL.setCaption(server.GetAccountInfo(1).Title());
-
-    Extract x = GetExtracto(w.session, empresa, cuenta);
-    w.EntryFiles = x.entryFiles;
-    MatchOptions options;
-    options.clearAll = clearAll;
-    options.invoiceKey = w.DesFac.text();
-    options.enhanced =
-        w.EnhancedForced || w.session.Lib().GetSetting(kEnhancedSetting, "", "0") == "1";
-    options.progress = GaugeProgress(w);
-    MatchedRows m = MatchExtract(w.session, x, options);
-    if (m.searchLimitReached)
-        w.AvisoPunteo.setCaption("Punteo mejorado: la cuenta " + Trim(cuenta) +
-                                 " llegó al límite de búsqueda; pueden quedar partidas que "
-                                 "se podrían puntear.");
-    w.SGrid1.SetRowsFrom(std::move(m.debits));
-    w.SGrid2.SetRowsFrom(std::move(m.credits));
+bool EnhancedModeSetting(QvLibrary& lib) {
+    return lib.GetSetting(kEnhancedSetting, "", "0") == "1";
 }
 
 }  // namespace pendara

@@ -15,7 +15,7 @@
 
 namespace pendara {
 
-class Pndra;
+class QvLibrary;
 class Session;
 
 // Of the entries whose class sorts after "9" only the first opening entry ("A") of the earliest
@@ -50,8 +50,8 @@ MatchedRows MatchExtract(Session& s, Extract& x, const MatchOptions& options);
 EnhancedStats EnhancedPasses(const std::vector<Entry>& rows, std::vector<AmountItem>& debits,
                              std::vector<AmountItem>& credits, GroupNumbers& groups);
 
-// `empresa`: the company file chosen in the company list; `cuenta`: the account code. Writes
-// nothing to the accounting data except the reference counter.
-void PVporImportes(Pndra& w, const std::string& empresa, const std::string& cuenta);
+// The stored option of the enhanced matching mode (PunteoMejorado): on when it is exactly "1".
+inline constexpr const char* kEnhancedSetting = "PunteoMejorado";
+bool EnhancedModeSetting(QvLibrary& lib);
 
 }  // namespace pendara

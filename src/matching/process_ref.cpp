@@ -26,23 +26,37 @@ void ForEachInGroup(std::int32_t row, const std::vector<Entry>& x, const Referen
         if (x[static_cast<std::size_t>(r)].reference == ref) f(static_cast<std::size_t>(r));
 }
 
-}  // namespace
-
 double RowAmount(const Entry& e) {
     return e.debit.value != 0 ? e.debit.value : e.credit.value;
 }
 
-void AppendEntryLine(std::string& out, const Entry& e) {
-    out += DateText(e.date);
+}  // namespace
+
+ReportEntry EntryLine(const Entry& e) {
+    return {e.date, e.entry, e.description, e.reference, RowAmount(e)};
+}
+
+void AppendEntryText(std::string& out, const ReportEntry& line) {
+    out += DateText(line.date);
     out += '\t';
-    out += e.entry;
+    out += line.entry;
     out += '\t';
-    out += e.description;
+    out += line.description;
     out += '\t';
-    out += e.reference;
+    out += line.reference;
     out += '\t';
-    out += FormatAmount(RowAmount(e));
+    out += FormatAmount(line.amount);
     out += "\r\n";
+}
+
+std::string GroupText(const ReportGroup& group) {
+    std::string block = "\r\n*Referencia: " + group.reference + "\r\n";
+    for (const ReportEntry& line : group.entries)
+        AppendEntryText(block, line);
+    block += "\t\tSaldo\t";
+    block += FormatAmount(group.balance);
+    block += "\r\n";
+    return block;
 }
 
 ReferenceChains::ReferenceChains(const std::vector<Entry>& extract, std::int32_t last)
@@ -58,12 +72,12 @@ ReferenceChains::ReferenceChains(const std::vector<Entry>& extract, std::int32_t
     }
 }
 
-void ProcessRef(std::int32_t row, std::vector<std::int16_t>& processed,
-                const std::vector<Entry>& extract, double& total, const ReferenceChains* chains,
-                std::int32_t last, double minimum, std::string& text) {
-    text.clear();
+std::optional<ReportGroup> ProcessRef(std::int32_t row, std::vector<std::int16_t>& processed,
+                                      const std::vector<Entry>& extract, double& total,
+                                      const ReferenceChains* chains, std::int32_t last,
+                                      double minimum) {
     const auto start = static_cast<std::size_t>(row);
-    if (processed[start] != 0) return;
+    if (processed[start] != 0) return std::nullopt;
     processed[start] = kTrue;
     const Entry& first = extract[start];
     const double opening = first.debit.value + first.credit.value;
@@ -76,23 +90,22 @@ void ProcessRef(std::int32_t row, std::vector<std::int16_t>& processed,
         if (-minimum <= sum && sum <= minimum) {
             ForEachInGroup(row, extract, chains, last,
                            [&](std::size_t r) { processed[r] = kTrue; });
-            return;
+            return std::nullopt;
         }
     }
 
+    ReportGroup group;
+    group.reference = first.reference;
+    group.entries.push_back(EntryLine(first));
     double sum = opening;
-    std::string block = "\r\n*Referencia: " + first.reference + "\r\n";
-    AppendEntryLine(block, first);
     ForEachInGroup(row, extract, chains, last, [&](std::size_t r) {
         processed[r] = kTrue;
         sum += RowAmount(extract[r]);
-        AppendEntryLine(block, extract[r]);
+        group.entries.push_back(EntryLine(extract[r]));
     });
-    block += "\t\tSaldo\t";
-    block += FormatAmount(sum);
-    block += "\r\n";
+    group.balance = sum;
     total += sum;
-    text = std::move(block);
+    return group;
 }
 
 }  // namespace pendara

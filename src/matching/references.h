@@ -25,6 +25,30 @@ std::string NewReference(Session& s);
 // of NewReference would give, with one cursor and one counter lock per block of numbers.
 std::vector<std::string> NewReferences(Session& s, std::int32_t count);
 
+// Where new system references come from. The session's counter draws them from the chain's
+// counter (NewReference); a run that must not write (a dry run) puts a counter of its own in the
+// session, and every draw of the program goes through it.
+class ReferenceCounter {
+  public:
+    virtual ~ReferenceCounter() = default;
+    virtual std::string Next() = 0;
+    // The next `count` references, the same ones and in the same order as `count` calls of Next.
+    virtual std::vector<std::string> Next(std::int32_t count) = 0;
+};
+
+// The counter of the chain's earliest company file, through NewReference and NewReferences.
+class ChainCounter : public ReferenceCounter {
+  public:
+    explicit ChainCounter(Session& s) : session_(s) {}
+    std::string Next() override { return NewReference(session_); }
+    std::vector<std::string> Next(std::int32_t count) override {
+        return NewReferences(session_, count);
+    }
+
+  private:
+    Session& session_;
+};
+
 // The digits and blanks of the description from the key on (or from the first blank at or after
 // position 5 of a "J. "/"J " description when the key is absent), trimmed.
 std::string NumberFromDescription(const std::string& description, const std::string& key);

@@ -3,14 +3,12 @@
 #include <functional>
 #include <string>
 
-#include "companies/account_list.h"
 #include "companies/catalogue.h"
+#include "companies/session.h"
 #include "host/conversions.h"
 #include "host/paths.h"
 #include "host/qv_file_control.h"
 #include "host/qv_library.h"
-#include "host/utf8.h"
-#include "ui/pndra.h"
 
 namespace pendara {
 
@@ -18,17 +16,15 @@ namespace {
 
 constexpr const char* kFixedAccount = "4300000138";
 
-// Runs the record loop on the entries file of every company of the list, in list order.
+// Runs the record loop on the entries file of every company of the catalogue, in order.
 void ForEachCompany(
-    Pndra& w, const std::function<void(QvFileControl2&)>& loop,
+    Session& s, const std::function<void(QvFileControl2&)>& loop,
     const std::function<void(const std::string&, const std::string&)>& before = nullptr) {
-    for (int i = 0; i < w.List1.ListCount(); ++i) {
-        std::string path =
-            w.session.ConsultedFiles.at(static_cast<std::size_t>(w.List1.ItemData(i)));
+    for (std::string path : s.ConsultedFiles) {
         if (Trim(path).empty()) continue;
         path = NormaliseCompanyName(path);
         const std::string code = CompanyCode(path);
-        const std::string folder = w.session.Lib().GetCompanyDirs(path);
+        const std::string folder = s.Lib().GetCompanyDirs(path);
         QvFileControl2 entries;
         entries.OpenFile(EntriesFile(folder, code), "");
         if (before) before(folder, code);
@@ -44,9 +40,9 @@ void SelectFixedAccount(QvFileControl2& entries) {
 
 }  // namespace
 
-void Command1_Click(Pndra& w) {
+void ClearAllReferences(Session& s) {
     ForEachCompany(
-        w,
+        s,
         [](QvFileControl2& entries) {
             entries.MoveFirst();
             while (!entries.IsEof()) {
@@ -57,14 +53,14 @@ void Command1_Click(Pndra& w) {
                 entries.MoveNext();
             }
         },
-        [&w](const std::string& folder, const std::string& code) {
-            w.session.CurrentFolder = folder;
-            w.session.CurrentCode = code;
+        [&s](const std::string& folder, const std::string& code) {
+            s.CurrentFolder = folder;
+            s.CurrentCode = code;
         });
 }
 
-void Command2_Click(Pndra& w) {
-    ForEachCompany(w, [](QvFileControl2& entries) {
+void CopyField22ToReferences(Session& s) {
+    ForEachCompany(s, [](QvFileControl2& entries) {
         SelectFixedAccount(entries);
         while (!entries.IsEof()) {
             const std::string t = Trim(entries.GetField(22));
@@ -76,11 +72,10 @@ void Command2_Click(Pndra& w) {
             entries.MoveNext();
         }
     });
-    w.port.MsgBox("FIN", kVbOKOnly, "");
 }
 
-void Command3_Click(Pndra& w) {
-    ForEachCompany(w, [](QvFileControl2& entries) {
+void ResetFixedAccountMarks(Session& s) {
+    ForEachCompany(s, [](QvFileControl2& entries) {
         SelectFixedAccount(entries);
         while (!entries.IsEof()) {
             entries.Edit();
@@ -89,17 +84,6 @@ void Command3_Click(Pndra& w) {
             entries.MoveNext();
         }
     });
-    w.port.MsgBox("FIN", kVbOKOnly, "");
-}
-
-void Command4_Click(Pndra& w) {
-    w.List2.Clear();
-    BuscaCta_Click(w);
-    w.Text1.setText(w.CTA.text());
-    if (Utf8Length(w.Text1.text()) < 6) {
-        bool mode = false;
-        Carga_cuentas(w, mode);
-    }
 }
 
 }  // namespace pendara

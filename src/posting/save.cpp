@@ -10,10 +10,7 @@
 #include "host/conversions.h"
 #include "host/errors.h"
 #include "host/qv_library.h"
-#include "matching/puntear.h"
 #include "matching/references.h"
-#include "matching/sums.h"
-#include "ui/pndra.h"
 
 namespace pendara {
 
@@ -64,56 +61,6 @@ std::vector<GridRow> OpenRows(const std::vector<GridRow>& datos) {
 void SaveFailed(Session& s, const std::string& description) {
     s.port.MsgBox(std::string(kSaveFailureText) + "\n" + description, kVbOKOnly | kVbCritical, "");
     throw ProgramEnd{1};
-}
-
-void GrabaRef_Click(Pndra& w) {
-    std::vector<GridRow> debits = w.SGrid1.rows();
-    std::vector<GridRow> credits = w.SGrid2.rows();
-    Puntear(debits, credits);
-    // A grid that holds only its blank row is not posted.
-    const bool postDebits = !IsEmptyGrid(debits), postCredits = !IsEmptyGrid(credits);
-    AccountWrites writes{w.EntryFiles, {}};
-    if (postDebits || postCredits) {
-        try {
-            const std::size_t companies = w.EntryFiles.empty() ? 0 : w.EntryFiles.size() - 1;
-            const PostingMarks marks = ReadPostingMarks(w.session.Lib());
-            if (postDebits) FixRef(debits, companies, marks, writes.rows);
-            if (postCredits) FixRef(credits, companies, marks, writes.rows);
-        } catch (const HostError& e) {
-            SaveFailed(w.session, e.description());
-        } catch (const std::exception& e) {
-            SaveFailed(w.session, e.what());
-        }
-        try {
-            PostAccountWrites(writes, [&w](std::int32_t value, std::int32_t maximum) {
-                w.UpdateGauge(value, maximum);
-            });
-        } catch (const RowWriteError& e) {
-            SaveFailed(w.session, e.what());
-        }
-    }
-    w.SGrid1.SetRowsFrom(postDebits ? OpenRows(debits) : std::vector<GridRow>{});
-    w.SGrid2.SetRowsFrom(postCredits ? OpenRows(credits) : std::vector<GridRow>{});
-    w.newref.setText(NewReference(w.session));
-    DoSumas(w, w.newref.text());
-}
-
-void Grabartodo(Pndra& w) {
-    w.StopRequested = false;
-    w.UpdateGauge(-1);
-    std::int32_t done = 0;
-    const int n = w.List2.ListCount();
-    for (int i = n; i >= 1; --i) {
-        // The list can only shrink behind the walk; an entry that is gone is passed over.
-        if (i - 1 >= w.List2.ListCount()) continue;
-        w.UpdateGauge(done, w.List2.ListCount());
-        w.List2.SetListIndex(i - 1);
-        if (w.Image1[0].visible()) w.List2.RemoveItem(i - 1);
-        ++done;
-        w.port.DoEvents();
-        if (w.StopRequested) break;
-    }
-    w.UpdateGauge(0);
 }
 
 }  // namespace pendara

@@ -1,7 +1,6 @@
 #pragma once
-// Writing the matching of an account back into the companies' entries files: the punteo mark of
-// every grid row, the row writes (FixRef) and the rows that stay open; the save of the active
-// account and the group save over the whole account list.
+// Writing the matching of an account back into the companies' entries files: the row writes of
+// a grid (FixRef), the rows that stay open, and the end of a save that failed.
 
 #include <cstddef>
 #include <string>
@@ -12,7 +11,6 @@
 
 namespace pendara {
 
-class Pndra;
 class QvLibrary;
 class Session;
 
@@ -41,13 +39,5 @@ std::vector<GridRow> OpenRows(const std::vector<GridRow>& datos);
 
 // Shows kSaveFailureText and the description, then ends the program (ProgramEnd).
 [[noreturn]] void SaveFailed(Session& s, const std::string& description);
-
-// Marks both grids, writes every row's reference and mark, and reloads the grids with the rows
-// still open; then draws the next reference.
-void GrabaRef_Click(Pndra& w);
-
-// Selects every entry of the account list from the last to the first (loading, matching and
-// saving it) and drops the accounts that came out balanced; honours the stop request after each.
-void Grabartodo(Pndra& w);
 
 }  // namespace pendara

@@ -67,11 +67,15 @@ void ListBox::Clear() {
 }
 
 void ListBox::SetListIndex(int i) {
+    Select(i);
+    if (i >= 0 && onClick) onClick();
+}
+
+void ListBox::Select(int i) {
     if (i < -1 || i >= ListCount())
         throw std::out_of_range("ListBox::SetListIndex: índice fuera de la lista");
     listIndex_ = i;
     Changed();
-    if (i >= 0 && onClick) onClick();
 }
 
 Grid::Grid() : rows_(1) {

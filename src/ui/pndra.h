@@ -5,15 +5,16 @@
 
 #include <array>
 #include <cstdint>
-#include <memory>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "companies/session.h"
 #include "host/desktop_port.h"
+#include "host/gauge.h"
+#include "model/account.h"
 #include "ui/controls.h"
-#include "ui/gauge.h"
 #include "ui/str_builder.h"
 
 namespace pendara {
@@ -70,8 +71,8 @@ class Pndra {
 
     // --- Process-wide state ------------------------------------------------------------------
     std::string CommandLine;  // the whole command line, untrimmed
-    // The entries files of the chain of the account last loaded, by company number (index 0
-    // unused): where a save writes the grids' rows.
+    // The entries files of the chain the account last loaded was read from, by company number
+    // (index 0 unused): where a save writes the grids' rows.
     std::vector<std::string> EntryFiles{""};
     bool PendingOnly = false;
     bool Activated = false;
@@ -88,13 +89,21 @@ class Pndra {
     Gauge gauge;
     StrBuilder detailText;
 
+    // Shows the reference detail window modally over this state (the front end's window; nothing
+    // is shown without one).
+    std::function<void(Pndra&)> showReferenceDetail;
+
     // Draws the gauge (see Gauge::Update).
     void UpdateGauge(std::int32_t value, std::optional<std::int32_t> maximum = std::nullopt) {
         gauge.Update(value, maximum);
     }
+    // The services' progress, drawn on the gauge.
+    Progress GaugeProgress() { return pendara::GaugeProgress(gauge); }
 
     // The text of the selected company-list entry's catalogue file ("" when none is selected).
     std::string SelectedCompanyFile() const;
+    // The account on the grids, as a save takes it.
+    LoadedAccount Grids() const { return {EntryFiles, SGrid1.rows(), SGrid2.rows()}; }
 };
 
 }  // namespace pendara

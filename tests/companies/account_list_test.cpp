@@ -9,6 +9,7 @@
 #include "support/ledger.h"
 #include "support/scripted_port.h"
 #include "support/temp_dir.h"
+#include "ui/account_list_handlers.h"
 #include "ui/pndra.h"
 
 namespace pendara {

@@ -8,6 +8,7 @@
 #include "host/conversions.h"
 #include "support/ledger.h"
 #include "support/scripted_port.h"
+#include "ui/matching_handlers.h"
 #include "ui/pndra.h"
 
 namespace pendara {

@@ -34,6 +34,11 @@ struct Extract {
     }
 };
 
+// The block of report text a call gives: empty when nothing is printed.
+std::string Block(const std::optional<ReportGroup>& group) {
+    return group ? GroupText(*group) : std::string();
+}
+
 std::string Line(const std::string& date, const std::string& entry, const std::string& desc,
                  const std::string& ref, double amount) {
     return date + "\t" + entry + "\t" + desc + "\t" + ref + "\t" + FormatAmount(amount) + "\r\n";
@@ -50,10 +55,11 @@ Result RunBoth(const Extract& x, std::int32_t row, double minimum, double total 
                std::vector<std::int16_t> flags = {}) {
     if (flags.empty()) flags = x.Flags();
     Result plain{"", total, flags};
-    ProcessRef(row, plain.processed, x.t, plain.total, nullptr, x.last, minimum, plain.text);
+    plain.text =
+        Block(ProcessRef(row, plain.processed, x.t, plain.total, nullptr, x.last, minimum));
     ReferenceChains chains(x.t, x.last);
     Result fast{"", total, flags};
-    ProcessRef(row, fast.processed, x.t, fast.total, &chains, x.last, minimum, fast.text);
+    fast.text = Block(ProcessRef(row, fast.processed, x.t, fast.total, &chains, x.last, minimum));
     EXPECT_EQ(plain.text, fast.text);
     EXPECT_EQ(plain.total, fast.total);
     EXPECT_EQ(plain.processed, fast.processed);
@@ -140,11 +146,11 @@ TEST(ProcessRef, RowsBeforeTheStartAndAfterTheLastAreNeverExamined) {
     // A smaller `last` stops the group there.
     Result shorter{"", 0, x.Flags()};
     ReferenceChains chains(x.t, x.last);
-    ProcessRef(2, shorter.processed, x.t, shorter.total, &chains, 3, 0, shorter.text);
+    shorter.text = Block(ProcessRef(2, shorter.processed, x.t, shorter.total, &chains, 3, 0));
     EXPECT_EQ(shorter.total, 30);
     EXPECT_EQ(shorter.processed[4], 0);
     Result plain{"", 0, x.Flags()};
-    ProcessRef(2, plain.processed, x.t, plain.total, nullptr, 3, 0, plain.text);
+    plain.text = Block(ProcessRef(2, plain.processed, x.t, plain.total, nullptr, 3, 0));
     EXPECT_EQ(plain.text, shorter.text);
 }
 
@@ -182,8 +188,8 @@ TEST(ProcessRef, ChainsGiveTheSameResultsAsTheScanOnRandomExtracts) {
         std::shuffle(order.begin(), order.end(), rng);
         for (std::int32_t r : order) {
             std::string a, b;
-            ProcessRef(r, plainFlags, x.t, plainTotal, nullptr, x.last, minimum, a);
-            ProcessRef(r, fastFlags, x.t, fastTotal, &chains, x.last, minimum, b);
+            a = Block(ProcessRef(r, plainFlags, x.t, plainTotal, nullptr, x.last, minimum));
+            b = Block(ProcessRef(r, fastFlags, x.t, fastTotal, &chains, x.last, minimum));
             ASSERT_EQ(a, b) << "round " << round << " row " << r;
         }
         ASSERT_EQ(plainFlags, fastFlags);

@@ -6,7 +6,9 @@
 #include "support/ledger.h"
 #include "support/scripted_port.h"
 #include "support/temp_dir.h"
+#include "ui/main_window.h"
 #include "ui/pndra.h"
+#include "ui/posting_handlers.h"
 
 namespace pendara {
 namespace {

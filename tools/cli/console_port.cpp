@@ -167,8 +167,4 @@ void ConsolePort::OpenDocument(const std::string& file, const std::string& folde
     err_ << "Abra " << folder << file << "\n";
 }
 
-void ConsolePort::ShowReferenceDetail(Pndra&) {
-    err_ << "La ventana de detalle necesita el programa de escritorio.\n";
-}
-
 }  // namespace pendara

@@ -59,7 +59,6 @@ class ConsolePort : public DesktopPort {
     void DoEvents() override;
     void OpenDocument(const std::string& file, const std::string& folder) override;
     GaugeSurface& Gauge() override { return gauge_; }
-    void ShowReferenceDetail(Pndra& window) override;
 
     void setAssumeYes(bool yes) { assumeYes_ = yes; }
     // Run on every DoEvents (the headless stop request comes from a signal flag).

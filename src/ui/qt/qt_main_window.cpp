@@ -20,11 +20,11 @@
 #include <QToolBar>
 #include <QVBoxLayout>
 
-#include "companies/account_list.h"
 #include "host/errors.h"
-#include "posting/maintenance.h"
+#include "ui/account_list_handlers.h"
 #include "ui/main_window.h"
 #include "ui/pndra.h"
+#include "ui/posting_handlers.h"
 #include "ui/qt/gauge_widget.h"
 #include "ui/qt/grid_model.h"
 #include "ui/qt/icons.h"
@@ -112,6 +112,7 @@ MainWindow::MainWindow(Pndra& w, QtPort& port) : QWidget(nullptr), w_(w), port_(
     if (QScreen* s = screen()) dpi_ = s->logicalDotsPerInch();
     layout_ = DesignLayout();
     port_.SetParentWidget(this);
+    w_.showReferenceDetail = [this](Pndra& window) { port_.ShowReferenceDetail(window); };
     Build();
     BuildHidden();
     Refresh();

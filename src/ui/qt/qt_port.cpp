@@ -188,9 +188,8 @@ bool QtPort::ParameterDialog(const std::string& caption, ParameterValues& values
     };
     dlg.accountKey = [this](int key) {
         QvLibrary lib(*this);
-        TextBox box;
         std::int32_t k = key;
-        lib.AccountKeyPress(box, 3, 8, k);
+        lib.AccountKeyPress("", 3, 8, k);
         return static_cast<int>(k);
     };
     if (Exec(dlg) != QDialog::Accepted) return false;

@@ -16,6 +16,8 @@ class QDialog;
 
 namespace pendara {
 
+class Pndra;
+
 class QtPort : public DesktopPort {
   public:
     QtPort();
@@ -38,7 +40,8 @@ class QtPort : public DesktopPort {
     void DoEvents() override;
     void OpenDocument(const std::string& file, const std::string& folder) override;
     GaugeSurface& Gauge() override { return *gauge_; }
-    void ShowReferenceDetail(Pndra& window) override;
+    // The detail window "Detalle de Referencias", modal over the main window's state.
+    void ShowReferenceDetail(Pndra& window);
 
     GaugeWidget& gaugeWidget() { return *gauge_; }
 
