@@ -119,6 +119,11 @@ QVariant DetailModel::data(const QModelIndex& index, int role) const {
     switch (role) {
         case Qt::DisplayRole:
             return Q(window_.Cell(index.row() + 1, index.column()));
+        case Qt::ToolTipRole: {
+            const std::string& text = window_.Cell(index.row() + 1, index.column());
+            if (text.empty()) return {};
+            return Q(text);
+        }
         case Qt::TextAlignmentRole:
             return QVariant::fromValue(ToQt(window_.ColAlignment(index.column())));
         case Qt::BackgroundRole:

@@ -45,7 +45,7 @@ QString DescribeOutcome(const Outcome& o) {
                 "Referencias y punteo borrados en todas las cuentas de las empresas "
                 "consultadas.");
         case K::GroupSaveFinished:
-            return QStringLiteral("Grabación del grupo terminada: %1 de %2 (%3); %4 con saldo.")
+            return QStringLiteral("Grabación del grupo terminada: %1 de %2 (%3); %4.")
                 .arg(Counted(o.accountsDone, "cuenta guardada", "cuentas guardadas"),
                      QString::number(o.accountsTotal),
                      Counted(o.entriesWritten, "apunte escrito", "apuntes escritos"),
