@@ -37,12 +37,9 @@ bool CommandLineGiven(const Pndra& w) {
 
 // A number in plain decimal digits, as an account code is written.
 std::string PlainDigits(double number) {
-    char buf[64];
     if (std::fabs(number) < 1e15 && number == std::floor(number))
-        std::snprintf(buf, sizeof buf, "%.0f", number);
-    else
-        std::snprintf(buf, sizeof buf, "%.15g", number);
-    return buf;
+        return WritePlainNumber(number, 'f', 0);
+    return WritePlainNumber(number, 'g', 15);
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 #include "host/conversions.h"
 
+#include <array>
 #include <cctype>
+#include <charconv>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -169,7 +171,7 @@ double LeadingNumber(std::string_view t) {
         }
     }
     if (!digits) return 0.0;
-    return std::strtod(num.c_str(), nullptr);
+    return ReadPlainNumber(num);
 }
 
 double ToDouble(std::string_view t) {
@@ -198,7 +200,7 @@ double ToDouble(std::string_view t) {
         }
     }
     if (!digits) return 0.0;
-    return std::strtod(num.c_str(), nullptr);
+    return ReadPlainNumber(num);
 }
 
 double ParseNumber(std::string& t) {
@@ -242,13 +244,12 @@ std::string FormatAmountPlain(double value) {
     // Round the value as its 15-significant-digit decimal text shows it, half away from zero,
     // so that amounts held as doubles print the way they were typed.
     if (!std::isfinite(value)) return value != value ? "NaN" : (value > 0 ? "Inf" : "-Inf");
-    char buf[64];
-    std::snprintf(buf, sizeof buf, "%.14e", std::fabs(value));
+    const std::string buf = WritePlainNumber(std::fabs(value), 'e', 14);
     // buf is d.dddddddddddddde[+-]XX: 15 significant digits.
     std::string mant;
     mant += buf[0];
-    mant.append(buf + 2, buf + 16);
-    int exp10 = std::atoi(buf + 17);
+    mant.append(buf, 2, 14);
+    int exp10 = std::atoi(buf.c_str() + 17);
     // Decimal digits of |value| as integer digits and fraction digits.
     std::string intPart, fracPart;
     int pointPos = exp10 + 1;  // digits before the decimal point
@@ -301,9 +302,7 @@ std::string FormatAmount(double value) {
 
 std::string ValueText(double value) {
     if (value == 0) return "0";
-    char buf[64];
-    std::snprintf(buf, sizeof buf, "%.15G", value);
-    std::string s = buf;
+    std::string s = WritePlainNumber(value, 'G', 15);
     std::size_t e = s.find('E');
     std::string mant = e == std::string::npos ? s : s.substr(0, e);
     std::string ex = e == std::string::npos ? "" : s.substr(e);
@@ -315,6 +314,33 @@ std::string ValueText(double value) {
     for (char& c : mant)
         if (c == '.') c = ',';
     return mant + ex;
+}
+
+double ReadPlainNumber(std::string_view text) {
+    std::size_t i = 0;
+    while (i < text.size() && (text[i] == ' ' || (text[i] >= '\t' && text[i] <= '\r')))
+        ++i;
+    // from_chars reads a minus sign but not a plus sign.
+    if (i + 1 < text.size() && text[i] == '+' && text[i + 1] != '-') ++i;
+    double value = 0;
+    const char* first = text.data() + i;
+    const std::from_chars_result r =
+        std::from_chars(first, text.data() + text.size(), value, std::chars_format::general);
+    return r.ec == std::errc() ? value : 0.0;
+}
+
+std::string WritePlainNumber(double value, char conversion, int precision) {
+    std::chars_format format = std::chars_format::general;
+    if (conversion == 'e') format = std::chars_format::scientific;
+    if (conversion == 'f') format = std::chars_format::fixed;
+    std::array<char, 400> buf{};
+    const std::to_chars_result r =
+        std::to_chars(buf.data(), buf.data() + buf.size(), value, format, precision);
+    std::string s(buf.data(), r.ec == std::errc() ? r.ptr : buf.data());
+    if (conversion == 'G')
+        for (char& c : s)
+            if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+    return s;
 }
 
 }  // namespace pendara

@@ -45,6 +45,16 @@ double ToDouble(std::string_view t);
 // at most one "." as decimal point; stops at the first other character; 0 when there is none.
 double LeadingNumber(std::string_view t);
 
+// Numbers in the C library's own notation ("." as decimal point) whatever the process locale:
+// the window's toolkit switches the C library to the user's locale, where strtod and printf read
+// and write a decimal comma.
+// The number at the start of the text as strtod reads it in the C locale (blanks, an optional
+// sign, digits with "." as decimal point, an exponent); 0 when there is none.
+double ReadPlainNumber(std::string_view text);
+// The number as printf writes it with "%.<precision><conversion>" in the C locale; conversion is
+// 'e', 'f', 'g' or 'G'.
+std::string WritePlainNumber(double value, char conversion, int precision);
+
 // A host value given as text: a number in Spanish form with "," as decimal mark, no grouping,
 // at most 15 significant digits, no trailing zeros (1234.5 -> "1234,5", -60 -> "-60").
 std::string ValueText(double value);

@@ -128,7 +128,7 @@ struct QvFileControl2::Impl {
                 if (order->type == FieldType::Text)
                     scan.Bind(next++, std::string_view(fromKey));
                 else if (order->type == FieldType::Number)
-                    scan.Bind(next++, std::strtod(fromKey.c_str(), nullptr));
+                    scan.Bind(next++, ReadPlainNumber(fromKey));
                 else
                     scan.Bind(next++, static_cast<std::int64_t>(std::stoll(fromKey)));
             }

@@ -3,9 +3,13 @@
 #include <xlsxwriter.h>
 
 #include <algorithm>
+#include <clocale>
 #include <cstdio>
 #include <fstream>
 #include <stdexcept>
+#ifndef _WIN32
+#include <locale.h>
+#endif
 
 #include "host/conversions.h"
 #include "host/report_output.h"
@@ -14,6 +18,41 @@
 namespace pendara {
 
 namespace {
+
+// The spreadsheet library writes numbers with printf: while it works, this thread's numbers
+// follow the C locale, whatever locale the window's toolkit set for the user.
+class CNumbersForThisThread {
+  public:
+#ifdef _WIN32
+    CNumbersForThisThread() : perThread_(_configthreadlocale(_ENABLE_PER_THREAD_LOCALE)) {
+        if (const char* current = std::setlocale(LC_NUMERIC, nullptr)) saved_ = current;
+        std::setlocale(LC_NUMERIC, "C");
+    }
+    ~CNumbersForThisThread() {
+        std::setlocale(LC_NUMERIC, saved_.c_str());
+        _configthreadlocale(perThread_);
+    }
+
+  private:
+    int perThread_;
+    std::string saved_;
+#else
+    CNumbersForThisThread()
+        : c_(newlocale(LC_NUMERIC_MASK, "C", duplocale(LC_GLOBAL_LOCALE))),
+          previous_(c_ ? uselocale(c_) : nullptr) {}
+    ~CNumbersForThisThread() {
+        if (!c_) return;
+        uselocale(previous_);
+        freelocale(c_);
+    }
+
+  private:
+    locale_t c_;
+    locale_t previous_;
+#endif
+    CNumbersForThisThread(const CNumbersForThisThread&) = delete;
+    CNumbersForThisThread& operator=(const CNumbersForThisThread&) = delete;
+};
 
 std::string CsvField(const std::string& s) {
     if (s.find_first_of(";\"\r\n") == std::string::npos) return s;
@@ -27,9 +66,7 @@ std::string CsvField(const std::string& s) {
 
 // An amount as a Spanish spreadsheet reads a number: decimal comma, no grouping.
 std::string CsvNumber(double v) {
-    char buf[64];
-    std::snprintf(buf, sizeof buf, "%.2f", v);
-    std::string s = buf;
+    std::string s = WritePlainNumber(v, 'f', 2);
     std::replace(s.begin(), s.end(), '.', ',');
     return s == "-0,00" ? "0,00" : s;
 }
@@ -102,6 +139,7 @@ void WriteReportCsv(const ReportRequest& request, const std::string& path) {
 }
 
 void WriteReportXlsx(const ReportRequest& request, const std::string& path) {
+    const CNumbersForThisThread cNumbers;
     const ParsedReport report = ParseReport(request);
     lxw_workbook* wb = workbook_new(path.c_str());
     if (!wb) throw std::runtime_error("no se puede crear la hoja de cálculo " + path);

@@ -186,7 +186,7 @@ std::optional<double> ParsePlainNumber(std::string_view text) {
         }
     }
     if (!digits) return std::nullopt;
-    return std::strtod(plain.c_str(), nullptr);
+    return ReadPlainNumber(plain);
 }
 
 std::string ResolveFileName(const std::string& path) {

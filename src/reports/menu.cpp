@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "host/conversions.h"
 #include "host/desktop_port.h"
 #include "host/qv_library.h"
 #include "ui/pndra.h"
@@ -49,9 +50,7 @@ double MenuNumber(const MenuValue& v) {
 
 std::string MenuNumberText(double value) {
     if (value == 0) return "0";
-    char buf[40];
-    std::snprintf(buf, sizeof buf, "%.15G", value);
-    std::string s = buf;
+    std::string s = WritePlainNumber(value, 'G', 15);
     if (s.rfind("0.", 0) == 0) s.erase(0, 1);
     if (s.rfind("-0.", 0) == 0) s.erase(1, 1);
     return s;

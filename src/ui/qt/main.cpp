@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QFont>
 #include <QSessionManager>
+#include <clocale>
 #include <cstdlib>
 #include <string>
 
@@ -17,6 +18,9 @@
 int main(int argc, char** argv) {
     using namespace pendara;
     QApplication app(argc, argv);
+    // The toolkit set the C library to the user's locale. The program's own conversions do
+    // not depend on it, but the libraries under the data side may print numbers with printf.
+    std::setlocale(LC_NUMERIC, "C");
     QApplication::setApplicationName(QStringLiteral("Pendara"));
     QApplication::setFont(QFont(QStringLiteral("DejaVu Sans"), 8));
     InstallSpanishTranslations(app);
