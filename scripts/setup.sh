@@ -7,7 +7,7 @@ PACKAGES=(
     g++ cmake ninja-build pkg-config git
     libsqlite3-dev libsodium-dev libxlsxwriter-dev libhpdf-dev
     googletest libgtest-dev libgmock-dev libbenchmark-dev
-    qt6-base-dev libgl-dev
+    qt6-base-dev libgl-dev qt6-translations-l10n
     fonts-dejavu-core xkb-data
     xvfb xauth imagemagick poppler-utils x11-apps unzip
     locales

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <exception>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -47,16 +48,42 @@ void SaveGrid(Pndra& w, Grid& grid, TextTable& rows) {
         grid.ImportRows(open);
 }
 
+// Counts what SaveGrid writes of a table: every row of a grid that is not empty.
+void CountWritten(const TextTable& rows, AccountSaveSummary& summary,
+                  std::set<std::string>& references) {
+    if (rows.at(1, 7).empty() && rows.upperRow() == 1) return;
+    for (long r = 1; r <= rows.upperRow(); ++r) {
+        ++summary.entriesWritten;
+        const std::string& ref = rows.at(static_cast<std::size_t>(r), 5);
+        if (IsSystemReference(ref)) references.insert(ref);
+    }
+}
+
+int OpenRows(const Grid& grid) {
+    int n = 0;
+    for (int r = 1; r <= grid.Rows(); ++r)
+        if (!grid.Cell(r, 7).empty()) ++n;
+    return n;
+}
+
 }  // namespace
 
 void GrabaRef_Click(Pndra& w) {
     TextTable debits = w.SGrid1.ExportRows();
     TextTable credits = w.SGrid2.ExportRows();
     Puntear(debits, credits);
+    AccountSaveSummary summary{Trim(w.CTA.text())};
+    std::set<std::string> references;
+    CountWritten(debits, summary, references);
+    CountWritten(credits, summary, references);
     SaveGrid(w, w.SGrid1, debits);
     SaveGrid(w, w.SGrid2, credits);
+    w.UnsavedEdits = false;
     w.newref.setText(NewReference(w));
     DoSumas(w, w.newref.text());
+    summary.references = static_cast<int>(references.size());
+    summary.entriesOpen = OpenRows(w.SGrid1) + OpenRows(w.SGrid2);
+    if (w.onAccountSaved) w.onAccountSaved(summary);
 }
 
 TextTable FixRef(Pndra& w, TextTable& datos) {

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -38,6 +39,14 @@ inline constexpr std::uint32_t kColourRed = 255;
 
 // The catalogue starts with room for this many companies and grows when a chain is longer.
 inline constexpr int kCatalogueSize = 100;
+
+// What one save of the active account wrote, as far as the window state can tell.
+struct AccountSaveSummary {
+    std::string account;     // the active account's code
+    int entriesWritten = 0;  // grid rows written into the entries files
+    int references = 0;      // distinct system references among them
+    int entriesOpen = 0;     // rows left open in the grids afterwards
+};
 
 class Pndra {
   public:
@@ -94,6 +103,11 @@ class Pndra {
     std::int16_t SelectedGrid = 0;
     // The reference last shown by the sums (trimmed).
     std::string CurrentReference;
+    // References given or taken away by hand in the grids and not yet written; loading or
+    // saving the account clears it.
+    bool UnsavedEdits = false;
+    // Told after every save of the active account.
+    std::function<void(const AccountSaveSummary&)> onAccountSaved;
 
     // The progress gauge and the shared text buffer.
     Gauge gauge;

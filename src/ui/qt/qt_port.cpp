@@ -199,11 +199,13 @@ bool QtPort::ParameterDialog(const std::string& caption, ParameterValues& values
 }
 
 void QtPort::ShowReport(const ReportRequest& request, ReportScreenTarget target) {
+    ++reportOutputs;
     ShowReportDialog(request, target, parent_, [this](QDialog& d) { return Exec(d); });
 }
 
 std::string QtPort::AskSaveFile(const std::string& title, const std::string& suggestedName,
                                 const std::string& filter) {
+    ++reportOutputs;
     QFileDialog dlg(parent_, TitleOr(title), QDir::home().filePath(Q(suggestedName)), Q(filter));
     dlg.setAcceptMode(QFileDialog::AcceptSave);
     dlg.setFileMode(QFileDialog::AnyFile);

@@ -44,6 +44,8 @@ class QtPort : public DesktopPort {
 
     // How many gestures are running, one inside another.
     int depth = 0;
+    // How many reports went to the screen or the printer or asked for a file.
+    int reportOutputs = 0;
     // Asks the outermost gesture to end the program with the code.
     void RequestEnd(int code);
     bool EndRequested() const { return endCode_.has_value(); }
