@@ -497,8 +497,11 @@ std::string RecoveryReport::Describe() const {
     for (const RecoveredAccount& a : accounts) {
         text += "La grabación de la cuenta " + a.account + " (ejecución " + std::to_string(a.run) +
                 ") quedó interrumpida";
-        text +=
-            a.written ? " y se ha completado (" + std::to_string(a.written) + " apuntes)." : ".";
+        if (a.written)
+            text += " y se ha completado (" + std::to_string(a.written) +
+                    (a.written == 1 ? " apunte)." : " apuntes).");
+        else
+            text += ".";
         text += "\r\n";
         for (const RowConflict& c : a.conflicts)
             text +=

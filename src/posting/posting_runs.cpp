@@ -11,7 +11,8 @@ namespace pendara {
 
 PostingOptions PostingOptionsFor(Pndra& w) {
     PostingOptions options;
-    const double seconds = LeadingNumber(w.Lib().GetSetting(kWaitSetting, "", "30"));
+    std::string text = w.Lib().GetSetting(kWaitSetting, "", "30");
+    const double seconds = ParseNumber(text);
     if (seconds >= 0 && seconds < 86400)
         options.wait.limit = std::chrono::milliseconds(std::llround(seconds * 1000));
     DesktopPort& port = w.port;

@@ -13,7 +13,8 @@ namespace pendara {
 
 class Pndra;
 
-// Seconds a write waits for an entries file that another workstation holds (30 when not set).
+// Seconds a write waits for an entries file that another workstation holds (30 when not set,
+// decimals allowed, 0 gives up at once).
 inline constexpr const char* kWaitSetting = "EsperaFicheros";
 
 PostingOptions PostingOptionsFor(Pndra& w);

@@ -23,7 +23,7 @@ int Run(const std::vector<std::string>& args) {
                            PostingOptionsFor(s.window()));
     for (const auto& [account, rows] : r.undone)
         std::cout << "Cuenta " << account << ": " << std::to_string(rows)
-                  << " apuntes restaurados\n";
+                  << (rows == 1 ? " apunte restaurado\n" : " apuntes restaurados\n");
     for (const auto& [account, conflicts] : r.refused) {
         std::cerr << "Cuenta " << account
                   << ": no se deshace, porque estos apuntes han cambiado desde la ejecución "
