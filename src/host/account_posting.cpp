@@ -44,9 +44,10 @@
 // the disk before the data it stands for is harmless for the same reason: the run's accounts
 // after its last sync point are checked whatever their marks say.
 //
-// Sync points: every syncEvery accounts and at the end of the run the WAL of every entries file
-// written is synced, and then the run records that point (Finish ends the run). Before that
-// point the intents are the durable record, after it the data files themselves.
+// Sync points: every syncEvery accounts and at the end of the run every entries file written is
+// checkpointed (its WAL synced, copied into the file, the file synced; the run's connections do
+// no checkpoint of their own in between), and then the run records that point (Finish ends the
+// run). Before that point the intents are the durable record, after it the data files.
 //
 // On a network folder the files use the rollback journal, whose commits stay synced (FULL): the
 // argument above only saves the syncs where WAL is possible.
@@ -177,11 +178,17 @@ class FileSet {
             Rollback(*f);
     }
 
-    // Makes every commit of the set durable.
+    // Makes every commit of the set durable. An open file is checkpointed (its WAL synced,
+    // copied into the file, the file synced); what a reader kept from being copied stays in the
+    // WAL, which is then synced on its own.
     void Sync() {
         for (auto& [id, f] : files_)
             if (f->unsynced) {
-                SyncDataFile(f->path);
+                int log = 0, done = 0;
+                if (sqlite3_wal_checkpoint_v2(f->db->handle(), "main", SQLITE_CHECKPOINT_PASSIVE,
+                                              &log, &done) != SQLITE_OK ||
+                    done < log)
+                    SyncDataFile(f->path);
                 f->unsynced = false;
             }
         for (const std::string& path : closedUnsynced_)
@@ -222,7 +229,12 @@ class FileSet {
             Stmt mode(*f->db, "PRAGMA journal_mode");
             f->wal = mode.Step() && mode.Text(0) == "wal";
         }
-        if (f->wal) f->db->Exec("PRAGMA synchronous=NORMAL");
+        if (f->wal) {
+            // No checkpoint after the commits of an account: the run checkpoints at its sync
+            // points (Sync), so a run costs no more syncs of the data files than it has points.
+            f->db->Exec("PRAGMA synchronous=NORMAL");
+            f->db->Exec("PRAGMA wal_autocheckpoint=0");
+        }
         // Waits are polled here, so that the caller hears of them and may give up.
         sqlite3_busy_timeout(f->db->handle(), 0);
         f->read = Stmt(*f->db, "SELECT referencia, marca FROM entries WHERE id = ?");
