@@ -337,8 +337,10 @@ std::int64_t RunJournal::BeginRun(const std::string& command, const std::string&
 
 std::int64_t RunJournal::FileId(const std::string& entriesFile, const std::string& company) {
     Impl& m = *impl_;
+    if (auto it = m.fileIds.find(entriesFile); it != m.fileIds.end()) return it->second;
     const std::string canonical = Canonical(entriesFile);
-    if (auto it = m.fileIds.find(canonical); it != m.fileIds.end()) return it->second;
+    if (auto it = m.fileIds.find(canonical); it != m.fileIds.end())
+        return m.fileIds[entriesFile] = it->second;
     fs::path rel = fs::path(canonical).lexically_relative(m.folder);
     const std::string stored = rel.empty() ? canonical : rel.generic_string();
     std::int64_t id = 0;
@@ -353,6 +355,7 @@ std::int64_t RunJournal::FileId(const std::string& entriesFile, const std::strin
         id = sel.Int(0);
     });
     m.fileIds[canonical] = id;
+    m.fileIds[entriesFile] = id;
     return id;
 }
 
