@@ -530,10 +530,11 @@ RecoveredAccount RecoverAccount(
     RunJournal& journal, FileSet& set, const JournalAccount& account,
     const std::unordered_map<std::int64_t, std::unordered_map<std::int32_t, std::int64_t>>& later) {
     RecoveredAccount out{account.run, account.account, 0, {}};
+    const std::vector<JournalRow> rows = journal.Rows(account.id);
     AccountPosting p;
     p.account = account.account;
     std::map<std::int64_t, std::size_t> slot;
-    for (const JournalRow& r : account.rows) {
+    for (const JournalRow& r : rows) {
         if (r.skipped) continue;
         if (auto f = later.find(r.file); f != later.end())
             if (auto w = f->second.find(r.record); w != f->second.end() && w->second > account.id)
@@ -546,7 +547,7 @@ RecoveredAccount RecoverAccount(
     if (!p.rows.empty()) {
         LockedAccount locked = LockAndRead(set, p);
         std::map<std::pair<std::size_t, std::int32_t>, const JournalRow*> intent;
-        for (const JournalRow& r : account.rows)
+        for (const JournalRow& r : rows)
             if (slot.count(r.file)) intent[{slot[r.file], r.record}] = &r;
         try {
             std::size_t next = 0;
@@ -632,7 +633,7 @@ UndoResult UndoRun(const std::string& firstCompanyFile, std::int64_t run,
         AccountPosting p;
         p.account = a->account;
         std::map<std::int64_t, std::size_t> slot;
-        for (const JournalRow& r : a->rows) {
+        for (const JournalRow& r : journal.Rows(a->id)) {
             if (r.skipped) continue;
             auto [it, added] = slot.emplace(r.file, p.files.size());
             if (added) p.files.push_back({journal.FilePath(r.file), journal.FileCompany(r.file)});

@@ -270,7 +270,11 @@ std::string RunJournal::PathFor(const std::string& firstCompanyFile) {
 
 bool RunJournal::Exists(const std::string& firstCompanyFile) {
     std::error_code ec;
-    return fs::is_regular_file(PathFor(firstCompanyFile), ec);
+    try {
+        return fs::is_regular_file(PathFor(firstCompanyFile), ec);
+    } catch (const HostError&) {
+        return false;  // no company file, no journal beside it
+    }
 }
 
 RunJournal::RunJournal(const std::string& firstCompanyFile, bool create)
@@ -459,35 +463,18 @@ std::vector<std::int64_t> RunJournal::ClaimAbandonedRuns() {
 
 namespace {
 
-std::vector<JournalAccount> ReadAccounts(Db& db, const std::string& sql, std::int64_t run) {
+std::vector<JournalAccount> ReadJournalAccounts(Db& db, const std::string& sql, std::int64_t run) {
     std::vector<JournalAccount> out;
-    {
-        Stmt st(db, sql);
-        st.Bind(1, run);
-        while (st.Step()) {
-            JournalAccount a;
-            a.id = st.Int(0);
-            a.run = run;
-            a.account = st.Text(1);
-            a.done = st.Int(2) != 0;
-            out.push_back(std::move(a));
-        }
-    }
-    Stmt rows(db,
-              "SELECT file, record, old_reference, old_mark, new_reference, new_mark, skipped"
-              " FROM rows WHERE account = ? ORDER BY file, record");
-    for (JournalAccount& a : out) {
-        rows.Reset();
-        rows.Bind(1, a.id);
-        while (rows.Step()) {
-            JournalRow r;
-            r.file = rows.Int(0);
-            r.record = static_cast<std::int32_t>(rows.Int(1));
-            r.before = {rows.Text(2), rows.Text(3)};
-            r.after = {rows.Text(4), rows.Text(5)};
-            r.skipped = rows.Int(6) != 0;
-            a.rows.push_back(std::move(r));
-        }
+    Stmt st(db, sql);
+    st.Bind(1, run);
+    while (st.Step()) {
+        JournalAccount a;
+        a.id = st.Int(0);
+        a.run = run;
+        a.account = st.Text(1);
+        a.done = st.Int(2) != 0;
+        a.changed = st.Int(3);
+        out.push_back(std::move(a));
     }
     return out;
 }
@@ -495,15 +482,33 @@ std::vector<JournalAccount> ReadAccounts(Db& db, const std::string& sql, std::in
 }  // namespace
 
 std::vector<JournalAccount> RunJournal::UnsyncedAccounts(std::int64_t run) {
-    return ReadAccounts(*impl_->db,
-                        "SELECT id, account, done FROM accounts WHERE run = ?1 AND id >"
-                        " (SELECT synced_through FROM runs WHERE id = ?1) ORDER BY id",
-                        run);
+    return ReadJournalAccounts(*impl_->db,
+                               "SELECT id, account, done, rows FROM accounts WHERE run = ?1 AND"
+                               " id > (SELECT synced_through FROM runs WHERE id = ?1) ORDER BY id",
+                               run);
+}
+
+std::vector<JournalRow> RunJournal::Rows(std::int64_t account) {
+    Stmt st(*impl_->db,
+            "SELECT file, record, old_reference, old_mark, new_reference, new_mark, skipped"
+            " FROM rows WHERE account = ? ORDER BY file, record");
+    st.Bind(1, account);
+    std::vector<JournalRow> out;
+    while (st.Step()) {
+        JournalRow r;
+        r.file = st.Int(0);
+        r.record = static_cast<std::int32_t>(st.Int(1));
+        r.before = {st.Text(2), st.Text(3)};
+        r.after = {st.Text(4), st.Text(5)};
+        r.skipped = st.Int(6) != 0;
+        out.push_back(std::move(r));
+    }
+    return out;
 }
 
 std::vector<JournalAccount> RunJournal::Accounts(std::int64_t run) {
-    return ReadAccounts(*impl_->db,
-                        "SELECT id, account, done FROM accounts WHERE run = ? ORDER BY id", run);
+    return ReadJournalAccounts(
+        *impl_->db, "SELECT id, account, done, rows FROM accounts WHERE run = ? ORDER BY id", run);
 }
 
 std::vector<std::pair<std::pair<std::int64_t, std::int32_t>, std::int64_t>> RunJournal::LaterWrites(

@@ -39,7 +39,7 @@ struct JournalAccount {
     std::int64_t run = 0;
     std::string account;
     bool done = false;
-    std::vector<JournalRow> rows;
+    std::int64_t changed = 0;  // entries it changed
 };
 
 struct RunInfo {
@@ -98,6 +98,8 @@ class RunJournal {
     std::vector<std::int64_t> ClaimAbandonedRuns();
     // The accounts of a run posted after the last point its data was known to be synced.
     std::vector<JournalAccount> UnsyncedAccounts(std::int64_t run);
+    // What an account changed, by file and record.
+    std::vector<JournalRow> Rows(std::int64_t account);
     // For each (file, record) written by an account later than `account`, the latest such
     // account: a row written later by anyone is not the older account's to complete.
     std::vector<std::pair<std::pair<std::int64_t, std::int32_t>, std::int64_t>> LaterWrites(
@@ -109,7 +111,7 @@ class RunJournal {
     // -----------------------------------------------------------------------------------
     std::vector<RunInfo> Runs();
     std::optional<RunInfo> Run(std::int64_t id);
-    // The accounts of a run in the order they were posted, with their rows.
+    // The accounts of a run in the order they were posted.
     std::vector<JournalAccount> Accounts(std::int64_t run);
     // The path of an entries file as this workstation reaches it, and its company's name.
     std::string FilePath(std::int64_t file);

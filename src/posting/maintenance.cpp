@@ -50,17 +50,18 @@ void SelectFixedAccount(QvFileControl2& entries) {
 void Command1_Click(Pndra& w) {
     // Each account is one posting over every company, so a stop or a failure leaves every
     // account cleared in all its years or in none; the accounts go one after another in one run.
+    // Per account only (company, record) is kept until its turn: a big group has millions.
     std::vector<PostingFile> files;
-    std::map<std::string, std::vector<RowWrite>> byAccount;
+    std::map<std::string, std::vector<std::pair<std::uint32_t, std::int32_t>>> byAccount;
     ForEachCompany(
         w,
         [&](QvFileControl2& entries) {
-            const std::size_t index = files.size() - 1;
+            const auto index = static_cast<std::uint32_t>(files.size() - 1);
             entries.MoveFirst();
             while (!entries.IsEof()) {
                 if (!entries.GetField(23).empty() || entries.GetField(7) != "0")
-                    byAccount[entries.GetFieldByName("Cuenta")].push_back(
-                        {index, entries.GetRecNo(), std::string(), "0", std::nullopt});
+                    byAccount[entries.GetFieldByName("Cuenta")].emplace_back(index,
+                                                                             entries.GetRecNo());
                 entries.MoveNext();
             }
         },
@@ -70,8 +71,14 @@ void Command1_Click(Pndra& w) {
             w.CurrentCode = code;
         });
     std::unique_ptr<PostingRun> run = OpenPostingRun(w, "clear-all", "");
-    for (auto& [account, rows] : byAccount)
-        run->Post({account, files, std::move(rows)});
+    for (auto& [account, records] : byAccount) {
+        AccountPosting posting{account, files, {}};
+        posting.rows.reserve(records.size());
+        for (const auto& [file, record] : records)
+            posting.rows.push_back({file, record, std::string(), "0", std::nullopt});
+        std::vector<std::pair<std::uint32_t, std::int32_t>>().swap(records);
+        run->Post(posting);
+    }
     run->Finish();
 }
 

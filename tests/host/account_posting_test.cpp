@@ -91,9 +91,11 @@ TEST_F(PostingTest, PostWritesEveryYearAndTheJournalKeepsOldAndNewOfTheRowsThatC
     std::vector<JournalAccount> accounts = journal.Accounts(runs[0].id);
     ASSERT_EQ(accounts.size(), 1u);
     EXPECT_TRUE(accounts[0].done);
-    ASSERT_EQ(accounts[0].rows.size(), 7u);
+    EXPECT_EQ(accounts[0].changed, 7);
+    const std::vector<JournalRow> rows = journal.Rows(accounts[0].id);
+    ASSERT_EQ(rows.size(), 7u);
     const JournalRow* found = nullptr;
-    for (const JournalRow& r : accounts[0].rows)
+    for (const JournalRow& r : rows)
         if (journal.FileCompany(r.file) == "EMPE4" && r.record == records[1][2]) found = &r;
     ASSERT_NE(found, nullptr);
     const JournalRow& mark = *found;
@@ -240,7 +242,7 @@ TEST_F(PostingTest, RecoveryLeavesRowsChangedByOthersAndRowsALaterAccountWrote) 
     EXPECT_EQ(At(y25, records[2][1]), (RowValue{"RF-9", "2"}));
     RunJournal journal(y23, false);
     int skipped = 0;
-    for (const JournalRow& r : journal.Accounts(run)[0].rows)
+    for (const JournalRow& r : journal.Rows(journal.Accounts(run)[0].id))
         skipped += r.skipped;
     EXPECT_EQ(skipped, 1);
 }

@@ -57,7 +57,7 @@ class PostingRunsTest : public testing::SettingsTest {
     std::vector<std::string> AccountsOf(std::int64_t run) {
         std::vector<std::string> out;
         for (const JournalAccount& a : RunJournal(y23, false).Accounts(run))
-            out.push_back(a.account + ":" + std::to_string(a.rows.size()));
+            out.push_back(a.account + ":" + std::to_string(a.changed));
         return out;
     }
 

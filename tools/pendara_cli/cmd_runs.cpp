@@ -34,9 +34,9 @@ void PrintRuns(RunJournal& journal) {
 void PrintRun(RunJournal& journal, std::int64_t id, bool detail) {
     if (!journal.Run(id)) throw HostError("No existe la ejecución " + std::to_string(id));
     for (const JournalAccount& a : journal.Accounts(id)) {
-        std::cout << a.account << '\t' << std::to_string(a.rows.size()) << '\n';
+        std::cout << a.account << '\t' << std::to_string(a.changed) << '\n';
         if (!detail) continue;
-        for (const JournalRow& r : a.rows)
+        for (const JournalRow& r : journal.Rows(a.id))
             std::cout << '\t' << journal.FileCompany(r.file) << '\t' << std::to_string(r.record)
                       << '\t' << Quoted(r.before) << " -> " << Quoted(r.after)
                       << (r.skipped ? "\t(no escrito)" : "") << '\n';
