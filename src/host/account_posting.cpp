@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <map>
-#include <set>
 #include <thread>
 #include <unordered_map>
 
@@ -42,7 +41,8 @@
 // entry holding a third value was changed by another program and is left and reported. So
 // whatever of steps 3 and 4 reached the disk, the account ends whole. A done mark that reached
 // the disk before the data it stands for is harmless for the same reason: the run's accounts
-// after its last sync point are checked whatever their marks say.
+// after its last sync point are checked whatever their marks say. A run whose process lives is
+// never touched: the process holds the run's byte of the lock file beside the journal.
 //
 // Sync points: every syncEvery accounts and at the end of the run every entries file written is
 // checkpointed (its WAL synced, copied into the file, the file synced; the run's connections do
