@@ -31,6 +31,11 @@
 #include "support/spawn.h"
 #include "support/temp_dir.h"
 
+// Sanitizer builds have no shim: their run-time library must be the first one a program loads.
+#ifndef CRASH_SHIM_PATH
+#define CRASH_SHIM_PATH ""
+#endif
+
 namespace pendara {
 namespace {
 
@@ -95,9 +100,8 @@ std::map<std::string, std::string> Normalised(const std::vector<std::string>& ex
 class GroupSaveCrash : public ::testing::TestWithParam<int> {
   protected:
     void SetUp() override {
-#if !defined(CRASH_SHIM_PATH)
-        GTEST_SKIP() << "sin la biblioteca de LD_PRELOAD (compilación con sanitizadores)";
-#endif
+        if (std::string(CRASH_SHIM_PATH).empty())
+            GTEST_SKIP() << "sin la biblioteca de LD_PRELOAD (compilación con sanitizadores)";
         fs::create_directories(data());
         fs::create_directories(home());
         std::vector<std::string> demo = {QVDATA_EXE, "demo", data().string()};
@@ -110,21 +114,11 @@ class GroupSaveCrash : public ::testing::TestWithParam<int> {
         fs::copy(trial(), pristine(), fs::copy_options::recursive);
     }
 
-    fs::path trial() const {
-        return dir.path() / "prueba";
-    }
-    fs::path pristine() const {
-        return dir.path() / "original";
-    }
-    fs::path data() const {
-        return trial() / "datos";
-    }
-    fs::path home() const {
-        return trial() / "ajustes";
-    }
-    std::vector<std::string> Env() const {
-        return {"QUORVEX_HOME=" + home().string()};
-    }
+    fs::path trial() const { return dir.path() / "prueba"; }
+    fs::path pristine() const { return dir.path() / "original"; }
+    fs::path data() const { return trial() / "datos"; }
+    fs::path home() const { return trial() / "ajustes"; }
+    std::vector<std::string> Env() const { return {"QUORVEX_HOME=" + home().string()}; }
 
     void Reset() {
         fs::remove_all(trial());
