@@ -19,6 +19,7 @@
 namespace pendara {
 
 class QvLibrary;
+class PostingRun;
 
 // Button maps of the two toolbars and of the group-run state.
 inline constexpr const char* kToolbar1Images = "80,20,-1,23,-1,78,17,25,8,12,13,112";
@@ -98,6 +99,8 @@ class Pndra {
     bool StopRequested = false;
     // The enhanced matching mode for every run of this window, whatever the stored setting.
     bool EnhancedForced = false;
+    // The journal run that the saves of a group save go into (none outside one).
+    PostingRun* RunInProgress = nullptr;
     std::int16_t SelectedCol = 0;
     std::int16_t SelectedRow = 0;
     std::int16_t SelectedGrid = 0;
