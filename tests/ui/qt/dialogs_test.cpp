@@ -25,6 +25,7 @@
 #include "ui/qt/parameter_dialog.h"
 #include "ui/qt/qt_port.h"
 #include "ui/qt/report_view.h"
+#include "ui/qt/wait_dialog.h"
 
 namespace pendara {
 namespace {
@@ -209,6 +210,35 @@ TEST(ParameterDialog, CancelLeavesTheValuesAsTheyWere) {
     };
     EXPECT_FALSE(port.ParameterDialog("Configuración de Punteo", values, kinds, nullptr));
     EXPECT_EQ(values, before);
+}
+
+// Polls as the posting does while another workstation holds a file.
+TEST(WaitForFile, SaysWhatAndHowLongLetsTheUserGiveUpAndGoesAwayWhenTheWaitEnds) {
+    QtPort port;
+    const std::string file = "/datos/extraD1.qvd";
+    EXPECT_TRUE(port.WaitingForFile(file, 2.0));
+    WaitDialog* d = port.waitDialog();
+    ASSERT_NE(d, nullptr);
+    EXPECT_TRUE(d->isVisible());
+    EXPECT_EQ(d->messageLabel()->text().toStdString(),
+              "Esperando a que otro puesto libere /datos/extraD1.qvd...");
+    EXPECT_TRUE(port.WaitingForFile(file, 7.9));
+    bool saysSeconds = false;
+    for (QLabel* l : d->findChildren<QLabel*>())
+        saysSeconds |= l->text() == QStringLiteral("Esperando desde hace 7 s.");
+    EXPECT_TRUE(saysSeconds);
+
+    // The click is seen on the next poll, which gives the wait up.
+    QTest::mouseClick(d->giveUpButton(), Qt::LeftButton);
+    EXPECT_FALSE(port.WaitingForFile(file, 8.0));
+    EXPECT_FALSE(d->isVisible());
+
+    // The next save waits again from the start, and the notice leaves once the polls stop.
+    EXPECT_TRUE(port.WaitingForFile(file, 2.0));
+    EXPECT_TRUE(d->isVisible());
+    QTest::qWait(800);
+    EXPECT_FALSE(d->isVisible());
+    EXPECT_TRUE(port.WaitingForFile(file, 2.0));
 }
 
 TEST(SaveFile, TheChosenPathOrEmptyWhenCancelled) {
