@@ -12,6 +12,7 @@
 #include "host/qv_library.h"
 #include "host/qv_ole70.h"
 #include "host/settings.h"
+#include "posting/posting_runs.h"
 
 namespace pendara {
 
@@ -42,6 +43,8 @@ void LoadCatalogue(Session& s, const std::function<void(const std::string&)>& ad
     s.ConsultedFiles.clear();
     s.ActiveCompanyFile = GetRegValue("Active").text();
     LoadEmp(s, s.ActiveCompanyFile, added);
+    // Every start completes what an interrupted save left, before anything reads the entries.
+    RecoverInterruptedRuns(s);
 }
 
 void LoadEmp(Session& s, const std::string& empresa,
@@ -106,30 +109,32 @@ std::string ChartFile(const std::string& folder, const std::string& code) {
 
 std::int32_t ClearAccountReferences(Session& s, const std::string& cuenta) {
     const std::string code = AccountCode(cuenta);
-    std::int32_t cleared = 0;
+    // The account's entries of every company are one posting: cleared in all or in none.
+    AccountPosting posting;
+    posting.account = Trim(code);
     for (std::string path : s.ConsultedFiles) {
         if (Trim(path).empty()) continue;
         path = NormaliseCompanyName(path);
         std::string companyCode = CompanyCode(path);
         std::string folder = s.Lib().GetCompanyDirs(path);
+        const std::string entries = EntriesFile(folder, companyCode);
         QvFileControl2 file;
-        file.OpenFile(EntriesFile(folder, companyCode), "");
+        file.OpenFile(entries, "");
         file.MoveFirst();
         s.CurrentFolder = folder;
         s.CurrentCode = companyCode;
         file.SetFilter("Cuenta = " + Trim(code));
         file.MoveFirst();
+        const std::size_t index = posting.files.size();
+        posting.files.push_back({entries, CleanName(path)});
         while (!file.IsEof()) {
-            file.Edit();
-            file.PutField(23, 0, "");
-            file.PutField(7, 0, "0");
-            file.Update();
-            ++cleared;
+            posting.rows.push_back({index, file.GetRecNo(), std::string(), "0", std::nullopt});
             file.MoveNext();
         }
         file.CloseFile();
     }
-    return cleared;
+    PostAccount(s, posting, "clear");
+    return static_cast<std::int32_t>(posting.rows.size());
 }
 
 }  // namespace pendara

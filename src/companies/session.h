@@ -11,6 +11,7 @@
 namespace pendara {
 
 class DesktopPort;
+class PostingRun;
 class QvLibrary;
 class ReferenceCounter;
 
@@ -43,6 +44,8 @@ class Session {
     // The catalogue: the companies of the chain in the order they were added (0 = the active
     // company, 1 its predecessor...).
     std::vector<std::string> ConsultedFiles;
+    // The journal run that the saves of a group save go into (none outside one).
+    PostingRun* RunInProgress = nullptr;
 
   private:
     std::unique_ptr<QvLibrary> library_;

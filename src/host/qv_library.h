@@ -6,6 +6,7 @@
 #include <string>
 
 #include "host/desktop_port.h"
+#include "host/report_output.h"
 
 namespace pendara {
 
@@ -41,11 +42,12 @@ class QvLibrary {
     bool ParameterDialog(const std::string& caption, ParameterValues& values,
                          const ParameterKinds& kinds, const std::string& companyFile = "");
 
-    // Report output: renders the report text to the destination.
-    void PrintReport(std::int32_t& destination, const std::string& title, const std::string& text,
-                     const std::string& date, const std::string& columns,
-                     const std::string& alignments, const std::string& empty1,
-                     const std::string& companyName, std::int32_t& one, const std::string& empty2);
+    // Report output: renders the report text to the destination and says what came of it.
+    ReportOutcome PrintReport(std::int32_t& destination, const std::string& title,
+                              const std::string& text, const std::string& date,
+                              const std::string& columns, const std::string& alignments,
+                              const std::string& empty1, const std::string& companyName,
+                              std::int32_t& one, const std::string& empty2);
 
     DesktopPort& port() { return port_; }
 

@@ -247,28 +247,35 @@ std::string Utf8ToCp1252(const std::string& text) {
     return out;
 }
 
-void QvLibrary::PrintReport(std::int32_t& destination, const std::string& title,
-                            const std::string& text, const std::string& date,
-                            const std::string& columns, const std::string& alignments,
-                            const std::string&, const std::string& companyName, std::int32_t&,
-                            const std::string&) {
+ReportOutcome QvLibrary::PrintReport(std::int32_t& destination, const std::string& title,
+                                     const std::string& text, const std::string& date,
+                                     const std::string& columns, const std::string& alignments,
+                                     const std::string&, const std::string& companyName,
+                                     std::int32_t&, const std::string&) {
     ReportRequest request{destination, title, text, date, columns, alignments, companyName};
+    ReportOutcome outcome{destination, "", "", false};
     if (!IsFileDestination(destination)) {
         port_.ShowReport(request, destination == kReportToPrinter ? ReportScreenTarget::Printer
                                                                   : ReportScreenTarget::Preview);
-        return;
+        return outcome;
     }
 
     const std::string ext = ReportFileExtension(destination);
     std::string path = port_.AskSaveFile(title, title + ext, ReportFileFilter(destination));
-    if (path.empty()) return;
+    if (path.empty()) {
+        outcome.cancelled = true;
+        return outcome;
+    }
     if (!EndsWithNoCase(path, ext)) path += ext;
     try {
         WriteReportFile(request, destination, path);
+        outcome.file = path;
     } catch (const std::exception& e) {
+        outcome.error = e.what();
         port_.MsgBox("No se pudo guardar el informe en " + path + ":\r\n" + e.what(),
                      kVbOKOnly + kVbExclamation, "");
     }
+    return outcome;
 }
 
 }  // namespace pendara

@@ -52,6 +52,14 @@ std::string ReportFileExtension(std::int32_t destination);
 // The file filter handed to the save dialog ("PDF (*.pdf)", ...).
 std::string ReportFileFilter(std::int32_t destination);
 
+// What one report output did: the file written ("" when none) or why it failed.
+struct ReportOutcome {
+    std::int32_t destination = 0;
+    std::string file;
+    std::string error;  // "" when it worked or the user cancelled the save dialog
+    bool cancelled = false;
+};
+
 // --- The parsed report --------------------------------------------------------------------------
 
 enum class ReportAlign { Left, Right, Centre, Amount, Date };

@@ -31,7 +31,9 @@ PostingMarks ReadPostingMarks(QvLibrary& lib) {
 }
 
 void FixRef(const std::vector<GridRow>& datos, std::size_t companies, const PostingMarks& marks,
-            std::vector<RowWrite>& writes) {
+            std::vector<RowWrite>& writes, const Progress& progress) {
+    if (progress) progress(-1, 0);
+    const auto lastRow = static_cast<std::int32_t>(datos.size());
     for (std::size_t r = 0; r < datos.size(); ++r) {
         const GridRow& row = datos[r];
         const std::int32_t k = row.company;
@@ -47,7 +49,10 @@ void FixRef(const std::vector<GridRow>& datos, std::size_t companies, const Post
             mark = marks.balanced;
         else
             mark = row.mark;
-        writes.push_back({k, n, row.reference, std::move(mark)});
+        writes.push_back(
+            {static_cast<std::size_t>(k - 1), n, row.reference, std::move(mark), std::nullopt});
+        const auto written = static_cast<std::int32_t>(r + 1);
+        if (progress && written % 100 == 0) progress(written, lastRow);
     }
 }
 

@@ -6,7 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "host/account_writes.h"
+#include "host/account_posting.h"
+#include "host/gauge.h"
 #include "model/grid_row.h"
 
 namespace pendara {
@@ -27,12 +28,13 @@ struct PostingMarks {
 };
 PostingMarks ReadPostingMarks(QvLibrary& lib);
 
-// Where each row of a grid goes and what it gets, appended to `writes` in order: its company and
-// record number (the numbers of its columns rounded to 32-bit integers), its reference, and the
-// mark Punteo1 without a system reference, Punteo0 for mark "1", else its own mark. A number that
-// is no 32-bit integer, or a company that is none of the chain's `companies`, is a HostError.
+// Where each row of a grid goes and what it gets, appended to `writes` in order: its company's
+// file (company k is file k - 1) and record number (the numbers of its columns rounded to 32-bit
+// integers), its reference, and the mark Punteo1 without a system reference, Punteo0 for mark
+// "1", else its own mark. A number that is no 32-bit integer, or a company that is none of the
+// chain's `companies`, is a HostError. Progress: (-1, 0) first, then every hundredth row.
 void FixRef(const std::vector<GridRow>& datos, std::size_t companies, const PostingMarks& marks,
-            std::vector<RowWrite>& writes);
+            std::vector<RowWrite>& writes, const Progress& progress = {});
 
 // The rows still open (without a system reference), in order.
 std::vector<GridRow> OpenRows(const std::vector<GridRow>& datos);

@@ -196,11 +196,11 @@ ReportRequest RequestOf(const Report& report) {
                          report.columns,     report.alignments, report.companyName};
 }
 
-void PrintReport(QvLibrary& lib, const Report& report) {
+ReportOutcome PrintReport(QvLibrary& lib, const Report& report) {
     std::int32_t destination = report.destination;
     std::int32_t one = 1;
-    lib.PrintReport(destination, report.title, ReportText(report), report.date, report.columns,
-                    report.alignments, "", report.companyName, one, "");
+    return lib.PrintReport(destination, report.title, ReportText(report), report.date,
+                           report.columns, report.alignments, "", report.companyName, one, "");
 }
 
 }  // namespace pendara

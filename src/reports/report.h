@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "host/desktop_port.h"
+#include "host/report_output.h"
 #include "model/entry.h"
 #include "model/report.h"
 
@@ -84,7 +85,7 @@ std::string AccountText(const AccountReport& account);
 std::string ReportText(const Report& report);
 // What the host's report output is handed.
 ReportRequest RequestOf(const Report& report);
-// Hands the report to the host library's report output (PrintReport).
-void PrintReport(QvLibrary& lib, const Report& report);
+// Hands the report to the host library's report output (PrintReport); what came of it.
+ReportOutcome PrintReport(QvLibrary& lib, const Report& report);
 
 }  // namespace pendara

@@ -14,6 +14,7 @@
 #include "matching/extract.h"
 #include "matching/puntear.h"
 #include "matching/references.h"
+#include "posting/posting_runs.h"
 #include "posting/save.h"
 #include "reports/balance_review.h"
 
@@ -69,7 +70,8 @@ AccountMatch MatchAccount(Session& s, const MatchRequest& request, const Progres
     MatchedRows rows = MatchExtract(s, x, options);
     m.loaded = true;
     m.rows =
-        LoadedAccount{std::move(x.entryFiles), std::move(rows.debits), std::move(rows.credits)};
+        LoadedAccount{Trim(request.account), std::move(x.entryFiles), std::move(x.companyFiles),
+                      std::move(rows.debits), std::move(rows.credits)};
     m.referencesDrawn = rows.referencesDrawn;
     m.searchLimitReached = rows.searchLimitReached;
     return m;
@@ -81,22 +83,26 @@ SaveResult SaveAccount(Session& s, const LoadedAccount& account, const Progress&
     Puntear(debits, credits);
     const bool postDebits = !IsEmptyGrid(debits), postCredits = !IsEmptyGrid(credits);
     SaveResult result;
-    result.writes.entryFiles = account.entryFiles;
     if (postDebits || postCredits) {
+        // Both grids are one posting: the account is written whole or not at all.
         try {
             const std::size_t companies =
                 account.entryFiles.empty() ? 0 : account.entryFiles.size() - 1;
             const PostingMarks marks = ReadPostingMarks(s.Lib());
-            if (postDebits) FixRef(debits, companies, marks, result.writes.rows);
-            if (postCredits) FixRef(credits, companies, marks, result.writes.rows);
+            result.posting.account = account.account;
+            result.posting.files = ChainPostingFiles(account);
+            if (postDebits) {
+                FixRef(debits, companies, marks, result.posting.rows, progress);
+                if (progress) progress(0, 0);
+            }
+            if (postCredits) {
+                FixRef(credits, companies, marks, result.posting.rows, progress);
+                if (progress) progress(0, 0);
+            }
+            PostAccount(s, result.posting, "save");
         } catch (const HostError& e) {
             SaveFailed(s, e.description());
         } catch (const std::exception& e) {
-            SaveFailed(s, e.what());
-        }
-        try {
-            PostAccountWrites(result.writes, progress);
-        } catch (const RowWriteError& e) {
             SaveFailed(s, e.what());
         }
         std::set<std::string> balanced, unbalanced;
@@ -137,9 +143,8 @@ AccountOutcome ProcessAccount(Session& s, const AccountRequest& request, const P
     o.matchReference = s.Counter().Next();
     o.saved = SaveAccount(s, o.match.rows, progress);
     if (LeadingNumber(s.Lib().GetSetting("Punteo2", "", "0")) == 1)
-        o.review = ReviewBalance(
-            s, Trim(o.account),
-            LoadedAccount{o.match.rows.entryFiles, o.saved.debits, o.saved.credits}, progress);
+        o.review = ReviewBalance(s, Trim(o.account),
+                                 o.match.rows.WithGrids(o.saved.debits, o.saved.credits), progress);
     return o;
 }
 

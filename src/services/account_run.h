@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "host/account_writes.h"
+#include "host/account_posting.h"
 #include "host/gauge.h"
 #include "matching/matching_run.h"
 #include "model/account.h"
@@ -35,8 +35,8 @@ struct SaveResult {
     // one row of no entry.
     std::vector<GridRow> debits;
     std::vector<GridRow> credits;
-    // Every row written, both grids and every company of the chain, in order.
-    AccountWrites writes;
+    // Every row written, both grids and every company of the chain, in order, as one posting.
+    AccountPosting posting;
     // System references on the rows written whose group balances (mark "1") or does not ("2").
     std::int32_t groupsBalanced = 0;
     std::int32_t groupsUnbalanced = 0;
@@ -44,10 +44,12 @@ struct SaveResult {
     std::string nextReference;
 };
 
-// The save of the account's grids (GrabaRef_Click without a window): every row's mark, every
-// row's reference and mark written into its company's entries file in one posting, the rows that
-// stay open, then the next reference. A grid that holds only its row of no entry is not posted.
-// A write that fails shows the save's failure message and ends the program.
+// The save of the account's grids (GrabaRef_Click without a window): every row's mark, then
+// every row's reference and mark of both grids worked out as one posting and handed to the
+// journaled posting (PostAccount: the session's run in progress or a run "save" of its own), the
+// rows that stay open, then the next reference. A grid that holds only its row of no entry is not
+// posted. A posting that fails shows the save's failure message and ends the program; nothing of
+// the account is written then.
 SaveResult SaveAccount(Session& s, const LoadedAccount& account, const Progress& progress = {});
 
 struct ReviewResult {

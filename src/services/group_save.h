@@ -42,12 +42,14 @@ struct SaveAllResult {
 };
 
 // Saves every account of `entries` (Grabartodo) as ProcessAccount does, with the company and the
-// options of `request` (its entry is not read). An account leaves the list when, after it, the
+// options of `request` (its entry is not read). The saves go into one run of the journal: the
+// session's run in progress, or a run "save-all" of its own named by `mask` (the list's mask),
+// finished at the end, after a stop too. An account leaves the list when, after it, the
 // account-state picture of a zero balance is shown: the matching run shows it for a balance of
 // exactly 0 and hides it for any other, and an account without movements leaves it as it was,
 // so the run starts from `zeroBalanceShown`, the picture's state before it.
-SaveAllResult SaveAll(Session& s, std::vector<std::string> entries, const AccountRequest& request,
-                      bool zeroBalanceShown, std::stop_token stop,
+SaveAllResult SaveAll(Session& s, std::vector<std::string> entries, const std::string& mask,
+                      const AccountRequest& request, bool zeroBalanceShown, std::stop_token stop,
                       const SaveAllCallbacks& callbacks = {}, const Progress& progress = {});
 
 }  // namespace pendara

@@ -67,13 +67,17 @@ void ListBox::Clear() {
 }
 
 void ListBox::SetListIndex(int i) {
-    Select(i);
+    if (i < -1 || i >= ListCount())
+        throw std::out_of_range("ListBox::SetListIndex: índice fuera de la lista");
+    listIndex_ = i;
+    Changed();
     if (i >= 0 && onClick) onClick();
 }
 
-void ListBox::Select(int i) {
+void ListBox::SelectWithoutClick(int i) {
     if (i < -1 || i >= ListCount())
-        throw std::out_of_range("ListBox::SetListIndex: índice fuera de la lista");
+        throw std::out_of_range("ListBox::SelectWithoutClick: índice fuera de la lista");
+    if (i == listIndex_) return;
     listIndex_ = i;
     Changed();
 }

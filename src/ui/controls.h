@@ -134,8 +134,9 @@ class ListBox : public Observable {
     int ListIndex() const { return listIndex_; }
     // Selects entry i (-1: none); selecting an entry fires onClick.
     void SetListIndex(int i);
-    // Selects entry i without the click: for a run that does what the click does by itself.
-    void Select(int i);
+    // Moves the selection without firing onClick: the keyboard walking the list, or a run that
+    // does what the click does by itself.
+    void SelectWithoutClick(int i);
     int NewIndex() const { return newIndex_; }
     const std::vector<Item>& items() const { return items_; }
 

@@ -52,6 +52,7 @@ void ShowAccountMatch(Pndra& w, const AccountMatch& m) {
     w.Image1[zero ? 0 : 1].setVisible(true);
     w.TituloL.setCaption(m.title);
     w.EntryFiles = m.rows.entryFiles;
+    w.CompanyFiles = m.rows.companyFiles;
     if (m.searchLimitReached) w.AvisoPunteo.setCaption(SearchLimitNotice(m.account));
     w.SGrid1.SetRowsFrom(m.rows.debits);
     w.SGrid2.SetRowsFrom(m.rows.credits);

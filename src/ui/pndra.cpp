@@ -1,5 +1,7 @@
 #include "ui/pndra.h"
 
+#include "host/conversions.h"
+
 namespace pendara {
 
 Pndra::Pndra(DesktopPort& p) : port(p), session(p) {
@@ -32,6 +34,10 @@ std::string Pndra::SelectedCompanyFile() const {
     std::int32_t k = List1.ItemData(i);
     if (k < 0 || k >= static_cast<std::int32_t>(session.ConsultedFiles.size())) return "";
     return session.ConsultedFiles[static_cast<std::size_t>(k)];
+}
+
+LoadedAccount Pndra::Grids() const {
+    return {Trim(CTA.text()), EntryFiles, CompanyFiles, SGrid1.rows(), SGrid2.rows()};
 }
 
 }  // namespace pendara

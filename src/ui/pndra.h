@@ -36,6 +36,16 @@ inline constexpr const char* kToolbar2Tips =
 inline constexpr std::uint32_t kColourBlack = 0;
 inline constexpr std::uint32_t kColourRed = 255;
 
+struct ReportOutcome;
+
+// What one save of the active account wrote, as far as the window state can tell.
+struct AccountSaveSummary {
+    std::string account;     // the active account's code
+    int entriesWritten = 0;  // grid rows written into the entries files
+    int references = 0;      // distinct system references among them
+    int entriesOpen = 0;     // rows left open in the grids afterwards
+};
+
 class Pndra {
   public:
     explicit Pndra(DesktopPort& port);
@@ -71,8 +81,9 @@ class Pndra {
 
     // --- Process-wide state ------------------------------------------------------------------
     std::string CommandLine;  // the whole command line, untrimmed
-    // The entries files of the chain the account last loaded was read from, by company number
-    // (index 0 unused): where a save writes the grids' rows.
+    // The chain the account last loaded was read from, by company number (index 0 unused): the
+    // company files and their entries files, where a save writes the grids' rows.
+    std::vector<std::string> CompanyFiles{""};
     std::vector<std::string> EntryFiles{""};
     bool PendingOnly = false;
     bool Activated = false;
@@ -84,6 +95,13 @@ class Pndra {
     std::int16_t SelectedGrid = 0;
     // The reference last shown by the sums (trimmed).
     std::string CurrentReference;
+    // References given or taken away by hand in the grids and not yet written; loading or
+    // saving the account clears it.
+    bool UnsavedEdits = false;
+    // Told after every save of the active account.
+    std::function<void(const AccountSaveSummary&)> onAccountSaved;
+    // Told after every report output (the file written, the cancel or the failure).
+    std::function<void(const ReportOutcome&)> onReportOutput;
 
     // The progress gauge and the shared text buffer.
     Gauge gauge;
@@ -103,7 +121,7 @@ class Pndra {
     // The text of the selected company-list entry's catalogue file ("" when none is selected).
     std::string SelectedCompanyFile() const;
     // The account on the grids, as a save takes it.
-    LoadedAccount Grids() const { return {EntryFiles, SGrid1.rows(), SGrid2.rows()}; }
+    LoadedAccount Grids() const;
 };
 
 }  // namespace pendara

@@ -1,5 +1,6 @@
 #include "ui/posting_handlers.h"
 
+#include <set>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -25,10 +26,27 @@ std::string LastAccount() {
     return GetRegValue("Ultima", "Punteo").text();
 }
 
-void Undo(Grid& grid, const std::string& reference) {
+// True when a row changed.
+bool Undo(Grid& grid, const std::string& reference) {
     std::vector<GridRow> rows = grid.rows();
     UndoReference(rows, reference);
-    if (rows != grid.rows()) grid.SetRowsFrom(std::move(rows));
+    if (rows == grid.rows()) return false;
+    grid.SetRowsFrom(std::move(rows));
+    return true;
+}
+
+// What the save wrote and left open, as the window tells it.
+AccountSaveSummary SummaryOf(const std::string& account, const SaveResult& saved) {
+    AccountSaveSummary summary{account};
+    summary.entriesWritten = static_cast<int>(saved.posting.rows.size());
+    std::set<std::string> references;
+    for (const RowWrite& row : saved.posting.rows)
+        if (row.reference && IsSystemReference(*row.reference)) references.insert(*row.reference);
+    summary.references = static_cast<int>(references.size());
+    for (const std::vector<GridRow>* grid : {&saved.debits, &saved.credits})
+        for (const GridRow& row : *grid)
+            if (row.company != 0) ++summary.entriesOpen;
+    return summary;
 }
 
 }  // namespace
@@ -40,8 +58,10 @@ AccountRequest AccountRequestOf(Pndra& w, const std::string& entry) {
 void ShowSave(Pndra& w, const SaveResult& saved) {
     w.SGrid1.SetRowsFrom(saved.debits);
     w.SGrid2.SetRowsFrom(saved.credits);
+    w.UnsavedEdits = false;
     w.newref.setText(saved.nextReference);
     DoSumas(w, w.newref.text());
+    if (w.onAccountSaved) w.onAccountSaved(SummaryOf(Trim(w.CTA.text()), saved));
 }
 
 void ShowAccountOutcome(Pndra& w, const AccountOutcome& o) {
@@ -64,7 +84,9 @@ void Grabartodo(Pndra& w) {
     for (const ListBox::Item& item : w.List2.items())
         entries.push_back(item.text);
     SaveAllCallbacks callbacks;
-    callbacks.beforeAccount = [&w](const GroupStep& step) { w.List2.Select(step.index); };
+    callbacks.beforeAccount = [&w](const GroupStep& step) {
+        w.List2.SelectWithoutClick(step.index);
+    };
     callbacks.afterAccount = [&w, &stop](const GroupStep& step, const AccountOutcome& outcome,
                                          bool removed) {
         if (StartAccount(w, step.entry)) ShowAccountOutcome(w, outcome);
@@ -72,8 +94,8 @@ void Grabartodo(Pndra& w) {
         w.port.DoEvents();
         if (w.StopRequested) stop.request_stop();
     };
-    SaveAll(w.session, std::move(entries), AccountRequestOf(w, ""), w.Image1[0].visible(),
-            stop.get_token(), callbacks, w.GaugeProgress());
+    SaveAll(w.session, std::move(entries), w.Text1.text(), AccountRequestOf(w, ""),
+            w.Image1[0].visible(), stop.get_token(), callbacks, w.GaugeProgress());
 }
 
 void CreaRef_Click(Pndra& w) {
@@ -82,8 +104,9 @@ void CreaRef_Click(Pndra& w) {
 }
 
 void DeshacerRef_Click(Pndra& w) {
-    Undo(w.SGrid1, w.CurrentReference);
-    Undo(w.SGrid2, w.CurrentReference);
+    const bool debits = Undo(w.SGrid1, w.CurrentReference);
+    const bool credits = Undo(w.SGrid2, w.CurrentReference);
+    if (debits || credits) w.UnsavedEdits = true;
 }
 
 void Punteo_Click(Pndra& w) {

@@ -5,6 +5,7 @@
 #include "companies/account_list.h"
 #include "companies/session.h"
 #include "host/conversions.h"
+#include "host/report_output.h"
 #include "reports/report.h"
 #include "services/account_run.h"
 #include "services/report.h"
@@ -18,7 +19,8 @@ void Informe_Click(Pndra& w) {
     if (!options) return;
     const Report report =
         GenerateReport(w.session, *options, w.GaugeProgress(), [&w] { w.port.DoEvents(); });
-    PrintReport(w.session.Lib(), report);
+    const ReportOutcome outcome = PrintReport(w.session.Lib(), report);
+    if (w.onReportOutput) w.onReportOutput(outcome);
 }
 
 void revisarsaldos_Click(Pndra& w) {

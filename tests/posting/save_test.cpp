@@ -4,13 +4,15 @@
 
 #include <string>
 
-#include "host/account_writes.h"
+#include "host/account_posting.h"
 #include "host/errors.h"
 #include "host/settings.h"
 #include "matching/matching_run.h"
+#include "posting/posting_runs.h"
 #include "support/ledger.h"
 #include "support/scripted_port.h"
 #include "support/temp_dir.h"
+#include "ui/main_window.h"
 #include "ui/matching_handlers.h"
 #include "ui/pndra.h"
 #include "ui/posting_handlers.h"
@@ -55,8 +57,11 @@ class SaveTest : public testing::SettingsTest {
     std::vector<RowWrite> Post(const std::vector<GridRow>& rows) {
         std::vector<RowWrite> writes;
         FixRef(rows, 2, ReadPostingMarks(w.session.Lib()), writes);
-        PostAccountWrites({w.EntryFiles, writes});
+        PostAccount(w.session, {"4300000001", Files(), writes}, "save");
         return writes;
+    }
+    std::vector<PostingFile> Files() {
+        return {{l.EntriesFile(y25), "E5"}, {l.EntriesFile(y24), "E4"}};
     }
     EntryRecord At(const std::string& company, std::int32_t record) {
         for (const EntryRecord& e : l.Read(company))
@@ -77,10 +82,11 @@ TEST_F(SaveTest, FixRefWritesEveryRowWithItsMarkAndReturnsOpenRowsInOrder) {
     const std::vector<GridRow> d{
         Row(r25[0], "RF-7", "100,00", 1, "1"), Row(r24[0], "", "75,00", 2, "0"),
         Row(r25[1], "RF-8", "-60,00", 1, "2"), Row(r25[2], "1234", "-40,00", 1, "0")};
-    EXPECT_EQ(Post(d), (std::vector<RowWrite>{{1, r25[0], "RF-7", "S"},
-                                              {2, r24[0], "", "N"},
-                                              {1, r25[1], "RF-8", "2"},
-                                              {1, r25[2], "1234", "N"}}));
+    // Company k of the chain is the posting's file k - 1.
+    EXPECT_EQ(Post(d), (std::vector<RowWrite>{{0, r25[0], "RF-7", "S", std::nullopt},
+                                              {1, r24[0], "", "N", std::nullopt},
+                                              {0, r25[1], "RF-8", "2", std::nullopt},
+                                              {0, r25[2], "1234", "N", std::nullopt}}));
 
     EXPECT_EQ(At(y25, r25[0]).referencia, "RF-7");
     EXPECT_EQ(At(y25, r25[0]).marca, "S");
@@ -113,7 +119,9 @@ TEST_F(SaveTest, RowsThatNameNoRecordOrCompanyOfTheChainAreRefused) {
     EXPECT_THROW(FixRef({odd}, 2, marks, writes), HostError);
     EXPECT_THROW(FixRef({Row(1, "", "1,00", 3)}, 2, marks, writes), HostError);
     EXPECT_THROW(FixRef({Row(1, "", "1,00", 0)}, 2, marks, writes), HostError);
-    EXPECT_THROW(PostAccountWrites({w.EntryFiles, {{1, 99999, "RF-7", "1"}}}), RowWriteError);
+    EXPECT_THROW(
+        PostAccount(w.session, {"4300000001", Files(), {{0, 99999, "RF-7", "1", {}}}}, "save"),
+        HostError);
 }
 
 TEST_F(SaveTest, FailedWriteShowsCriticalMessageEndsAndLeavesTheAccountAsItWas) {
@@ -153,6 +161,29 @@ TEST_F(SaveTest, GaugeMovesEveryHundredRowsAndEndsClear) {
     EXPECT_EQ(w.SGrid1.Rows(), 250);
 }
 
+TEST_F(SaveTest, EverySaveTellsWhatItWrote) {
+    std::vector<AccountSaveSummary> told;
+    w.onAccountSaved = [&](const AccountSaveSummary& s) { told.push_back(s); };
+    w.CTA.setText("4300000001 ");
+    PutRow(w.SGrid1, 1, r25[0], "RF-50", "100,00", 1);
+    PutRow(w.SGrid1, 2, r24[0], "", "75,00", 2);
+    PutRow(w.SGrid2, 1, r25[1], "RF-50", "-60,00", 1);
+    PutRow(w.SGrid2, 2, r25[2], "RF-52", "-40,00", 1);
+    GrabaRef_Click(w);
+    ASSERT_EQ(told.size(), 1u);
+    EXPECT_EQ(told[0].account, "4300000001");
+    EXPECT_EQ(told[0].entriesWritten, 4);
+    EXPECT_EQ(told[0].references, 2);  // RF-50 and RF-52
+    EXPECT_EQ(told[0].entriesOpen, 1);
+    // Empty grids write nothing and say so.
+    ClearGrids(w);
+    GrabaRef_Click(w);
+    ASSERT_EQ(told.size(), 2u);
+    EXPECT_EQ(told[1].entriesWritten, 0);
+    EXPECT_EQ(told[1].references, 0);
+    EXPECT_EQ(told[1].entriesOpen, 0);
+}
+
 TEST_F(SaveTest, SavingEmptyGridsWritesNothingClearsAndStillDrawsAReference) {
     const auto before25 = l.Read(y25);
     GrabaRef_Click(w);
@@ -184,7 +215,9 @@ TEST_F(SaveTest, MatchedGroupsLeaveTheGridsOpenRowsStay) {
 
     PutRow(w.SGrid1, 1, r25[0], "", "100,00", 1);
     PutRow(w.SGrid1, 2, r24[0], "RF-51", "75,00", 2);
+    w.UnsavedEdits = true;
     GrabaRef_Click(w);
+    EXPECT_FALSE(w.UnsavedEdits);
     EXPECT_EQ(At(y25, r25[0]).referencia, "");
     EXPECT_EQ(At(y25, r25[0]).marca, "0");
     ASSERT_EQ(w.SGrid1.Rows(), 1);

@@ -22,7 +22,7 @@ int Run(const std::vector<std::string>& args) {
     ReviewResult review;
     h.Event([&] {
         review = ReviewBalance(h.session(), Trim(ListEntryAccount(entry)),
-                               {outcome.match.rows.entryFiles, clicked.debits, clicked.credits},
+                               outcome.match.rows.WithGrids(clicked.debits, clicked.credits),
                                h.progress());
     });
     PrintGrids(std::cout, review.saved);

@@ -32,9 +32,9 @@ int Run(const std::vector<std::string>& args) {
     const SaveResult& clicked = outcome.last();
     SaveResult saved;
     h.Event([&] {
-        saved = SaveAccount(h.session(),
-                            {outcome.match.rows.entryFiles, clicked.debits, clicked.credits},
-                            h.progress());
+        saved =
+            SaveAccount(h.session(), outcome.match.rows.WithGrids(clicked.debits, clicked.credits),
+                        h.progress());
     });
     PrintGrids(std::cout, saved);
     return 0;

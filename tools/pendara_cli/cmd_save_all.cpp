@@ -36,7 +36,7 @@ int Run(const std::vector<std::string>& args) {
     };
     SaveAllResult result;
     h.Event([&] {
-        result = SaveAll(h.session(), std::move(entries), h.Request("", a.flag("--mejorado")),
+        result = SaveAll(h.session(), std::move(entries), mask, h.Request("", a.flag("--mejorado")),
                          false, stop.get_token(), callbacks, h.progress());
     });
     PrintList(std::cout, result.remaining);

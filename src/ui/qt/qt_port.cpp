@@ -216,6 +216,22 @@ void QtPort::DoEvents() {
     ThrowIfEnding();
 }
 
+bool QtPort::WaitingForFile(const std::string& file, double seconds) {
+    // Owned here rather than by the window, which may go first; centred over it when shown.
+    if (!wait_) wait_ = std::make_unique<WaitDialog>(nullptr);
+    if (!wait_->isVisible() && parent_) {
+        wait_->adjustSize();
+        wait_->move(parent_->geometry().center() - wait_->rect().center());
+    }
+    // A new wait starts over: another file, or the clock went back to the start.
+    if (file != waitingFor_ || seconds < waited_ || !wait_->isVisible()) wait_->Reset();
+    waitingFor_ = file;
+    waited_ = seconds;
+    const bool goOn = wait_->Poll(Q(file), seconds);
+    if (!goOn) wait_->hide();
+    return goOn;
+}
+
 void QtPort::OpenDocument(const std::string& file, const std::string& folder) {
     QString f = Q(folder);
     f.replace(QLatin1Char('\\'), QLatin1Char('/'));

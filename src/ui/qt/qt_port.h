@@ -11,6 +11,7 @@
 
 #include "host/desktop_port.h"
 #include "ui/qt/gauge_widget.h"
+#include "ui/qt/wait_dialog.h"
 
 class QDialog;
 
@@ -42,6 +43,7 @@ class QtPort : public DesktopPort {
     GaugeSurface& Gauge() override { return *gauge_; }
     // The detail window "Detalle de Referencias", modal over the main window's state.
     void ShowReferenceDetail(Pndra& window);
+    bool WaitingForFile(const std::string& file, double seconds) override;
 
     GaugeWidget& gaugeWidget() { return *gauge_; }
 
@@ -62,8 +64,14 @@ class QtPort : public DesktopPort {
 
     int Exec(QDialog& dialog);
 
+    // The notice of a wait for a held file, made on the first wait (tests read it).
+    WaitDialog* waitDialog() const { return wait_.get(); }
+
   private:
     std::unique_ptr<GaugeWidget> gauge_;
+    std::unique_ptr<WaitDialog> wait_;
+    std::string waitingFor_;
+    double waited_ = 0;
     QPointer<QWidget> parent_;
     std::optional<int> endCode_;
 };

@@ -1,0 +1,52 @@
+#pragma once
+// The runs of the journal as the program starts them: the chain's first company, the wait for
+// entries files another workstation holds (the host option "EsperaFicheros", in seconds; the
+// port hears of the wait), the files of an account's chain, and the recovery at start.
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/account_posting.h"
+#include "model/account.h"
+
+namespace pendara {
+
+class Session;
+
+// Seconds a write waits for an entries file that another workstation holds (30 when not set,
+// decimals allowed, 0 gives up at once).
+inline constexpr const char* kWaitSetting = "EsperaFicheros";
+
+PostingOptions PostingOptionsFor(Session& s);
+
+// A run of the chain's journal (a run without journal when the chain has no first company).
+// `group`: a run over many accounts, whose counter draws are synced once at its end.
+std::unique_ptr<PostingRun> OpenPostingRun(Session& s, const std::string& command,
+                                           const std::string& arguments, bool group = false);
+
+// Posts one account into the session's run in progress (a group save) or into a run of its own
+// named by `command`. HostError when it could not be written (nothing of it was).
+PostResult PostAccount(Session& s, const AccountPosting& posting, const std::string& command);
+
+// Makes `run` the session's run in progress while it lives.
+class RunInProgressScope {
+  public:
+    RunInProgressScope(Session& s, PostingRun* run);
+    ~RunInProgressScope();
+    RunInProgressScope(const RunInProgressScope&) = delete;
+    RunInProgressScope& operator=(const RunInProgressScope&) = delete;
+
+  private:
+    Session& s_;
+    PostingRun* previous_;
+};
+
+// The entries files of the account's chain (companies 1..K) as a posting's files: company k of
+// a grid row is file k - 1.
+std::vector<PostingFile> ChainPostingFiles(const LoadedAccount& account);
+
+// Completes the accounts that interrupted runs left unfinished, and tells the user which.
+void RecoverInterruptedRuns(Session& s);
+
+}  // namespace pendara
