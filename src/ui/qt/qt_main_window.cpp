@@ -31,6 +31,7 @@
 #include "host/report_output.h"
 #include "posting/maintenance.h"
 #include "posting/manual.h"
+#include "posting/posting_runs.h"
 #include "ui/account_list_handlers.h"
 #include "ui/main_window.h"
 #include "ui/pndra.h"
@@ -41,6 +42,7 @@
 #include "ui/qt/icons.h"
 #include "ui/qt/qt_port.h"
 #include "ui/qt/qt_text.h"
+#include "ui/qt/runs_dialog.h"
 #include "ui/qt/window_settings.h"
 
 namespace pendara {
@@ -427,9 +429,15 @@ void MainWindow::BuildStatusBar() {
     unsaved_->setObjectName(QStringLiteral("SinGuardar"));
     unsaved_->setStyleSheet(QStringLiteral("color: #b00000;"));
     unsaved_->hide();
+    runsButton_ = new QPushButton(QStringLiteral("Procesos…"), statusBar_);
+    runsButton_->setObjectName(QStringLiteral("Procesos"));
+    runsButton_->setToolTip(QStringLiteral("Procesos grabados y deshacer (Ctrl+Z: el último)"));
+    runsButton_->setFocusPolicy(Qt::TabFocus);
+    connect(runsButton_, &QPushButton::clicked, this, [this] { ShowRuns(false); });
     row->addWidget(progress_);
     row->addWidget(message_, 1);
     row->addWidget(unsaved_);
+    row->addWidget(runsButton_);
 }
 
 void MainWindow::BuildShortcuts() {
@@ -441,6 +449,7 @@ void MainWindow::BuildShortcuts() {
     shortcut(QKeySequence(Qt::CTRL | Qt::Key_P), [this] { ClickToolbar(1, 25); });
     shortcut(QKeySequence(Qt::CTRL | Qt::Key_S), [this] { SaveActiveAccount(); });
     shortcut(QKeySequence(Qt::CTRL | Qt::Key_F), [this] { FocusFilter(); });
+    shortcut(QKeySequence(Qt::CTRL | Qt::Key_Z), [this] { ShowRuns(true); });
     // The design's captions with "&": "&Sumar Contador Referencia", "&Informe", "&Ayuda".
     shortcut(QKeySequence(Qt::ALT | Qt::Key_S), [this] { NewReferenceKey(); });
     shortcut(QKeySequence(Qt::ALT | Qt::Key_I), [this] { ClickToolbar(1, 25); });
@@ -732,6 +741,7 @@ std::vector<QWidget*> MainWindow::tabOrder() const {
         order.push_back(filters_[i]);
         order.push_back(exports_[i]);
     }
+    order.push_back(runsButton_);
     return order;
 }
 
@@ -1184,6 +1194,66 @@ void MainWindow::ClickCommand1() {
 void MainWindow::SaveActiveAccount() {
     if (Busy() || Trim(w_.CTA.text()).empty()) return;
     ClickToolbar(2, 17);
+}
+
+void MainWindow::ShowRuns(bool lastOnly) {
+    if (Busy() || ending_ || !KeepOrSaveEdits()) return;
+    const std::string first = w_.session.FirstCompanyFile;
+    std::vector<RunInfo> runs;
+    Gesture([&] {
+        if (!Trim(first).empty() && RunJournal::Exists(first))
+            runs = RunJournal(first, false).Runs();
+    });
+    if (ending_) return;
+    std::optional<RunInfo> chosen;
+    if (lastOnly) {
+        if (!runs.empty()) chosen = runs.back();
+    } else {
+        RunsDialog dialog(runs, this);
+        if (port_.Exec(dialog) != QDialog::Accepted) return;
+        for (const RunInfo& r : runs)
+            if (r.id == dialog.chosenRun()) chosen = r;
+    }
+    Outcome outcome;
+    outcome.kind = Outcome::Kind::RunUndone;
+    if (!chosen) {
+        outcome.kind = Outcome::Kind::NoRuns;
+        ShowOutcome(outcome);
+        return;
+    }
+    const std::string question = "¿Deshacer el " + S(DescribeRun(*chosen)) + "?";
+    if (port_.MsgBox(question, kVbYesNo | kVbQuestion, "Deshacer") != kVbYes) return;
+    UndoResult result;
+    Gesture([&] { result = UndoRun(first, chosen->id, "", PostingOptionsFor(w_.session)); });
+    if (ending_) return;
+    outcome.run = chosen->id;
+    outcome.accountsDone = static_cast<int>(result.undone.size());
+    for (const auto& [account, rows] : result.undone)
+        outcome.entriesWritten += static_cast<int>(rows);
+    outcome.accountsLeft = static_cast<int>(result.refused.size());
+    if (!result.refused.empty()) {
+        std::string text =
+            "Estas cuentas no se han deshecho, porque tienen apuntes que han "
+            "cambiado después del proceso " +
+            std::to_string(chosen->id) + ":\n";
+        int shown = 0;
+        for (const auto& [account, conflicts] : result.refused) {
+            if (++shown > 10) {
+                text += "… y " + std::to_string(result.refused.size() - 10) + " cuentas más.";
+                break;
+            }
+            text += "\nCuenta " + account + ":";
+            for (std::size_t i = 0; i < conflicts.size() && i < 3; ++i)
+                text += "\n  " + DescribeConflict(conflicts[i]);
+            if (conflicts.size() > 3)
+                text += "\n  … y " + std::to_string(conflicts.size() - 3) + " apuntes más";
+        }
+        port_.MsgBox(text, kVbExclamation, "Deshacer");
+    }
+    // The grids no longer show what the books hold; loading the account again would match and
+    // save it again, so that is left to the user.
+    if (outcome.accountsDone > 0) Gesture([this] { ClearGrids(w_); });
+    ShowOutcome(outcome);
 }
 
 void MainWindow::NewReferenceKey() {

@@ -493,7 +493,8 @@ TEST(Keyboard, TabVisitsEveryControlAndLeavesTheMaskBox) {
     FillGrid(f.w->SGrid2, 4);
     win.Refresh();
     std::vector<QWidget*> order = win.tabOrder();
-    EXPECT_EQ(order.size(), 1u + 10u + 5u + 4u + 6u);  // every button of both toolbars too
+    // Every button of both toolbars, the grids with their filters, and the processes button.
+    EXPECT_EQ(order.size(), 1u + 10u + 5u + 4u + 6u + 1u);
     // Of two exclusive option buttons Tab visits the chosen one only.
     std::erase(order, win.control(Ctl::Option1_0));
     order.front()->setFocus();
