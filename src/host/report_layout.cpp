@@ -35,11 +35,21 @@ class Layouter {
         NewPage();
         for (std::size_t i = 0; i < report_.lines.size(); ++i)
             Place(report_.lines[i]);
+        // A selection that lists nothing says so rather than printing a blank page.
+        if (!HasContent())
+            Text(layout_.size.margin, y_ + kLineHeight, "Sin datos", ReportFontStyle::Italic,
+                 kSectionSize);
         AddPageNumbers();
         return std::move(layout_);
     }
 
   private:
+    bool HasContent() const {
+        for (const ReportLine& line : report_.lines)
+            if (line.kind != ReportLineKind::Blank) return true;
+        return false;
+    }
+
     double Width(const std::string& t, ReportFontStyle s, double size) const {
         return t.empty() ? 0 : measure_(t, s, size);
     }

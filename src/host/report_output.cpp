@@ -121,6 +121,15 @@ std::string ReportFileExtension(std::int32_t destination) {
     }
 }
 
+std::string DatedReportFileName(const std::string& title, std::int32_t destination,
+                                std::time_t day) {
+    std::tm local{};
+    localtime_r(&day, &local);
+    char date[16];
+    std::strftime(date, sizeof date, "%Y-%m-%d", &local);
+    return title + " " + date + ReportFileExtension(destination);
+}
+
 std::string ReportFileFilter(std::int32_t destination) {
     switch (destination) {
         case kReportToPdf:
@@ -261,7 +270,9 @@ ReportOutcome QvLibrary::PrintReport(std::int32_t& destination, const std::strin
     }
 
     const std::string ext = ReportFileExtension(destination);
-    std::string path = port_.AskSaveFile(title, title + ext, ReportFileFilter(destination));
+    std::string path =
+        port_.AskSaveFile(title, DatedReportFileName(title, destination, std::time(nullptr)),
+                          ReportFileFilter(destination));
     if (path.empty()) {
         outcome.cancelled = true;
         return outcome;

@@ -29,6 +29,7 @@
 // preview and printer draw the same pages.
 
 #include <cstdint>
+#include <ctime>
 #include <functional>
 #include <optional>
 #include <string>
@@ -48,6 +49,11 @@ inline constexpr std::int32_t kReportToText = 5;
 // The names the output choice offers, indexed by destination code.
 const std::vector<std::string>& ReportDestinationNames();
 // File ending (".pdf", ".csv", ".xlsx", ".txt") of a file destination; "" for screen and printer.
+// The name a save dialog proposes for a report written on `day` (local time): the title and the
+// date, "Informe de punteo de extractos 2026-11-23.pdf", so that reports of different days do
+// not overwrite each other and sort by date.
+std::string DatedReportFileName(const std::string& title, std::int32_t destination,
+                                std::time_t day);
 std::string ReportFileExtension(std::int32_t destination);
 // The file filter handed to the save dialog ("PDF (*.pdf)", ...).
 std::string ReportFileFilter(std::int32_t destination);

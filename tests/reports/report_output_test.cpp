@@ -234,6 +234,10 @@ TEST_F(LayoutTest, AnEmptyReportIsOnePageWithItsHeading) {
     ReportLayout l = Lay("");
     ASSERT_EQ(l.pages.size(), 1u);
     EXPECT_EQ(Find(l.pages[0], "Página 1 de 1").size(), 1u);
+    EXPECT_EQ(Find(l.pages[0], "Sin datos").size(), 1u);
+    // A report with rows does not carry the notice.
+    ReportLayout full = Lay(AccountText("4300000001", "CLIENTE", 3));
+    EXPECT_TRUE(Find(full.pages[0], "Sin datos").empty());
 }
 
 class PrintReportTest : public ::testing::Test {
@@ -275,10 +279,35 @@ TEST_F(PrintReportTest, FileDestinationsAskForAPathAndAddTheEnding) {
     EXPECT_NE(lf.find("_4300000001 - CLIENTE"), std::string::npos);
 
     port.QueueSaveFile("");  // cancelled: nothing written, nothing said
+    const std::time_t before = std::time(nullptr);
     Print(kReportToPdf, sample);
+    // The proposed name carries the day, so reports of other days are not overwritten.
+    ASSERT_EQ(port.suggestedFileNames.size(), 2u);
+    const std::string proposed = port.suggestedFileNames[1];
+    EXPECT_TRUE(
+        proposed == DatedReportFileName("Informe de punteo de extractos", kReportToPdf, before) ||
+        proposed ==
+            DatedReportFileName("Informe de punteo de extractos", kReportToPdf, std::time(nullptr)))
+        << proposed;
+    EXPECT_EQ(port.suggestedFileNames[0].substr(port.suggestedFileNames[0].size() - 4), ".txt");
     EXPECT_FALSE(std::filesystem::exists(dir.file("Informe de punteo de extractos.pdf")));
     EXPECT_TRUE(port.messages.empty());
     EXPECT_TRUE(port.AllAnswersUsed());
+}
+
+TEST(ReportFileName, TitleAndTheLocalDayWithTheFormatsEnding) {
+    std::tm day{};
+    day.tm_year = 2026 - 1900;
+    day.tm_mon = 0;
+    day.tm_mday = 5;
+    day.tm_hour = 12;
+    day.tm_isdst = -1;
+    const std::time_t noon = std::mktime(&day);
+    EXPECT_EQ(DatedReportFileName("Informe de punteo de extractos", kReportToPdf, noon),
+              "Informe de punteo de extractos 2026-01-05.pdf");
+    EXPECT_EQ(DatedReportFileName("Informe", kReportToSpreadsheet, noon),
+              "Informe 2026-01-05.xlsx");
+    EXPECT_EQ(DatedReportFileName("Informe", kReportToCsv, noon), "Informe 2026-01-05.csv");
 }
 
 TEST_F(PrintReportTest, AFileIsWrittenWithoutADialogWhereTheCallerNamesIt) {

@@ -43,8 +43,9 @@ void ScriptedPort::ShowReport(const ReportRequest& request, ReportScreenTarget t
     reports.emplace_back(request, target);
 }
 
-std::string ScriptedPort::AskSaveFile(const std::string& title, const std::string&,
+std::string ScriptedPort::AskSaveFile(const std::string& title, const std::string& suggested,
                                       const std::string&) {
+    suggestedFileNames.push_back(suggested);
     if (saveFiles_.empty()) throw UnexpectedDialog("unexpected save dialog: " + title);
     std::string answer = saveFiles_.front();
     saveFiles_.pop_front();

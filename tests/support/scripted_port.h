@@ -58,6 +58,7 @@ class ScriptedPort : public DesktopPort {
     std::vector<std::pair<ReportRequest, ReportScreenTarget>> reports;
     std::vector<std::pair<std::string, std::string>> openedDocuments;
     std::vector<std::string> parameterCaptions;
+    std::vector<std::string> suggestedFileNames;
     int doEventsCalls = 0;
     RecordingGauge gauge;
 
