@@ -79,6 +79,8 @@ void LoadEmp(Pndra& w, const std::string& empresa) {
 }
 
 void OpenEmp(Pndra& w, QvOLE70& server, const std::string& empresa, bool& ok) {
+    // The key kept from another company is tried silently; a key typed for this one is not.
+    bool typed = false;
     for (;;) {
         try {
             server.OpenCompany(empresa, w.AccessKey);
@@ -90,7 +92,10 @@ void OpenEmp(Pndra& w, QvOLE70& server, const std::string& empresa, bool& ok) {
                 throw ProgramEnd{1};
             }
         }
+        if (typed && !w.AccessKey.empty())
+            w.port.MsgBox("Clave de acceso incorrecta", kVbExclamation, "");
         w.AccessKey = w.Lib().InputText("Clave de acesso para " + empresa, 21, 4, "", "", 0);
+        typed = true;
         if (w.AccessKey.empty()) throw ProgramEnd{0};
     }
 }

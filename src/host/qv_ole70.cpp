@@ -40,10 +40,16 @@ void QvOLE70::OpenCompany(const std::string& companyFile, const std::string& acc
     CloseCompany();
     std::string file = ExistingCompanyFile(companyFile);
     CompanyHeader h = ReadCompanyHeader(file);
-    if (!CheckAccessKey(h, accessKey))
-        throw HostError(kErrAccessKey, accessKey.empty()
-                                           ? "La empresa " + companyFile + " tiene clave de acceso"
-                                           : "Clave de acceso incorrecta para " + companyFile);
+    if (h.hasKey) {
+        if (h.version < 2)
+            throw HostError("La empresa " + companyFile +
+                            " tiene una clave de acceso de una versión anterior: póngale una "
+                            "nueva con \"qvdata change-key\"");
+        if (accessKey.empty())
+            throw HostError(kErrAccessKey, "La empresa " + companyFile + " tiene clave de acceso");
+        if (!VerifyAccessKey(file, accessKey))
+            throw HostError(kErrAccessKey, "Clave de acceso incorrecta para " + companyFile);
+    }
     Impl& m = *impl_;
     m.file = file;
     m.header = std::move(h);

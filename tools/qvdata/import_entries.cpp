@@ -10,10 +10,11 @@ namespace pendara::qvdata {
 namespace {
 
 int Run(const std::vector<std::string>& argv) {
-    cli::Args args(argv, {}, {});
+    cli::Args args(argv, {"--key-file"}, {});
     args.atMost(2);
     std::string company = args.require(0, "FICHERO.QVT");
     std::string csv = args.require(1, "apuntes.csv");
+    UnlockCompany(company, args);
     std::size_t n = ImportEntriesCsv(company, ReadTextFile(csv));
     std::cout << n << " apuntes importados\n";
     return 0;
@@ -22,7 +23,7 @@ int Run(const std::vector<std::string>& argv) {
 const cli::Registrar kRegistrar{{
     "import-entries",
     "importa apuntes de un CSV al fichero de apuntes de una empresa",
-    "Uso: qvdata import-entries FICHERO.QVT apuntes.csv\n\n"
+    "Uso: qvdata import-entries FICHERO.QVT apuntes.csv [--key-file F]\n\n"
     "El CSV (UTF-8, separador \";\", comillas RFC 4180) empieza por una cabecera que nombra las\n"
     "columnas en cualquier orden, sin distinguir mayúsculas:\n"
     "  Cuenta, Fecha, Campo2, Asiento, Descripcion, DebeHaber, Importe, Marca, Tipo, Campo14,\n"
@@ -31,7 +32,8 @@ const cli::Registrar kRegistrar{{
     "vacías; Cuenta es obligatoria. Fechas dd/mm/aa o dd/mm/aaaa; importes con signo (haber en\n"
     "negativo) con \",\" o \".\" decimal; DebeHaber vacío se deduce del signo (1 debe, 2 haber).\n"
     "Los apuntes nuevos se numeran en el orden del fichero, tras los existentes.\n"
-    "Todo o nada: una línea errónea da \"línea N: ...\", no importa nada y sale con error.",
+    "Todo o nada: una línea errónea da \"línea N: ...\", no importa nada y sale con error.\n\n" +
+        std::string(KeyFileHelp()),
     Run,
 }};
 
