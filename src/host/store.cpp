@@ -2,8 +2,10 @@
 
 #include <sqlite3.h>
 
+#include <cmath>
 #include <cstring>
 #include <filesystem>
+#include <limits>
 
 #ifdef _WIN32
 #include <windows.h>
@@ -100,17 +102,17 @@ const FileCatalogue& EntriesCatalogue() {
         "entries",
         {
             {1, "Fecha", nullptr, "fecha", FieldType::Date},
-            {2, "Campo2", nullptr, "campo2", FieldType::Text},
-            {3, "Asiento", nullptr, "asiento", FieldType::Text},
-            {4, "Descripcion", "Descripción", "descripcion", FieldType::Text},
+            {2, "Campo2", nullptr, "campo2", FieldType::Text, 50},
+            {3, "Asiento", nullptr, "asiento", FieldType::Text, 20},
+            {4, "Descripcion", "Descripción", "descripcion", FieldType::Text, 255},
             {5, "DebeHaber", nullptr, "debe_haber", FieldType::Integer},
             {6, "Importe", nullptr, "importe", FieldType::Number},
-            {7, "Marca", nullptr, "marca", FieldType::Text},
-            {8, "Tipo", nullptr, "tipo", FieldType::Text},
-            {14, "Campo14", nullptr, "campo14", FieldType::Text},
-            {22, "Campo22", nullptr, "campo22", FieldType::Text},
-            {23, "Referencia punteo", nullptr, "referencia", FieldType::Text},
-            {0, "Cuenta", nullptr, "cuenta", FieldType::Text},
+            {7, "Marca", nullptr, "marca", FieldType::Text, 20},
+            {8, "Tipo", nullptr, "tipo", FieldType::Text, 20},
+            {14, "Campo14", nullptr, "campo14", FieldType::Text, 50},
+            {22, "Campo22", nullptr, "campo22", FieldType::Text, 50},
+            {23, "Referencia punteo", nullptr, "referencia", FieldType::Text, 255},
+            {0, "Cuenta", nullptr, "cuenta", FieldType::Text, 20},
         }};
     return c;
 }
@@ -119,8 +121,8 @@ const FileCatalogue& ChartCatalogue() {
     static const FileCatalogue c{FileKind::Chart,
                                  "accounts",
                                  {
-                                     {1, "Cuenta", nullptr, "cuenta", FieldType::Text},
-                                     {2, "Descripcion", "Nombre", "nombre", FieldType::Text},
+                                     {1, "Cuenta", nullptr, "cuenta", FieldType::Text, 20},
+                                     {2, "Descripcion", "Nombre", "nombre", FieldType::Text, 255},
                                      {0, "Nivel", nullptr, "nivel", FieldType::Integer},
                                  }};
     return c;
@@ -175,6 +177,90 @@ std::optional<double> ParsePlainNumber(std::string_view text) {
         if (t[i] != '.' || i > comma) plain += t[i];
     }
     return ReadDecimal(plain, ',');
+}
+
+std::string TextProblem(std::string_view value, std::size_t maxChars) {
+    if (std::size_t nul = value.find('\0'); nul != std::string_view::npos)
+        return "contiene un byte nulo (carácter " +
+               std::to_string(Utf8Length(value.substr(0, nul)) + 1) + ")";
+    if (std::size_t bad = FirstInvalidUtf8(value); bad != std::string_view::npos) {
+        static const char kHex[] = "0123456789ABCDEF";
+        const auto b = static_cast<unsigned char>(value[bad]);
+        return std::string("no es texto UTF-8 (byte 0x") + kHex[b >> 4] + kHex[b & 15] +
+               " en el carácter " + std::to_string(Utf8Length(value.substr(0, bad)) + 1) + ")";
+    }
+    if (maxChars != 0) {
+        const std::size_t n = Utf8Length(value);
+        if (n > maxChars)
+            return "tiene " + std::to_string(n) + " caracteres y el máximo es " +
+                   std::to_string(maxChars);
+    }
+    return "";
+}
+
+std::string AmountProblem(double value) {
+    if (!std::isfinite(value) || std::fabs(value) > kMaxAmount)
+        return "importe fuera del rango que se guarda (hasta ±9.007.199.254.740.992)";
+    return "";
+}
+
+std::string DateProblem(std::int32_t d) {
+    if (d == 0) return "";
+    const int year = d / 10000;
+    if (year < kFirstDateYear || year > kLastDateYear)
+        return "año " + std::to_string(year) + " fuera de los años que se guardan (" +
+               std::to_string(kFirstDateYear) + " a " + std::to_string(kLastDateYear) + ")";
+    return "";
+}
+
+std::string DebeHaberProblem(std::int64_t value) {
+    if (value == 1 || value == 2) return "";
+    return "indicador debe/haber " + std::to_string(value) + " (1 debe, 2 haber)";
+}
+
+std::string FieldValueProblem(const FieldDef& f, std::string_view value) {
+    switch (f.type) {
+        case FieldType::Text:
+            return TextProblem(value, f.maxChars);
+        case FieldType::Integer:
+        case FieldType::Number: {
+            const bool debeHaber = std::string_view(f.column) == "debe_haber";
+            if (Trim(value).empty()) return debeHaber ? DebeHaberProblem(0) : "";
+            std::optional<double> n = ParsePlainNumber(value);
+            if (!n) return "no es un número";
+            if (f.type == FieldType::Number) return AmountProblem(*n);
+            if (*n != std::floor(*n) || std::fabs(*n) > 2e9) return "no es un número entero";
+            if (debeHaber) return DebeHaberProblem(static_cast<std::int64_t>(*n));
+            if (std::string_view(f.column) == "nivel" && (*n < 0 || *n > 99))
+                return "nivel fuera de 0 a 99";
+            return "";
+        }
+        case FieldType::Date: {
+            if (Trim(value).empty()) return "";
+            std::optional<std::int32_t> d = ParseDayFirstDate(value);
+            if (!d) return "no es una fecha dd/mm/aa";
+            return DateProblem(*d);
+        }
+    }
+    return "";
+}
+
+std::string QuotedValue(std::string_view value) {
+    static const char kHex[] = "0123456789ABCDEF";
+    std::string out = "\"";
+    std::size_t chars = 0, i = 0;
+    for (; i < value.size() && chars < 40; ++chars) {
+        const Utf8Char c = DecodeUtf8(value, i);
+        if (!c.valid || c.code < 0x20 || c.code == 0x7F) {
+            const auto b = static_cast<unsigned char>(value[i]);
+            out += std::string("\\x") + kHex[b >> 4] + kHex[b & 15];
+        } else {
+            out.append(value.substr(i, c.bytes));
+        }
+        i += c.bytes;
+    }
+    if (i < value.size()) out += "…";
+    return out + "\"";
 }
 
 std::string ResolveFileName(const std::string& path) {
@@ -308,17 +394,28 @@ void Stmt::Reset() {
     sqlite3_clear_bindings(st_);
 }
 
+// A value SQLite refuses to take (a text beyond its limits) is a failure of its own, not a
+// missing value that a constraint would name later.
+void Stmt::Check(int rc, int i) const {
+    if (rc == SQLITE_OK) return;
+    throw HostError("Error en el fichero " + db_->path() + " (valor " + std::to_string(i) + " de " +
+                    (sqlite3_sql(st_) ? sqlite3_sql(st_) : "") + "): " + sqlite3_errstr(rc));
+}
+
 void Stmt::Bind(int i, std::string_view text) {
-    sqlite3_bind_text(st_, i, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
+    if (text.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()))
+        Check(SQLITE_TOOBIG, i);
+    Check(sqlite3_bind_text(st_, i, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT),
+          i);
 }
 void Stmt::Bind(int i, std::int64_t v) {
-    sqlite3_bind_int64(st_, i, v);
+    Check(sqlite3_bind_int64(st_, i, v), i);
 }
 void Stmt::Bind(int i, double v) {
-    sqlite3_bind_double(st_, i, v);
+    Check(sqlite3_bind_double(st_, i, v), i);
 }
 void Stmt::BindNull(int i) {
-    sqlite3_bind_null(st_, i);
+    Check(sqlite3_bind_null(st_, i), i);
 }
 
 bool Stmt::Step() {

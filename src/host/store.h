@@ -22,6 +22,7 @@ struct FieldDef {
     const char* alias;    // a second accepted name (nullptr when none)
     const char* column;   // the SQLite column
     FieldType type;
+    std::size_t maxChars = 0;  // the longest text the field holds, in characters
 };
 
 enum class FileKind { Entries, Chart };
@@ -48,6 +49,25 @@ std::string DayFirstText(std::int32_t yyyymmdd);  // dd/mm/yy, "" for 0
 // A plain signed number with "," or "." as decimal mark ("1.234,56" groups with "."); nullopt
 // when it is not one.
 std::optional<double> ParsePlainNumber(std::string_view text);
+
+// What the store keeps. Each function says what is wrong with a value ("" when nothing is), in
+// words that follow the name of the field.
+//
+// Texts: UTF-8 without NUL bytes, at most `maxChars` characters (0: any length).
+std::string TextProblem(std::string_view value, std::size_t maxChars);
+// Amounts: finite, and no larger than 2^53, beyond which a double no longer holds every whole
+// unit: sums there are not what the books say.
+inline constexpr double kMaxAmount = 9007199254740992.0;
+std::string AmountProblem(double value);
+// Dates (yyyymmdd, 0 for none): the years the compact date of the program can hold, 1960-2059.
+inline constexpr int kFirstDateYear = 1960, kLastDateYear = 2059;
+std::string DateProblem(std::int32_t yyyymmdd);
+// The debit/credit indicator: 1 debit, 2 credit.
+std::string DebeHaberProblem(std::int64_t value);
+// A value for `field`, given as the text a cursor or an import receives; "" when it may be kept.
+std::string FieldValueProblem(const FieldDef& field, std::string_view value);
+// A value quoted for a message: cut after 40 characters, bytes that are no text shown as \xNN.
+std::string QuotedValue(std::string_view value);
 
 // The path of an existing file whose name equals the last part of `path` without regard to case
 // (the exact name first); `path` itself when there is none.
@@ -101,6 +121,8 @@ class Stmt {
     bool IsNull(int col) const;
 
   private:
+    void Check(int rc, int i) const;
+
     sqlite3_stmt* st_ = nullptr;
     const Db* db_ = nullptr;
 };
