@@ -4,13 +4,20 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <fstream>
+#include <iterator>
 #include <limits>
 #include <set>
+#include <stdexcept>
+#include <thread>
 
 #include "host/errors.h"
+#include "host/notices.h"
 #include "host/qv_ole70.h"
+#include "host/settings.h"
 #include "support/ledger.h"
+#include "support/run_command.h"
 
 namespace pendara {
 namespace {
@@ -111,6 +118,106 @@ TEST(CompanyFile, ProcessesIncrementingAtOnceGetEveryNumberOnce) {
     for (std::int32_t v : got)
         EXPECT_EQ(v, expected++);
     EXPECT_EQ(ReadCounter(path), kProcesses * kEach);
+}
+
+// Another workstation holding the header record for some time, in a child process.
+class HeldHeader {
+  public:
+    explicit HeldHeader(const std::string& path) {
+        if (::pipe(ready_) != 0 || ::pipe(release_) != 0) throw std::runtime_error("pipe");
+        pid_ = ::fork();
+        if (pid_ == 0) {
+            CompanyHeaderLock lock(path);
+            char c = 1;
+            if (::write(ready_[1], &c, 1) != 1) ::_exit(1);
+            if (::read(release_[0], &c, 1) != 1) ::_exit(1);
+            ::_exit(0);
+        }
+        char c;
+        if (::read(ready_[0], &c, 1) != 1) throw std::runtime_error("lock");
+    }
+    void Release() {
+        if (released_) return;
+        released_ = true;
+        char c = 1;
+        if (::write(release_[1], &c, 1) != 1) return;
+        int status = 0;
+        ::waitpid(pid_, &status, 0);
+    }
+    ~HeldHeader() {
+        Release();
+        for (int fd : {ready_[0], ready_[1], release_[0], release_[1]})
+            ::close(fd);
+    }
+
+  private:
+    int ready_[2]{}, release_[2]{};
+    pid_t pid_ = -1;
+    bool released_ = false;
+};
+
+class CounterWaitTest : public testing::SettingsTest {
+  protected:
+    void SetUp() override {
+        SettingsTest::SetUp();
+        SetNoticeHandler([this](const std::string& text) { told.push_back(text); });
+    }
+    void TearDown() override {
+        SetNoticeHandler(nullptr);
+        SetCompanyLockWait(std::nullopt);
+        SettingsTest::TearDown();
+    }
+    std::vector<std::string> told;
+    testing::Ledger l;
+};
+
+TEST_F(CounterWaitTest, TheCounterSaysItWaitsAndGivesUpAtTheLimit) {
+    const std::string path = l.Company("CW", "Espera", 2025);
+    SetCounter(path, 5);
+    HeldHeader held(path);
+    SetCompanyLockWait(LockWait{std::chrono::milliseconds(50), std::chrono::milliseconds(300)});
+    try {
+        IncrementCounter(path);
+        ADD_FAILURE();
+    } catch (const HostError& e) {
+        EXPECT_NE(e.description().find("sigue bloqueado por otro puesto"), std::string::npos);
+        EXPECT_NE(e.description().find("EsperaContador"), std::string::npos);
+    }
+    EXPECT_EQ(told, std::vector<std::string>{"Esperando a que otro puesto libere " + path + "..."});
+    // Released while it waits: the increment goes on.
+    SetCompanyLockWait(LockWait{std::chrono::milliseconds(50), std::chrono::seconds(20)});
+    std::thread later([&held] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        held.Release();
+    });
+    EXPECT_EQ(IncrementCounter(path), 6);
+    later.join();
+    EXPECT_EQ(told.size(), 2u);
+    EXPECT_EQ(ReadCounter(path), 6);
+}
+
+// A save that cannot take numbers from the counter in time ends before it writes anything.
+TEST_F(CounterWaitTest, ASaveThatGivesUpWritesNothing) {
+    const std::string path = l.Company("CS", "Guardar", 2025);
+    l.Accounts(path, {{"4300000001", "Cliente"}});
+    l.Entries(path, {{"4300000001", "01/02/25", "1", "Fra. 1", 1, 100},
+                     {"4300000001", "01/03/25", "2", "Cobro", 2, -100}});
+    l.SetActive(path);
+    SaveSetting("EsperaContador", "3", "");
+    HeldHeader held(path);
+    const testing::CommandResult r = testing::RunCommand(
+        std::string(PENDARA_CLI_EXE) + " save 4300000001 2>" + l.File("errores.txt"));
+    held.Release();
+    EXPECT_NE(r.status, 0);
+    std::ifstream in(l.File("errores.txt"));
+    const std::string errors((std::istreambuf_iterator<char>(in)), {});
+    EXPECT_NE(errors.find("Esperando a que otro puesto libere"), std::string::npos) << errors;
+    EXPECT_NE(errors.find("sigue bloqueado"), std::string::npos) << errors;
+    for (const EntryRecord& e : l.Read(path)) {
+        EXPECT_EQ(e.referencia, "");
+        EXPECT_EQ(e.marca, "");
+    }
+    EXPECT_EQ(ReadCounter(path), 0);
 }
 
 TEST(CompanyServer, OpensChecksTheKeyAndFollowsTheChain) {
