@@ -39,10 +39,12 @@ void LikeFunction(sqlite3_context* ctx, int, sqlite3_value** argv) {
         sqlite3_result_int(ctx, 0);
         return;
     }
-    sqlite3_result_int(
-        ctx, LikeMatch(reinterpret_cast<const char*>(text), reinterpret_cast<const char*>(pattern))
-                 ? 1
-                 : 0);
+    // By length: a text may hold a NUL byte (data written before such bytes were refused).
+    const std::string_view t(reinterpret_cast<const char*>(text),
+                             static_cast<std::size_t>(sqlite3_value_bytes(argv[0])));
+    const std::string_view p(reinterpret_cast<const char*>(pattern),
+                             static_cast<std::size_t>(sqlite3_value_bytes(argv[1])));
+    sqlite3_result_int(ctx, LikeMatch(t, p) ? 1 : 0);
 }
 
 // Patterns match character by character: "?" and "*" step over whole characters, and a lone
