@@ -7,6 +7,7 @@
 
 #include "host/company_file.h"
 #include "host/conversions.h"
+#include "host/crypt_vfs.h"
 #include "host/errors.h"
 #include "host/paths.h"
 #include "host/store.h"
@@ -90,6 +91,9 @@ void CreateCompany(const std::string& companyFile, const CompanyDetails& details
     h.year = details.year;
     h.previous = PreviousLink(companyFile, details.previous);
     SetAccessKey(h, details.key);
+    // The creator knows the key: the new data files are encrypted with it.
+    if (h.hasKey) RegisterDataKey(h.salt, DeriveKeys(details.key, h.salt, h.keyCost).data);
+    const Salt* salt = h.hasKey ? &h.salt : nullptr;
     std::string folder = FolderOf(companyFile);
     // Another company with the same code in this folder would share its data files.
     for (const std::string& data :
@@ -99,8 +103,8 @@ void CreateCompany(const std::string& companyFile, const CompanyDetails& details
                             ": otra empresa de esta carpeta usa el código " + details.code);
     if (!folder.empty()) std::filesystem::create_directories(folder, ec);
     // The data files first: a company file is only there once its data files are.
-    CreateDataFile(folder + "extra" + details.code + ".qvd", FileKind::Entries);
-    CreateDataFile(folder + "Planc" + details.code + ".qvd", FileKind::Chart);
+    CreateDataFile(folder + "extra" + details.code + ".qvd", FileKind::Entries, salt);
+    CreateDataFile(folder + "Planc" + details.code + ".qvd", FileKind::Chart, salt);
     CreateCompanyFile(companyFile, h);
 }
 

@@ -14,6 +14,7 @@
 #endif
 
 #include "host/conversions.h"
+#include "host/crypt_vfs.h"
 #include "host/errors.h"
 #include "host/numbers.h"
 #include "host/paths.h"
@@ -310,8 +311,17 @@ bool LikeMatch(std::string_view text, std::string_view pattern) {
 Db::Db(const std::string& path, Mode mode) : path_(path) {
     int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX;
     if (mode == Mode::Create) flags |= SQLITE_OPEN_CREATE;
-    if (sqlite3_open_v2(path.c_str(), &db_, flags, nullptr) != SQLITE_OK) {
-        std::string msg = db_ ? sqlite3_errmsg(db_) : "sin memoria";
+    // Every file goes through the VFS that encrypts the data of protected companies.
+    EnsureCryptVfs();
+    TakeCryptProblem();
+    if (sqlite3_open_v2(path.c_str(), &db_, flags, kCryptVfsName) != SQLITE_OK) {
+        std::string msg = TakeCryptProblem();
+        if (!msg.empty()) {
+            sqlite3_close(db_);
+            db_ = nullptr;
+            throw HostError(msg);
+        }
+        msg = db_ ? sqlite3_errmsg(db_) : "sin memoria";
         sqlite3_close(db_);
         db_ = nullptr;
         throw HostError("No se puede abrir el fichero " + path + ": " + msg);
@@ -332,6 +342,8 @@ Db::Db(const std::string& path, Mode mode) : path_(path) {
         }
         if (!wal) Exec("PRAGMA journal_mode=DELETE");
         Exec("PRAGMA synchronous=FULL");
+        // Sorts and temporary tables of an encrypted file stay in memory.
+        if (IsEncrypted(db_)) Exec("PRAGMA temp_store=MEMORY");
     } catch (...) {
         sqlite3_close(db_);
         db_ = nullptr;
@@ -346,7 +358,14 @@ Db::~Db() {
 }
 
 void Db::Fail(const std::string& what) const {
-    throw HostError("Error en el fichero " + path_ + " (" + what + "): " + sqlite3_errmsg(db_));
+    // A block that does not decrypt is named by the VFS; SQLite says "disk I/O error".
+    std::string why = TakeCryptProblem();
+    if (why.empty()) why = sqlite3_errmsg(db_);
+    throw HostError("Error en el fichero " + path_ + " (" + what + "): " + why);
+}
+
+bool Db::encrypted() const {
+    return IsEncrypted(db_);
 }
 
 void Db::Exec(const std::string& sql) {
@@ -462,8 +481,12 @@ const std::vector<const char*>& EntryIndexSql() {
     return sql;
 }
 
-void CreateDataFile(const std::string& path, FileKind kind) {
+void CreateDataFile(const std::string& path, FileKind kind, const Salt* companySalt) {
+    std::error_code ec;
+    if (companySalt && !std::filesystem::exists(path, ec)) CreateEncryptedFile(path, *companySalt);
     Db db(path, Db::Mode::Create);
+    // The pages are the blocks an encrypted file is sealed in.
+    db.Exec("PRAGMA page_size=4096");
     db.Exec("BEGIN IMMEDIATE");
     if (kind == FileKind::Entries) {
         db.Exec(

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "host/access_key.h"
+
 struct sqlite3;
 struct sqlite3_stmt;
 
@@ -85,6 +87,8 @@ class Db {
 
     sqlite3* handle() const { return db_; }
     const std::string& path() const { return path_; }
+    // Whether the file is one of a protected company, encrypted (crypt_vfs.h).
+    bool encrypted() const;
     void Exec(const std::string& sql);
     // The catalogue of the file's kind, from the table it holds.
     const FileCatalogue& Catalogue() const;
@@ -131,7 +135,9 @@ class Stmt {
 const std::vector<const char*>& EntryIndexSql();
 
 // Creates an empty data file of the given kind (tables and indexes); an existing file is kept.
-void CreateDataFile(const std::string& path, FileKind kind);
+// With the salt of a protected company (whose data key is registered, crypt_vfs.h) a new file
+// is encrypted.
+void CreateDataFile(const std::string& path, FileKind kind, const Salt* companySalt = nullptr);
 
 // The "like" of filters: "*" any run of characters, "?" any one character (UTF-8), everything
 // else literally and case-sensitively.
