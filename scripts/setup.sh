@@ -7,10 +7,10 @@ PACKAGES=(
     g++ cmake ninja-build pkg-config git
     libsqlite3-dev libsodium-dev libxlsxwriter-dev libhpdf-dev
     googletest libgtest-dev libgmock-dev libbenchmark-dev
-    qt6-base-dev libgl-dev
+    qt6-base-dev libgl-dev qt6-translations-l10n
     fonts-dejavu-core xkb-data
     xvfb xauth imagemagick poppler-utils x11-apps unzip
-    locales
+    locales sqlite3 time strace
 )
 
 # The users' regional settings, under which the suite runs a second time.

@@ -10,6 +10,7 @@
 #include "host/qv_library.h"
 #include "host/qv_ole70.h"
 #include "host/settings.h"
+#include "posting/posting_runs.h"
 #include "ui/pndra.h"
 
 namespace pendara {
@@ -42,6 +43,8 @@ void LoadEmpresas(Pndra& w) {
     w.ActiveCompanyFile = GetRegValue("Active").text();
     LoadEmp(w, w.ActiveCompanyFile);
     if (w.List1.ListCount() > 0) w.List1.SetListIndex(0);
+    // Every start completes what an interrupted save left, before anything reads the entries.
+    RecoverInterruptedRuns(w);
 }
 
 void LoadEmp(Pndra& w, const std::string& empresa) {
@@ -106,6 +109,9 @@ std::string CompanyCode(const std::string& empresa) {
 
 void ClearAccountReferences(Pndra& w, const std::string& cuenta) {
     std::string code = cuenta.substr(0, cuenta.find(' '));
+    // The account's entries of every company are one posting: cleared in all or in none.
+    AccountPosting posting;
+    posting.account = Trim(code);
     for (int i = 0; i < w.List1.ListCount(); ++i) {
         std::int32_t k = w.List1.ItemData(i);
         if (k < 0 || static_cast<std::size_t>(k) >= w.ConsultedFiles.size()) continue;
@@ -114,22 +120,25 @@ void ClearAccountReferences(Pndra& w, const std::string& cuenta) {
         path = NormaliseCompanyName(path);
         std::string companyCode = CompanyCode(path);
         std::string folder = w.Lib().GetCompanyDirs(path);
+        const std::string entries = folder + "extra" + companyCode + ".qvd";
         QvFileControl2 file;
-        file.OpenFile(folder + "extra" + companyCode + ".qvd", "");
+        file.OpenFile(entries, "");
         file.MoveFirst();
         w.CurrentFolder = folder;
         w.CurrentCode = companyCode;
         file.SetFilter("Cuenta = " + Trim(code));
         file.MoveFirst();
+        const std::size_t index = posting.files.size();
+        posting.files.push_back({entries, CleanName(path)});
         while (!file.IsEof()) {
-            file.Edit();
-            file.PutField(23, 0, "");
-            file.PutField(7, 0, "0");
-            file.Update();
+            posting.rows.push_back({index, file.GetRecNo(), std::string(), "0", std::nullopt});
             file.MoveNext();
         }
         file.CloseFile();
     }
+    std::unique_ptr<PostingRun> run = OpenPostingRun(w, "clear", posting.account);
+    run->Post(posting);
+    run->Finish();
 }
 
 }  // namespace pendara

@@ -3,6 +3,7 @@
 #include <sodium.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <charconv>
 #include <cstring>
@@ -63,6 +64,13 @@ constexpr std::size_t kCounterAt = 2, kMagicAt = 6, kVersionAt = 10, kYearAt = 1
                       kPrevSize = kCompanyHeaderSize - kPrevAt;
 constexpr char kMagic[4] = {'P', 'Q', 'V', 'T'};
 constexpr int kVersion = 2;
+
+// Live CounterSyncDeferral objects of this process.
+std::atomic<int> counterSyncDeferrals{0};
+
+bool CounterWritesSynced() {
+    return counterSyncDeferrals.load() == 0;
+}
 
 using Record = unsigned char[kCompanyHeaderSize];
 
@@ -256,13 +264,13 @@ class CompanyHeaderLock::File {
                             std::to_string(got) + " bytes)");
     }
 
-    void Write(const Record& r) {
+    void Write(const Record& r, bool sync = true) {
 #ifdef _WIN32
         OVERLAPPED ov{};
         DWORD n = 0;
         if (!WriteFile(h_, r, kCompanyHeaderSize, &n, &ov) || n != kCompanyHeaderSize)
             Fail("no se puede escribir");
-        FlushFileBuffers(h_);
+        if (sync) FlushFileBuffers(h_);
 #else
         std::size_t done = 0;
         while (done < kCompanyHeaderSize) {
@@ -272,6 +280,14 @@ class CompanyHeaderLock::File {
             if (n <= 0) Fail("no se puede escribir");
             done += static_cast<std::size_t>(n);
         }
+        if (sync) Sync();
+#endif
+    }
+
+    void Sync() {
+#ifdef _WIN32
+        FlushFileBuffers(h_);
+#else
         if (::fdatasync(fd_) != 0) Fail("no se puede escribir");
 #endif
     }
@@ -542,7 +558,7 @@ std::int32_t IncrementCounter(const std::string& path) {
     if (h.counter == std::numeric_limits<std::int32_t>::max())
         throw HostError("Desbordamiento del contador de referencias de " + file);
     PutInt(r, kCounterAt, static_cast<std::uint32_t>(h.counter + 1), 4);
-    f.Write(r);
+    f.Write(r, CounterWritesSynced());
     return h.counter + 1;
 }
 
@@ -556,7 +572,7 @@ std::int32_t AddToCounter(const std::string& path, std::int32_t n) {
     if (h.counter > std::numeric_limits<std::int32_t>::max() - n)
         throw HostError("Desbordamiento del contador de referencias de " + file);
     PutInt(r, kCounterAt, static_cast<std::uint32_t>(h.counter + n), 4);
-    f.Write(r);
+    f.Write(r, CounterWritesSynced());
     return h.counter + n;
 }
 
@@ -568,6 +584,31 @@ void SetCounter(const std::string& path, std::int32_t value) {
     Decode(r, file);
     PutInt(r, kCounterAt, static_cast<std::uint32_t>(value), 4);
     f.Write(r);
+}
+
+std::int32_t RaiseCounter(const std::string& path, std::int32_t value) {
+    std::string file = ExistingCompanyFile(path);
+    LockedFile f(file, LockedFile::Access::Write);
+    Record r;
+    f.Read(r);
+    CompanyHeader h = Decode(r, file);
+    if (h.counter >= value) return h.counter;
+    PutInt(r, kCounterAt, static_cast<std::uint32_t>(value), 4);
+    f.Write(r);
+    return value;
+}
+
+CounterSyncDeferral::CounterSyncDeferral(std::string companyFile) : file_(std::move(companyFile)) {
+    ++counterSyncDeferrals;
+}
+
+CounterSyncDeferral::~CounterSyncDeferral() {
+    --counterSyncDeferrals;
+    try {
+        LockedFile(ExistingCompanyFile(file_), LockedFile::Access::Write).Sync();
+    } catch (const HostError&) {
+        // the next synced write of the counter, or a recovery from the journal, covers it
+    }
 }
 
 }  // namespace pendara

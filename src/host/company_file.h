@@ -92,6 +92,22 @@ std::int32_t IncrementCounter(const std::string& path);
 // counter-n+1 .. counter belongs to the caller (a run that draws many references at once).
 std::int32_t AddToCounter(const std::string& path, std::int32_t n);
 void SetCounter(const std::string& path, std::int32_t value);
+// Raises the counter to `value` when it is lower, under the same lock; returns the counter.
+std::int32_t RaiseCounter(const std::string& path, std::int32_t value);
+
+// While one lives, this process's counter writes are not synced one by one: a run that draws
+// many references records the counter in its journal instead (a recovery raises the counter to
+// what the journal recorded), and the company file is synced once when the deferral ends.
+class CounterSyncDeferral {
+  public:
+    explicit CounterSyncDeferral(std::string companyFile);
+    ~CounterSyncDeferral();
+    CounterSyncDeferral(const CounterSyncDeferral&) = delete;
+    CounterSyncDeferral& operator=(const CounterSyncDeferral&) = delete;
+
+  private:
+    std::string file_;
+};
 
 // The header record held under the write lock for a longer operation (a change of key): other
 // processes wait for it as for the counter.

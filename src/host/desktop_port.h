@@ -119,6 +119,14 @@ class DesktopPort {
     virtual GaugeSurface& Gauge() = 0;
     // Shows the reference detail window modally over the main window's state.
     virtual void ShowReferenceDetail(Pndra& window) = 0;
+    // A write has waited `seconds` for `file`, which another workstation holds; called again on
+    // every poll while the wait goes on. False gives the wait up, and the write is not made. By
+    // default the wait goes on in silence up to its limit.
+    virtual bool WaitingForFile(const std::string& file, double seconds) {
+        (void)file;
+        (void)seconds;
+        return true;
+    }
 };
 
 }  // namespace pendara

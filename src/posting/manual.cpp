@@ -18,12 +18,19 @@ std::string LastAccount() {
     return GetRegValue("Ultima", "Punteo").text();
 }
 
-void UndoIn(Grid& grid, const std::string& reference) {
+// True when a cell changed.
+bool UndoIn(Grid& grid, const std::string& reference) {
+    bool changed = false;
     for (int r = 1; r <= grid.Rows(); ++r) {
         if (Trim(grid.Cell(r, 5)) != reference) continue;
+        changed = changed || !grid.Cell(r, 5).empty();
         grid.SetCell(r, 5, "");
-        if (LeadingNumber(grid.Cell(r, 8)) == 1) grid.SetCell(r, 8, "0");
+        if (LeadingNumber(grid.Cell(r, 8)) == 1) {
+            changed = changed || grid.Cell(r, 8) != "0";
+            grid.SetCell(r, 8, "0");
+        }
     }
+    return changed;
 }
 
 }  // namespace
@@ -34,8 +41,9 @@ void CreaRef_Click(Pndra& w) {
 }
 
 void DeshacerRef_Click(Pndra& w) {
-    UndoIn(w.SGrid1, w.CurrentReference);
-    UndoIn(w.SGrid2, w.CurrentReference);
+    const bool debits = UndoIn(w.SGrid1, w.CurrentReference);
+    const bool credits = UndoIn(w.SGrid2, w.CurrentReference);
+    if (debits || credits) w.UnsavedEdits = true;
 }
 
 void Punteo_Click(Pndra& w) {

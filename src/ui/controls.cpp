@@ -74,6 +74,14 @@ void ListBox::SetListIndex(int i) {
     if (i >= 0 && onClick) onClick();
 }
 
+void ListBox::SelectWithoutClick(int i) {
+    if (i < -1 || i >= ListCount())
+        throw std::out_of_range("ListBox::SelectWithoutClick: índice fuera de la lista");
+    if (i == listIndex_) return;
+    listIndex_ = i;
+    Changed();
+}
+
 Grid::Grid(int cols) : cols_(cols), cells_(static_cast<std::size_t>(2) * (cols + 1)) {
     headers.assign(static_cast<std::size_t>(cols + 1), "");
     widthChars.assign(static_cast<std::size_t>(cols + 1), 8);

@@ -133,6 +133,8 @@ class ListBox : public Observable {
     int ListIndex() const { return listIndex_; }
     // Selects entry i (-1: none); selecting an entry fires onClick.
     void SetListIndex(int i);
+    // Moves the selection without firing onClick (the keyboard walking the list).
+    void SelectWithoutClick(int i);
     int NewIndex() const { return newIndex_; }
     const std::vector<Item>& items() const { return items_; }
 

@@ -95,6 +95,7 @@ void SGrid_Click(Pndra& w, int grid, int, int modifier, int row, int col) {
     g.Col = col;
     if (modifier == 1) {
         g.SetCell(row, 5, w.newref.text());
+        w.UnsavedEdits = true;
         DoSumas(w, w.newref.text());
     } else if (col == 5) {
         DoSumas(w, g.Cell(row, 5));
@@ -109,6 +110,7 @@ void Image1_DblClick(Pndra& w) {
 }
 
 void ClearGrids(Pndra& w) {
+    w.UnsavedEdits = false;
     w.SGrid1.Clear();
     w.SGrid1.SetRows(1);
     w.SGrid2.Clear();

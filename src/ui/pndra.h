@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -18,6 +19,7 @@
 namespace pendara {
 
 class QvLibrary;
+class PostingRun;
 
 // Button maps of the two toolbars and of the group-run state.
 inline constexpr const char* kToolbar1Images = "80,20,-1,23,-1,78,17,25,8,12,13,112";
@@ -38,6 +40,14 @@ inline constexpr std::uint32_t kColourRed = 255;
 
 // The catalogue starts with room for this many companies and grows when a chain is longer.
 inline constexpr int kCatalogueSize = 100;
+
+// What one save of the active account wrote, as far as the window state can tell.
+struct AccountSaveSummary {
+    std::string account;     // the active account's code
+    int entriesWritten = 0;  // grid rows written into the entries files
+    int references = 0;      // distinct system references among them
+    int entriesOpen = 0;     // rows left open in the grids afterwards
+};
 
 class Pndra {
   public:
@@ -89,11 +99,18 @@ class Pndra {
     bool StopRequested = false;
     // The enhanced matching mode for every run of this window, whatever the stored setting.
     bool EnhancedForced = false;
+    // The journal run that the saves of a group save go into (none outside one).
+    PostingRun* RunInProgress = nullptr;
     std::int16_t SelectedCol = 0;
     std::int16_t SelectedRow = 0;
     std::int16_t SelectedGrid = 0;
     // The reference last shown by the sums (trimmed).
     std::string CurrentReference;
+    // References given or taken away by hand in the grids and not yet written; loading or
+    // saving the account clears it.
+    bool UnsavedEdits = false;
+    // Told after every save of the active account.
+    std::function<void(const AccountSaveSummary&)> onAccountSaved;
 
     // The progress gauge and the shared text buffer.
     Gauge gauge;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cfloat>
+#include <clocale>
 #include <cmath>
 #include <random>
 
@@ -252,6 +253,30 @@ TEST(RoundTo, AgreesWithExtendedPrecisionOnAmounts) {
     }
     // Plain double arithmetic would round many of these halves the other way.
     EXPECT_GT(differentFromDouble, 0);
+}
+
+// The window's toolkit switches the C library to the user's locale; the
+// conversions must read and write the same under a locale with a decimal comma.
+class UnderSpanishLocale : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        saved_ = std::setlocale(LC_ALL, nullptr);
+        if (!std::setlocale(LC_ALL, "es_ES.UTF-8") && !std::setlocale(LC_ALL, "es_ES.utf8"))
+            GTEST_SKIP() << "the Spanish locale is not generated on this machine";
+    }
+    void TearDown() override { std::setlocale(LC_ALL, saved_.c_str()); }
+    std::string saved_;
+};
+
+TEST_F(UnderSpanishLocale, NumbersReadAndWriteAsInTheCLocale) {
+
+    EXPECT_DOUBLE_EQ(LeadingNumber(".01"), 0.01);
+    EXPECT_DOUBLE_EQ(ToDouble("1.234,56"), 1234.56);
+    std::string t = " 12.50 ";
+    EXPECT_DOUBLE_EQ(ParseNumber(t), 12.5);
+    EXPECT_EQ(FormatAmountPlain(1234567.891), "1.234.567,89");
+    EXPECT_EQ(ValueText(1234.5), "1234,5");
+    EXPECT_EQ(ValueText(0.01), "0,01");
 }
 
 }  // namespace

@@ -52,6 +52,15 @@ TEST_F(ManualTest, UndoWithoutCurrentReferenceChangesNothingVisible) {
     EXPECT_EQ(w.SGrid1.ExportRows(), d);
 }
 
+TEST_F(ManualTest, OnlyAnUndoThatChangesACellLeavesUnsavedEdits) {
+    w.CurrentReference = "RF-99";  // on no row
+    DeshacerRef_Click(w);
+    EXPECT_FALSE(w.UnsavedEdits);
+    w.CurrentReference = "RF-4";
+    DeshacerRef_Click(w);
+    EXPECT_TRUE(w.UnsavedEdits);
+}
+
 TEST_F(ManualTest, LastAccountLabelAndRecall) {
     SetUltima(w);
     EXPECT_EQ(w.Ultima.caption(), "Ultima cuenta punteada:  (hacer click para selecionar)");

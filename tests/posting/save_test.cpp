@@ -10,6 +10,7 @@
 #include "support/ledger.h"
 #include "support/scripted_port.h"
 #include "support/temp_dir.h"
+#include "ui/main_window.h"
 #include "ui/pndra.h"
 
 namespace pendara {
@@ -142,6 +143,29 @@ TEST_F(SaveTest, GaugeMovesEveryHundredRowsAndEndsClear) {
     EXPECT_EQ(port.gauge.text, "");
 }
 
+TEST_F(SaveTest, EverySaveTellsWhatItWrote) {
+    std::vector<AccountSaveSummary> told;
+    w.onAccountSaved = [&](const AccountSaveSummary& s) { told.push_back(s); };
+    w.CTA.setText("4300000001 ");
+    PutRow(w.SGrid1, 1, r25[0], "RF-50", "100,00", 1);
+    PutRow(w.SGrid1, 2, r24[0], "", "75,00", 2);
+    PutRow(w.SGrid2, 1, r25[1], "RF-50", "-60,00", 1);
+    PutRow(w.SGrid2, 2, r25[2], "RF-52", "-40,00", 1);
+    GrabaRef_Click(w);
+    ASSERT_EQ(told.size(), 1u);
+    EXPECT_EQ(told[0].account, "4300000001");
+    EXPECT_EQ(told[0].entriesWritten, 4);
+    EXPECT_EQ(told[0].references, 2);  // RF-50 and RF-52
+    EXPECT_EQ(told[0].entriesOpen, 1);
+    // Empty grids write nothing and say so.
+    ClearGrids(w);
+    GrabaRef_Click(w);
+    ASSERT_EQ(told.size(), 2u);
+    EXPECT_EQ(told[1].entriesWritten, 0);
+    EXPECT_EQ(told[1].references, 0);
+    EXPECT_EQ(told[1].entriesOpen, 0);
+}
+
 TEST_F(SaveTest, SavingEmptyGridsWritesNothingClearsAndStillDrawsAReference) {
     const auto before25 = l.Read(y25);
     GrabaRef_Click(w);
@@ -173,7 +197,9 @@ TEST_F(SaveTest, MatchedGroupsLeaveTheGridsOpenRowsStay) {
 
     PutRow(w.SGrid1, 1, r25[0], "", "100,00", 1);
     PutRow(w.SGrid1, 2, r24[0], "RF-51", "75,00", 2);
+    w.UnsavedEdits = true;
     GrabaRef_Click(w);
+    EXPECT_FALSE(w.UnsavedEdits);
     EXPECT_EQ(At(y25, r25[0]).referencia, "");
     EXPECT_EQ(At(y25, r25[0]).marca, "0");
     ASSERT_EQ(w.SGrid1.Rows(), 1);

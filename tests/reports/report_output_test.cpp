@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -339,6 +340,18 @@ TEST_F(PrintReportTest, SpreadsheetHasNumericAmountAndDateCells) {
     EXPECT_NE(sheet.find("<v>45672</v>"), std::string::npos);  // 15/01/2025
     EXPECT_NE(strings.find("Descripción"), std::string::npos);
     EXPECT_NE(strings.find("Saldo según último balance"), std::string::npos);
+}
+
+TEST_F(PrintReportTest, SpreadsheetAmountsStayNumbersUnderALocaleWithADecimalComma) {
+    if (!Have("unzip")) GTEST_SKIP() << "unzip is needed to read the workbook";
+    const std::string saved = std::setlocale(LC_ALL, nullptr);
+    if (!std::setlocale(LC_ALL, "es_ES.UTF-8")) GTEST_SKIP() << "no Spanish locale";
+    PresetReportFile(dir.file("es.xlsx"));
+    Print(kReportToSpreadsheet, sample);
+    std::setlocale(LC_ALL, saved.c_str());
+    std::string sheet = Capture("unzip -p '" + dir.file("es.xlsx") + "' xl/worksheets/sheet1.xml");
+    EXPECT_NE(sheet.find("<v>99.95</v>"), std::string::npos) << sheet;
+    EXPECT_NE(sheet.find("<v>-3703.5</v>"), std::string::npos);
 }
 
 TEST_F(PrintReportTest, SpreadsheetColumnsAreAsWideAsTheirCharacters) {

@@ -97,6 +97,24 @@ TEST(ListBox, SelectionFiresClickAndRemovalAdjustsIt) {
     EXPECT_THROW(l.SetListIndex(0), std::out_of_range);
 }
 
+TEST(ListBox, SelectingWithoutAClickMovesOnlyTheSelection) {
+    ListBox l;
+    int clicks = 0;
+    l.onClick = [&] { ++clicks; };
+    l.AddItem("a");
+    l.AddItem("b");
+    const auto version = l.version();
+    l.SelectWithoutClick(1);
+    EXPECT_EQ(l.ListIndex(), 1);
+    EXPECT_EQ(clicks, 0);
+    EXPECT_GT(l.version(), version);  // a view redraws the selection
+    l.SelectWithoutClick(-1);
+    EXPECT_EQ(l.ListIndex(), -1);
+    EXPECT_THROW(l.SelectWithoutClick(2), std::out_of_range);
+    l.SetListIndex(0);
+    EXPECT_EQ(clicks, 1);
+}
+
 TEST(Toolbar, ImageNumbersAreKeysAndMinusOneSeparates) {
     Toolbar t;
     t.SetButtons(kToolbar1Images, kToolbar1Tips);

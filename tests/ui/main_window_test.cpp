@@ -39,6 +39,15 @@ TEST_F(MainWindowTest, ModifierOneWritesNewReferenceIntoColumnFiveWhateverColumn
     EXPECT_EQ(w.SelectedGrid, 1);
 }
 
+TEST_F(MainWindowTest, OnlyModifierOneLeavesUnsavedEditsAndClearingTheGridsDropsThem) {
+    SGrid_Click(w, 1, 0, 0, 2, 5);
+    EXPECT_FALSE(w.UnsavedEdits);
+    SGrid_Click(w, 2, 0, 1, 1, 4);
+    EXPECT_TRUE(w.UnsavedEdits);
+    ClearGrids(w);
+    EXPECT_FALSE(w.UnsavedEdits);
+}
+
 TEST_F(MainWindowTest, ClickInColumnFiveShowsSumsOtherColumnsOnlyRecordTheSelection) {
     SGrid_Click(w, 2, 0, 0, 1, 3);
     EXPECT_EQ(w.Frame4.caption(), "Sumas por referencia:");

@@ -4,6 +4,8 @@
 #include <iostream>
 #include <string>
 
+#include "host/account_posting.h"
+
 #ifndef _WIN32
 #include <termios.h>
 #include <unistd.h>
@@ -169,6 +171,16 @@ void ConsolePort::OpenDocument(const std::string& file, const std::string& folde
 
 void ConsolePort::ShowReferenceDetail(Pndra&) {
     err_ << "La ventana de detalle necesita el programa de escritorio.\n";
+}
+
+bool ConsolePort::WaitingForFile(const std::string& file, double seconds) {
+    if (file != waitingFor_ || seconds < waited_) {
+        gauge_.Cls();
+        err_ << WaitingMessage(file) << "\n" << std::flush;
+        waitingFor_ = file;
+    }
+    waited_ = seconds;
+    return true;
 }
 
 }  // namespace pendara

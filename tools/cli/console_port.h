@@ -60,6 +60,8 @@ class ConsolePort : public DesktopPort {
     void OpenDocument(const std::string& file, const std::string& folder) override;
     GaugeSurface& Gauge() override { return gauge_; }
     void ShowReferenceDetail(Pndra& window) override;
+    // Says once per wait, on standard error, which file the write waits for.
+    bool WaitingForFile(const std::string& file, double seconds) override;
 
     void setAssumeYes(bool yes) { assumeYes_ = yes; }
     // Run on every DoEvents (the headless stop request comes from a signal flag).
@@ -70,6 +72,8 @@ class ConsolePort : public DesktopPort {
     std::ostream& err_;
     bool assumeYes_;
     ConsoleGauge gauge_;
+    std::string waitingFor_;
+    double waited_ = 0;
 };
 
 // Reads one line from the terminal without echo when standard input is a terminal, otherwise

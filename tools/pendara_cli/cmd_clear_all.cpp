@@ -31,8 +31,8 @@ const Registrar reg{
     {"clear-all", "borra referencias y punteo de todas las cuentas",
      "Uso: pendara-cli clear-all [--yes]\n\n"
      "Vacía la referencia de punteo y pone la marca a 0 en todos los apuntes de todas las\n"
-     "cuentas de todas las empresas del grupo. No se puede deshacer. Pregunta antes, salvo\n"
-     "con --yes.",
+     "cuentas de todas las empresas del grupo. Pregunta antes, salvo con --yes. Se puede\n"
+     "deshacer con \"pendara-cli undo\" (ver \"pendara-cli runs\").",
      Run}};
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <QScreen>
 #include <QTableView>
 #include <QToolBar>
+#include <utility>
 
 #include "ui/layout.h"
 #include "ui/pndra.h"
@@ -99,6 +100,16 @@ void DetailDialog::Refresh() {
     gridModel_->Sync();
     for (int c = 0; c < DetailWindow::kCols; ++c)
         fx1_->setColumnWidth(c, TwipsToPixels(model_.ColWidth(c), dpi_));
+    // Amounts of every size fit; each side's description gives up what its amount takes.
+    const int amount =
+        QFontMetrics(fx1_->font()).horizontalAdvance(QStringLiteral("-999.999.999,99")) + 8;
+    for (auto [amountCol, descriptionCol] : {std::pair{4, 3}, std::pair{9, 8}}) {
+        const int extra = amount - fx1_->columnWidth(amountCol);
+        if (extra <= 0) continue;
+        fx1_->setColumnWidth(amountCol, amount);
+        fx1_->setColumnWidth(descriptionCol,
+                             std::max(40, fx1_->columnWidth(descriptionCol) - extra));
+    }
     text1_->setText(Q(model_.Text1.text()));
     for (int i = 0; i < 3; ++i)
         sumas_[static_cast<std::size_t>(i)]->setText(

@@ -52,6 +52,12 @@ QVariant GridModel::data(const QModelIndex& index, int role) const {
         case Qt::BackgroundRole:
             if (col == 0) return QBrush(kFixedCell);
             return {};
+        case Qt::ToolTipRole: {
+            // The whole text of a cell the column may cut.
+            const std::string& text = grid_.Cell(row, col);
+            if (col == 0 || text.empty()) return {};
+            return Q(text).trimmed();
+        }
         default:
             return {};
     }
@@ -85,7 +91,7 @@ int ListModel::rowCount(const QModelIndex& parent) const {
 }
 
 QVariant ListModel::data(const QModelIndex& index, int role) const {
-    if (!index.isValid() || role != Qt::DisplayRole) return {};
+    if (!index.isValid() || (role != Qt::DisplayRole && role != Qt::ToolTipRole)) return {};
     return Q(list_.List(index.row()));
 }
 
@@ -113,6 +119,11 @@ QVariant DetailModel::data(const QModelIndex& index, int role) const {
     switch (role) {
         case Qt::DisplayRole:
             return Q(window_.Cell(index.row() + 1, index.column()));
+        case Qt::ToolTipRole: {
+            const std::string& text = window_.Cell(index.row() + 1, index.column());
+            if (text.empty()) return {};
+            return Q(text);
+        }
         case Qt::TextAlignmentRole:
             return QVariant::fromValue(ToQt(window_.ColAlignment(index.column())));
         case Qt::BackgroundRole:

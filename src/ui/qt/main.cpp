@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QFont>
 #include <QSessionManager>
+#include <clocale>
 #include <cstdlib>
 #include <string>
 
@@ -12,12 +13,17 @@
 #include "ui/qt/qt_main_window.h"
 #include "ui/qt/qt_port.h"
 #include "ui/qt/screenshot_tour.h"
+#include "ui/qt/translations.h"
 
 int main(int argc, char** argv) {
     using namespace pendara;
     QApplication app(argc, argv);
+    // The toolkit set the C library to the user's locale. The program's own conversions do
+    // not depend on it, but the libraries under the data side may print numbers with printf.
+    std::setlocale(LC_NUMERIC, "C");
     QApplication::setApplicationName(QStringLiteral("Pendara"));
     QApplication::setFont(QFont(QStringLiteral("DejaVu Sans"), 8));
+    InstallSpanishTranslations(app);
 
     std::string commandLine;
     for (int i = 1; i < argc; ++i) {
@@ -42,7 +48,10 @@ int main(int argc, char** argv) {
                          window.EndSession();
                      });
     if (!window.Load()) return window.exitCode();
-    window.show();
+    if (window.startMaximised())
+        window.showMaximized();
+    else
+        window.show();
     if (const char* tour = std::getenv("PENDARA_SCREENSHOT"))
         StartScreenshotTour(window, port, tour);
     int code = app.exec();

@@ -56,6 +56,20 @@ void LimitCharacters(QLineEdit* edit, int limit) {
 
 }  // namespace
 
+std::string NumberForDialog(const std::string& value) {
+    if (Trim(value).empty()) return "";
+    return ValueText(LeadingNumber(value));
+}
+
+std::string NumberFromDialog(const std::string& text) {
+    std::string t = text;
+    if (Trim(t).empty()) return "";
+    std::string v = ValueText(ParseNumber(t));
+    for (char& c : v)
+        if (c == ',') c = '.';
+    return v;
+}
+
 bool IsNumberKind(int kind) {
     return (kind >= 1 && kind <= 7 && kind != kDate) || (kind >= 80 && kind <= 89);
 }
@@ -120,6 +134,7 @@ ParameterForm::ParameterForm(const QString& caption, const ParameterValues& valu
                     edit->setText(value);
                     edit->setFixedWidth(digit * 12);
                 } else if (IsNumberKind(kind)) {
+                    edit->setText(Q(NumberForDialog(values[i][1])));
                     edit->setAlignment(Qt::AlignRight);
                     edit->setValidator(new QRegularExpressionValidator(
                         QRegularExpression(QStringLiteral("[-+]?[0-9.,]*")), edit));
@@ -192,8 +207,11 @@ void ParameterForm::Store(ParameterValues& values) const {
         } else if (auto* edit = qobject_cast<QLineEdit*>(input)) {
             QString t = edit->text();
             // An empty date box reads back as its separators only.
+            const int kind = i < kinds_.size() ? kinds_[i][1] : kText;
             if (!edit->inputMask().isEmpty() && t.remove(QLatin1Char('/')).trimmed().isEmpty())
                 values[i][1].clear();
+            else if (IsNumberKind(kind))
+                values[i][1] = NumberFromDialog(S(edit->text()));
             else
                 values[i][1] = S(edit->text());
         }

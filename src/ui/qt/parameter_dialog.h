@@ -8,6 +8,7 @@
 #include <QDialog>
 #include <QString>
 #include <functional>
+#include <string>
 #include <vector>
 
 #include "host/desktop_port.h"
@@ -39,5 +40,10 @@ class ParameterForm : public QDialog {
 };
 
 bool IsNumberKind(int kind);
+// Numbers are shown with a decimal comma ("0,01") and handed back with the decimal point that
+// the parameter list reads (".01" in, "0.01" out); what the user types is read as the program
+// reads numbers (a lone "." is a decimal point, otherwise "." groups thousands).
+std::string NumberForDialog(const std::string& value);
+std::string NumberFromDialog(const std::string& text);
 
 }  // namespace pendara

@@ -199,11 +199,13 @@ bool QtPort::ParameterDialog(const std::string& caption, ParameterValues& values
 }
 
 void QtPort::ShowReport(const ReportRequest& request, ReportScreenTarget target) {
+    ++reportOutputs;
     ShowReportDialog(request, target, parent_, [this](QDialog& d) { return Exec(d); });
 }
 
 std::string QtPort::AskSaveFile(const std::string& title, const std::string& suggestedName,
                                 const std::string& filter) {
+    ++reportOutputs;
     QFileDialog dlg(parent_, TitleOr(title), QDir::home().filePath(Q(suggestedName)), Q(filter));
     dlg.setAcceptMode(QFileDialog::AcceptSave);
     dlg.setFileMode(QFileDialog::AnyFile);
@@ -215,6 +217,22 @@ std::string QtPort::AskSaveFile(const std::string& title, const std::string& sug
 void QtPort::DoEvents() {
     QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
     ThrowIfEnding();
+}
+
+bool QtPort::WaitingForFile(const std::string& file, double seconds) {
+    // Owned here rather than by the window, which may go first; centred over it when shown.
+    if (!wait_) wait_ = std::make_unique<WaitDialog>(nullptr);
+    if (!wait_->isVisible() && parent_) {
+        wait_->adjustSize();
+        wait_->move(parent_->geometry().center() - wait_->rect().center());
+    }
+    // A new wait starts over: another file, or the clock went back to the start.
+    if (file != waitingFor_ || seconds < waited_ || !wait_->isVisible()) wait_->Reset();
+    waitingFor_ = file;
+    waited_ = seconds;
+    const bool goOn = wait_->Poll(Q(file), seconds);
+    if (!goOn) wait_->hide();
+    return goOn;
 }
 
 void QtPort::OpenDocument(const std::string& file, const std::string& folder) {

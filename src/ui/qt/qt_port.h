@@ -11,6 +11,7 @@
 
 #include "host/desktop_port.h"
 #include "ui/qt/gauge_widget.h"
+#include "ui/qt/wait_dialog.h"
 
 class QDialog;
 
@@ -39,11 +40,14 @@ class QtPort : public DesktopPort {
     void OpenDocument(const std::string& file, const std::string& folder) override;
     GaugeSurface& Gauge() override { return *gauge_; }
     void ShowReferenceDetail(Pndra& window) override;
+    bool WaitingForFile(const std::string& file, double seconds) override;
 
     GaugeWidget& gaugeWidget() { return *gauge_; }
 
     // How many gestures are running, one inside another.
     int depth = 0;
+    // How many reports went to the screen or the printer or asked for a file.
+    int reportOutputs = 0;
     // Asks the outermost gesture to end the program with the code.
     void RequestEnd(int code);
     bool EndRequested() const { return endCode_.has_value(); }
@@ -59,8 +63,14 @@ class QtPort : public DesktopPort {
 
     int Exec(QDialog& dialog);
 
+    // The notice of a wait for a held file, made on the first wait (tests read it).
+    WaitDialog* waitDialog() const { return wait_.get(); }
+
   private:
     std::unique_ptr<GaugeWidget> gauge_;
+    std::unique_ptr<WaitDialog> wait_;
+    std::string waitingFor_;
+    double waited_ = 0;
     QPointer<QWidget> parent_;
     std::optional<int> endCode_;
 };

@@ -6,10 +6,13 @@
 #include <QLineEdit>
 #include <QListView>
 #include <QProcess>
+#include <QScreen>
 #include <QTimer>
+#include <cstdlib>
 
 #include "host/conversions.h"
 #include "ui/pndra.h"
+#include "ui/qt/icons.h"
 #include "ui/qt/parameter_dialog.h"
 #include "ui/qt/qt_main_window.h"
 #include "ui/qt/qt_port.h"
@@ -33,28 +36,44 @@ int RowWithReference(const Grid& g) {
     return 0;
 }
 
+// Every button either toolbar can show, as the toolbars draw it.
+void DrawIcons(const QString& dir) {
+    QDir().mkpath(dir);
+    for (int key : {80, 20, 23, 78, 17, 25, 8, 12, 13, 112, 117, 21})
+        ToolbarIcon(key).pixmap(24, 24).save(QDir(dir).filePath(QStringLiteral("%1.png").arg(key)));
+}
+
+// Loads the first customer account with open entries on both sides: the fullest picture.
+void LoadFullAccount(MainWindow& window) {
+    Pndra& w = window.state();
+    if (w.List2.ListCount() == 0) window.ClickToolbar(1, 8);
+    const int n = w.List2.ListCount();
+    for (int i = 0; i < n && i < 60; ++i) {
+        if (w.List2.List(i).rfind("430", 0) != 0) continue;
+        window.ClickAccount(i);
+        if (w.SGrid1.Rows() > 3 && w.SGrid2.Rows() > 2) return;
+    }
+    if (n > 0) window.ClickAccount(0);
+}
+
 }  // namespace
 
 void StartScreenshotTour(MainWindow& window, QtPort& port, const char* dir) {
     QString out = QString::fromLocal8Bit(dir);
     QDir().mkpath(out);
+    if (const char* icons = std::getenv("PENDARA_HELP_ICONS"))
+        DrawIcons(QString::fromLocal8Bit(icons));
     QTimer::singleShot(500, &window, [&window, &port, out] {
         Pndra& w = window.state();
-        window.resize(1400, 900);
-        // The account with most open entries on both sides makes the fullest picture.
-        int best = -1;
-        if (w.List2.ListCount() == 0) window.ClickToolbar(1, 8);
-        int n = w.List2.ListCount();
-        for (int i = 0; i < n && i < 60; ++i) {
-            if (w.List2.List(i).rfind("430", 0) != 0) continue;
-            window.ClickAccount(i);
-            if (w.SGrid1.Rows() > 3 && w.SGrid2.Rows() > 2) {
-                best = i;
-                break;
-            }
+        const QRect screen = window.screen()->availableGeometry();
+        window.setGeometry(screen);
+        LoadFullAccount(window);
+        Shoot(QDir(out).filePath(QStringLiteral("main-%1.png").arg(screen.width())));
+        if (screen.width() >= 1200) {
+            window.close();
+            QCoreApplication::exit(0);
+            return;
         }
-        if (best < 0 && n > 0) window.ClickAccount(0);
-        Shoot(QDir(out).filePath(QStringLiteral("main.png")));
 
         // Every entry of the account, so that matched rows show their references.
         window.ClickOption(0);
@@ -74,19 +93,19 @@ void StartScreenshotTour(MainWindow& window, QtPort& port, const char* dir) {
             d.reject();
         };
         window.ClickToolbar(1, 12);
-        // The report of the active account on screen: the dialog accepted as it opens.
+        // The report of every customer account on screen.
         port.onDialog = [out](QDialog& d) {
             if (auto* form = qobject_cast<ParameterForm*>(&d)) {
-                // Every customer account, so that the report has something to show.
                 if (auto* from = qobject_cast<QLineEdit*>(form->input(0)))
                     from->setText(QStringLiteral("4300000000"));
                 if (auto* to = qobject_cast<QLineEdit*>(form->input(1)))
                     to->setText(QStringLiteral("4309999999"));
+                Shoot(QDir(out).filePath(QStringLiteral("report-dialog.png")));
                 d.accept();
                 return;
             }
-            d.resize(1000, 800);
-            Shoot(QDir(out).filePath(QStringLiteral("report.png")));
+            d.resize(d.screen()->availableGeometry().size() * 9 / 10);
+            Shoot(QDir(out).filePath(QStringLiteral("preview.png")));
             d.reject();
         };
         window.ClickToolbar(1, 25);

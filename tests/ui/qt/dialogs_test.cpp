@@ -19,11 +19,13 @@
 #include <QToolButton>
 #include <QValidator>
 
+#include "host/conversions.h"
 #include "host/report_output.h"
 #include "ui/qt/account_lookup.h"
 #include "ui/qt/parameter_dialog.h"
 #include "ui/qt/qt_port.h"
 #include "ui/qt/report_view.h"
+#include "ui/qt/wait_dialog.h"
 
 namespace pendara {
 namespace {
@@ -149,8 +151,9 @@ TEST(ParameterDialog, EveryKindHasItsInputAndWritesItsAnswer) {
         EXPECT_TRUE(check->isChecked());
         check->setChecked(false);
         auto* number = qobject_cast<QLineEdit*>(f.input(4));
-        EXPECT_EQ(number->text(), QStringLiteral(".01"));
+        EXPECT_EQ(number->text(), QStringLiteral("0,01"));  // shown with a decimal comma
         EXPECT_TRUE(number->alignment() & Qt::AlignRight);
+        number->setText(QStringLiteral("1.234,5"));
         auto* mark = qobject_cast<QLineEdit*>(f.input(5));
         EXPECT_EQ(mark->text(), QStringLiteral("1"));  // the value travels in the length
         EXPECT_TRUE(Fits(mark, "𝄞"));
@@ -173,11 +176,27 @@ TEST(ParameterDialog, EveryKindHasItsInputAndWritesItsAnswer) {
     EXPECT_EQ(values[1][1], "??????????");
     EXPECT_EQ(values[2][1], "31/12/25");
     EXPECT_EQ(values[3][1], "0");
-    EXPECT_EQ(values[4][1], ".01");
+    EXPECT_EQ(values[4][1], "1234.5");  // handed back with the point the parameter list reads
     EXPECT_EQ(values[5][1], "X");
     EXPECT_EQ(values[6][0], std::to_string(kReportToCsv));  // the choice goes to the label column
     EXPECT_EQ(values[7][1], "0");
     EXPECT_EQ(values[8][1], "-1");
+}
+
+TEST(ParameterDialog, NumbersAreShownWithACommaAndHandedBackWithAPoint) {
+    EXPECT_EQ(NumberForDialog(".01"), "0,01");
+    EXPECT_EQ(NumberForDialog("-.5"), "-0,5");
+    EXPECT_EQ(NumberForDialog("12"), "12");
+    EXPECT_EQ(NumberForDialog("0"), "0");
+    EXPECT_EQ(NumberForDialog(""), "");
+    EXPECT_EQ(NumberFromDialog("0,01"), "0.01");
+    EXPECT_EQ(NumberFromDialog("1.234.567,8"), "1234567.8");
+    EXPECT_EQ(NumberFromDialog("12.5"), "12.5");  // a lone point is a decimal point
+    EXPECT_EQ(NumberFromDialog("-7"), "-7");
+    EXPECT_EQ(NumberFromDialog("  "), "");
+    // The parameter list's own reading of what comes back: the comma form would read as 0.
+    EXPECT_DOUBLE_EQ(LeadingNumber(NumberFromDialog("0,01")), 0.01);
+    EXPECT_DOUBLE_EQ(LeadingNumber("0,01"), 0.0);
 }
 
 TEST(ParameterDialog, CancelLeavesTheValuesAsTheyWere) {
@@ -191,6 +210,35 @@ TEST(ParameterDialog, CancelLeavesTheValuesAsTheyWere) {
     };
     EXPECT_FALSE(port.ParameterDialog("Configuración de Punteo", values, kinds, nullptr));
     EXPECT_EQ(values, before);
+}
+
+// Polls as the posting does while another workstation holds a file.
+TEST(WaitForFile, SaysWhatAndHowLongLetsTheUserGiveUpAndGoesAwayWhenTheWaitEnds) {
+    QtPort port;
+    const std::string file = "/datos/extraD1.qvd";
+    EXPECT_TRUE(port.WaitingForFile(file, 2.0));
+    WaitDialog* d = port.waitDialog();
+    ASSERT_NE(d, nullptr);
+    EXPECT_TRUE(d->isVisible());
+    EXPECT_EQ(d->messageLabel()->text().toStdString(),
+              "Esperando a que otro puesto libere /datos/extraD1.qvd...");
+    EXPECT_TRUE(port.WaitingForFile(file, 7.9));
+    bool saysSeconds = false;
+    for (QLabel* l : d->findChildren<QLabel*>())
+        saysSeconds |= l->text() == QStringLiteral("Esperando desde hace 7 s.");
+    EXPECT_TRUE(saysSeconds);
+
+    // The click is seen on the next poll, which gives the wait up.
+    QTest::mouseClick(d->giveUpButton(), Qt::LeftButton);
+    EXPECT_FALSE(port.WaitingForFile(file, 8.0));
+    EXPECT_FALSE(d->isVisible());
+
+    // The next save waits again from the start, and the notice leaves once the polls stop.
+    EXPECT_TRUE(port.WaitingForFile(file, 2.0));
+    EXPECT_TRUE(d->isVisible());
+    QTest::qWait(800);
+    EXPECT_FALSE(d->isVisible());
+    EXPECT_TRUE(port.WaitingForFile(file, 2.0));
 }
 
 TEST(SaveFile, TheChosenPathOrEmptyWhenCancelled) {

@@ -3,6 +3,7 @@
 #include <QAction>
 #include <QCheckBox>
 #include <QDialog>
+#include <QFontMetrics>
 #include <QGroupBox>
 #include <QHeaderView>
 #include <QLabel>
@@ -39,12 +40,25 @@ std::vector<QAction*> Buttons(QToolBar* bar) {
 TEST(MainWindow, ControlsSitAtTheirDesignPlacesWithTheirCaptions) {
     WindowFixture f;
     MainWindow& win = *f.window;
+    win.show();
     win.resize(1400, 860);
     double dpi = win.dpi();
     LayoutTable design = DesignLayout();
+    // Wider than the design: the top row and the left column keep their places.
     for (Ctl c : {Ctl::Label10, Ctl::Text1, Ctl::Toolbar1, Ctl::Frame4, Ctl::Frame7, Ctl::Frame3,
-                  Ctl::TituloL, Ctl::SaldoCta, Ctl::Sumas1, Ctl::Option1_0})
-        EXPECT_EQ(win.control(c)->geometry(), Px(design[c], dpi)) << ControlName(c);
+                  Ctl::TituloL, Ctl::Sumas1, Ctl::Option1_0, Ctl::List2})
+        EXPECT_EQ(win.control(c)->geometry().topLeft(), Px(design[c], dpi).topLeft())
+            << ControlName(c);
+    for (Ctl c : {Ctl::Frame4, Ctl::Frame7, Ctl::Frame3, Ctl::TituloL, Ctl::Sumas1, Ctl::List2})
+        EXPECT_EQ(win.control(c)->width(), Px(design[c], dpi).width()) << ControlName(c);
+    // The balance keeps its place and is at least as wide as designed: the widest balance fits.
+    QLabel* balance = win.balanceLabel();
+    EXPECT_EQ(balance->geometry().topLeft(), Px(design[Ctl::SaldoCta], dpi).topLeft());
+    EXPECT_GE(balance->width(), Px(design[Ctl::SaldoCta], dpi).width());
+    QFont bold = balance->font();
+    bold.setBold(true);
+    EXPECT_GE(balance->width(), QFontMetrics(bold).horizontalAdvance(
+                                    QStringLiteral("Saldo Cuenta: -999.999.999,99")));
     EXPECT_EQ(win.windowTitle(), QStringLiteral("Punteo automático de cuentas"));
     EXPECT_EQ(win.frame(Ctl::Frame1)->title(), QStringLiteral("Partidas pendientes del debe"));
     EXPECT_EQ(win.frame(Ctl::Frame7)->title(), QStringLiteral("Opciones de presentación y punteo"));
@@ -54,7 +68,6 @@ TEST(MainWindow, ControlsSitAtTheirDesignPlacesWithTheirCaptions) {
     EXPECT_TRUE(qobject_cast<QRadioButton*>(win.control(Ctl::Option1_1))->isChecked());
     EXPECT_FALSE(qobject_cast<QRadioButton*>(win.control(Ctl::Option1_0))->isChecked());
 
-    win.show();
     for (QWidget* h : win.hiddenControls())
         EXPECT_FALSE(h->isVisible()) << h->objectName().toStdString();
     auto* check1 = win.findChild<QCheckBox*>(QStringLiteral("Check1"));
@@ -64,25 +77,134 @@ TEST(MainWindow, ControlsSitAtTheirDesignPlacesWithTheirCaptions) {
     EXPECT_FALSE(win.statusPicture(1)->isVisible());
 }
 
-TEST(MainWindow, ResizeFollowsTheLayoutRulesAndSurvivesATinyWindow) {
+// Every shown control lies inside its parent and the window, and no two siblings overlap
+// (a status picture over the balance, a frame over its neighbour).
+void ExpectEveryControlWhole(MainWindow& win) {
+    const QRect window = win.rect();
+    std::vector<QWidget*> shown;
+    for (std::size_t i = 0; i < kControlCount; ++i)
+        if (QWidget* c = win.control(static_cast<Ctl>(i))) shown.push_back(c);
+    for (int g = 1; g <= 2; ++g)
+        shown.push_back(win.footer(g));
+    shown.push_back(win.statusBar());
+    for (QWidget* c : shown) {
+        if (c->isHidden()) continue;
+        const QString name = c->objectName();
+        EXPECT_GT(c->width(), 0) << name.toStdString();
+        EXPECT_TRUE(c->parentWidget()->rect().contains(c->geometry()))
+            << name.toStdString() << " sale de " << c->parentWidget()->objectName().toStdString();
+        EXPECT_TRUE(window.contains(QRect(c->mapTo(&win, QPoint(0, 0)), c->size())))
+            << name.toStdString();
+        for (QWidget* other : shown) {
+            if (other == c || other->isHidden() || other->parentWidget() != c->parentWidget())
+                continue;
+            // The two status pictures share one place, one shown at a time.
+            if (name.startsWith(QStringLiteral("Image1")) &&
+                other->objectName().startsWith(QStringLiteral("Image1")))
+                continue;
+            // The design lets a few neighbours share one pixel's edge.
+            const QRect both = c->geometry().intersected(other->geometry());
+            EXPECT_TRUE(both.isEmpty() || both.width() <= 1 || both.height() <= 1)
+                << name.toStdString() << " / " << other->objectName().toStdString();
+        }
+    }
+    // Texts that must show whole.
+    for (Ctl c : {Ctl::Label10, Ctl::Label2_2, Ctl::Label2_3, Ctl::Label2_4, Ctl::Option1_1,
+                  Ctl::Option1_0, Ctl::Label3})
+        EXPECT_GE(win.control(c)->width(), win.control(c)->sizeHint().width()) << ControlName(c);
+    // Every toolbar button is on the bar, none behind an overflow arrow.
+    for (QToolBar* bar : {win.toolbar(1), win.toolbar(2)})
+        for (QAction* a : bar->actions())
+            if (!a->isSeparator()) {
+                QWidget* b = bar->widgetForAction(a);
+                ASSERT_NE(b, nullptr);
+                EXPECT_TRUE(b->isVisible()) << a->toolTip().toStdString();
+                EXPECT_TRUE(bar->rect().contains(b->geometry())) << a->toolTip().toStdString();
+            }
+    // A grid shows its header and several rows.
+    for (int g = 1; g <= 2; ++g) {
+        QTableView* view = win.grid(g);
+        EXPECT_GE(view->viewport()->height(), 4 * view->verticalHeader()->defaultSectionSize());
+    }
+}
+
+TEST(MainWindow, TheMinimumSizeFitsA1024By768ScreenAndShowsEveryControl) {
+    WindowFixture f;
+    MainWindow& win = *f.window;
+    FillGrid(f.w->SGrid1, 30);
+    FillGrid(f.w->SGrid2, 30);
+    f.w->Image1[1].setVisible(true);
+    f.w->SaldoCta.setCaption("Saldo Cuenta: -98.765.432,10");
+    f.w->SaldoCta.setBold(true);
+    win.show();
+    win.Refresh();
+    // Room for a title bar, frame and task bar on a 1024x768 screen.
+    EXPECT_LE(win.minimumWidth(), 1024 - 16);
+    EXPECT_LE(win.minimumHeight(), 768 - 80);
+    win.resize(win.minimumSize());
+    QApplication::processEvents();
+    EXPECT_EQ(win.size(), win.minimumSize());
+    ExpectEveryControlWhole(win);
+    EXPECT_GE(win.balanceLabel()->width(), win.balanceLabel()->sizeHint().width());
+    // And every width on the way up to the design's, where the frames change places.
+    for (int width : {1008, 1100, 1180, 1240, 1260}) {
+        SCOPED_TRACE(width);
+        win.resize(width, 700);
+        QApplication::processEvents();
+        ExpectEveryControlWhole(win);
+    }
+
+    // Large screens: the grids and their description column take the width.
+    win.resize(1920, 1050);
+    QApplication::processEvents();
+    ExpectEveryControlWhole(win);
+    QTableView* view = win.grid(1);
+    EXPECT_GT(view->width(), 1300);
+    int others = 0;
+    for (int c = 0; c < view->model()->columnCount(); ++c)
+        if (c != 4 && !view->isColumnHidden(c)) others += view->columnWidth(c);
+    EXPECT_GE(view->columnWidth(4) + others, view->viewport()->width() - 2);
+    EXPECT_GT(view->columnWidth(4), 600);
+}
+
+TEST(MainWindow, ResizeFollowsTheLayoutRulesWhereTheyHold) {
     WindowFixture f;
     MainWindow& win = *f.window;
     win.show();
     win.resize(1300, 800);
+    QApplication::processEvents();
     double dpi = win.dpi();
-    LayoutTable expect = DesignLayout();
-    FormResize(expect, PixelsToTwips(1300, dpi), PixelsToTwips(800, dpi));
-    for (Ctl c : {Ctl::Frame1, Ctl::Frame2, Ctl::SGrid1, Ctl::SGrid2, Ctl::Picture1, Ctl::List2,
-                  Ctl::Toolbar2, Ctl::Image1_0})
-        EXPECT_EQ(win.control(c)->geometry(), Px(expect[c], dpi)) << ControlName(c);
-    // The gauge strip runs along the bottom edge.
-    EXPECT_EQ(win.control(Ctl::Picture1)->geometry().bottom() + 1, 800);
+    const double w = PixelsToTwips(1300, dpi);
+    const double h = PixelsToTwips(800, dpi);
+    LayoutTable rules = DesignLayout();
+    FormResize(rules, w, h - win.measures().statusHeight);
+    // The heights, the gauge and the status frame's right-hand side are the rules'.
+    for (Ctl c : {Ctl::Frame1, Ctl::Frame2, Ctl::List2, Ctl::Picture1}) {
+        EXPECT_EQ(win.control(c)->y(), Px(rules[c], dpi).y()) << ControlName(c);
+        EXPECT_EQ(win.control(c)->height(), Px(rules[c], dpi).height()) << ControlName(c);
+    }
+    EXPECT_EQ(win.control(Ctl::Picture1)->width(), Px(rules[Ctl::Picture1], dpi).width());
+    // The status frame's toolbar 200 twips from its right edge, the pictures 200 before it.
+    const QRect tb2 = win.control(Ctl::Toolbar2)->geometry();
+    const QRect image = win.control(Ctl::Image1_0)->geometry();
+    EXPECT_NEAR(win.frame(Ctl::Frame5)->width() - (tb2.x() + tb2.width()), TwipsToPixels(200, dpi),
+                1);
+    EXPECT_NEAR(tb2.x() - (image.x() + image.width()), TwipsToPixels(200, dpi), 1);
+    // Departures: the grid frames end at the margin instead of past the window's edge, and
+    // the status bar runs along the bottom under the gauge.
+    EXPECT_EQ(win.frame(Ctl::Frame1)->geometry().right() + 1, 1300 - TwipsToPixels(120, dpi));
+    EXPECT_EQ(win.frame(Ctl::Frame2)->geometry().right(),
+              win.frame(Ctl::Frame1)->geometry().right());
+    EXPECT_EQ(win.statusBar()->geometry().bottom() + 1, 800);
+    EXPECT_EQ(win.control(Ctl::Picture1)->geometry().bottom() + 1, win.statusBar()->y());
 
+    // Smaller than its minimum the window does not get; no rule fails on the way.
     win.resize(3, 3);
     win.showMinimized();
     QApplication::processEvents();
     win.resize(900, 600);
     EXPECT_GT(win.grid(1)->width(), 0);
+    EXPECT_GE(win.width(), win.minimumWidth());
 }
 
 TEST(MainWindow, NoticesOfTheEnhancedMatchingStayBesideTheBalanceUntilClicked) {

@@ -5,11 +5,17 @@
 #include <QApplication>
 #include <QTest>
 #include <memory>
+#include <ostream>
 
 #include "support/temp_dir.h"
 #include "ui/pndra.h"
 #include "ui/qt/qt_main_window.h"
 #include "ui/qt/qt_port.h"
+
+// Readable failures of QString comparisons.
+inline void PrintTo(const QString& s, std::ostream* os) {
+    *os << '"' << s.toStdString() << '"';
+}
 
 namespace pendara::testing {
 

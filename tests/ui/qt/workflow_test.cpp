@@ -278,6 +278,10 @@ TEST_F(Workflow, TheGroupSaveKeepsTheWindowPaintedAndTheStopButtonStopsIt) {
     EXPECT_EQ(window->toolbar(1)->actions().size(), 12);
     EXPECT_TRUE(drawnDuringRun);
     EXPECT_TRUE(ignoredDuringRun);
+    // The status bar says where it stopped.
+    EXPECT_TRUE(window->statusText().startsWith(
+        QStringLiteral("Grabación del grupo detenida después de la cuenta ")))
+        << window->statusText().toStdString();
 }
 
 TEST_F(Workflow, EnterInTheMaskBoxListsTheAccountsAndOtherKeysAreFiltered) {

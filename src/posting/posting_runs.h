@@ -1,0 +1,51 @@
+#pragma once
+// The runs of the journal as the window starts them: the chain's first company, the wait for
+// entries files another workstation holds (the host option "EsperaFicheros", in seconds; the
+// port hears of the wait), the files of the last extract load, and the recovery at start.
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/account_posting.h"
+
+namespace pendara {
+
+class Pndra;
+
+// Seconds a write waits for an entries file that another workstation holds (30 when not set,
+// decimals allowed, 0 gives up at once).
+inline constexpr const char* kWaitSetting = "EsperaFicheros";
+
+PostingOptions PostingOptionsFor(Pndra& w);
+
+// A run of the chain's journal (a run without journal when the chain has no first company).
+// `group`: a run over many accounts, whose counter draws are synced once at its end.
+std::unique_ptr<PostingRun> OpenPostingRun(Pndra& w, const std::string& command,
+                                           const std::string& arguments, bool group = false);
+
+// Posts one account into the run in progress (w.RunInProgress, a group save) or into a run of
+// its own named by `command`. HostError when it could not be written (nothing of it was).
+void PostAccount(Pndra& w, const AccountPosting& posting, const std::string& command);
+
+// Makes `run` the run in progress of the window while it lives.
+class RunInProgressScope {
+  public:
+    RunInProgressScope(Pndra& w, PostingRun* run);
+    ~RunInProgressScope();
+    RunInProgressScope(const RunInProgressScope&) = delete;
+    RunInProgressScope& operator=(const RunInProgressScope&) = delete;
+
+  private:
+    Pndra& w_;
+    PostingRun* previous_;
+};
+
+// The entries files of the last extract load (EntryFiles 1..K) as a posting's files: company
+// k of a grid row is file k - 1.
+std::vector<PostingFile> ExtractPostingFiles(const Pndra& w);
+
+// Completes the accounts that interrupted runs left unfinished, and tells the user which.
+void RecoverInterruptedRuns(Pndra& w);
+
+}  // namespace pendara
