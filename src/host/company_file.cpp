@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <charconv>
 #include <cstring>
 #include <filesystem>
 #include <limits>
@@ -150,7 +149,11 @@ CompanyHeader Decode(const Record& r, const std::string& path) {
 }
 
 std::mutex waitMutex;
-std::optional<LockWait> waitOverride;
+std::optional<WaitPolicy> waitOverride;
+
+std::string Seconds(std::chrono::milliseconds waited) {
+    return std::to_string((waited.count() + 500) / 1000);
+}
 
 std::int64_t NowMs() {
     return std::chrono::duration_cast<std::chrono::milliseconds>(
@@ -169,7 +172,7 @@ class CompanyHeaderLock::File {
     enum class Range { Header, KeyChecks };
 
     File(const std::string& path, Access access, Range range = Range::Header,
-         LockWait wait = CompanyLockWait())
+         const WaitPolicy& wait = CompanyLockWait())
         : path_(path) {
         const std::uint32_t start = range == Range::Header ? 0 : kCompanyHeaderSize;
         const std::uint32_t length = range == Range::Header ? kCompanyHeaderSize : 1;
@@ -295,22 +298,31 @@ class CompanyHeaderLock::File {
   private:
     // One more round of waiting for the lock; gives up (closing the file) past the limit.
     template <typename Close>
-    void Wait(std::chrono::steady_clock::time_point began, const LockWait& wait, bool& told,
+    void Wait(std::chrono::steady_clock::time_point began, const WaitPolicy& wait, bool& told,
               std::chrono::milliseconds& pause, Close close) {
-        const auto waited = std::chrono::steady_clock::now() - began;
-        if (!told && waited >= wait.notice) {
-            Notice("Esperando a que otro puesto libere " + path_ + "...");
-            told = true;
-        }
+        const auto waited = std::chrono::duration_cast<std::chrono::milliseconds>(
+            std::chrono::steady_clock::now() - began);
         if (waited >= wait.limit) {
             close();
-            throw HostError(
-                "El fichero de empresa " + path_ + " sigue bloqueado por otro puesto tras " +
-                std::to_string(
-                    std::chrono::duration_cast<std::chrono::seconds>(wait.limit).count()) +
-                " s: no se ha cambiado nada (la espera se ajusta con la opción EsperaContador)");
+            throw HostError("Otro puesto tiene ocupado el fichero de empresa " + path_ +
+                            " desde hace " + Seconds(waited) +
+                            " s: no se ha cambiado nada (la espera se ajusta con la opción " +
+                            kWaitSetting + ")");
         }
-        std::this_thread::sleep_for(pause);
+        if (waited >= wait.noticeAfter) {
+            if (wait.onWait) {
+                if (!wait.onWait(path_, waited)) {
+                    close();
+                    throw HostError("Se ha dejado de esperar al fichero de empresa " + path_ +
+                                    ": no se ha cambiado nada");
+                }
+            } else if (!told) {
+                Notice(WaitingMessage(path_));
+            }
+            told = true;
+        }
+        // Short pauses first: the counter's record is held for a moment at a time.
+        std::this_thread::sleep_for(std::min({pause, wait.poll, wait.limit - waited}));
         pause = std::min(pause * 2, std::chrono::milliseconds(50));
     }
 
@@ -457,7 +469,7 @@ bool VerifyAccessKey(const std::string& path, const std::string& key) {
     // One check at a time per company, in every process; the wait includes the longest delay.
     std::unique_ptr<LockedFile> turn;
     if (Writable(file)) {
-        LockWait wait = CompanyLockWait();
+        WaitPolicy wait = CompanyLockWait();
         wait.limit += AccessKeyDelay(255) + std::chrono::seconds(5);
         turn = std::make_unique<LockedFile>(file, LockedFile::Access::Write,
                                             LockedFile::Range::KeyChecks, wait);
@@ -489,25 +501,20 @@ bool VerifyAccessKey(const std::string& path, const std::string& key) {
     return false;
 }
 
-LockWait CompanyLockWait() {
+WaitPolicy CompanyLockWait() {
     {
         std::lock_guard<std::mutex> lock(waitMutex);
         if (waitOverride) return *waitOverride;
     }
-    static const LockWait fromOption = [] {
-        LockWait w;
-        const std::string text = Trim(GetSetting("EsperaContador", "", ""));
-        long long seconds = 0;
-        auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), seconds);
-        if (!text.empty() && ec == std::errc() && end == text.data() + text.size() &&
-            seconds >= 0 && seconds <= 24 * 3600)
-            w.limit = std::chrono::seconds(seconds);
+    static const WaitPolicy fromOption = [] {
+        WaitPolicy w;
+        w.limit = WaitLimitOf(GetSetting(kWaitSetting, "", "30"));
         return w;
     }();
     return fromOption;
 }
 
-void SetCompanyLockWait(std::optional<LockWait> wait) {
+void SetCompanyLockWait(std::optional<WaitPolicy> wait) {
     std::lock_guard<std::mutex> lock(waitMutex);
     waitOverride = wait;
 }
@@ -549,9 +556,9 @@ std::int32_t ReadCounter(const std::string& path) {
     return ReadCompanyHeader(path).counter;
 }
 
-std::int32_t IncrementCounter(const std::string& path) {
+std::int32_t IncrementCounter(const std::string& path, const WaitPolicy& wait) {
     std::string file = ExistingCompanyFile(path);
-    LockedFile f(file, LockedFile::Access::Write);
+    LockedFile f(file, LockedFile::Access::Write, LockedFile::Range::Header, wait);
     Record r;
     f.Read(r);
     CompanyHeader h = Decode(r, file);
@@ -562,10 +569,10 @@ std::int32_t IncrementCounter(const std::string& path) {
     return h.counter + 1;
 }
 
-std::int32_t AddToCounter(const std::string& path, std::int32_t n) {
+std::int32_t AddToCounter(const std::string& path, std::int32_t n, const WaitPolicy& wait) {
     if (n < 1) throw HostError("Bloque de referencias no válido: " + std::to_string(n));
     std::string file = ExistingCompanyFile(path);
-    LockedFile f(file, LockedFile::Access::Write);
+    LockedFile f(file, LockedFile::Access::Write, LockedFile::Range::Header, wait);
     Record r;
     f.Read(r);
     CompanyHeader h = Decode(r, file);

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "host/access_key.h"
+#include "host/waits.h"
 
 namespace pendara {
 
@@ -69,28 +70,23 @@ void SetAccessKeyDelayUnit(std::chrono::milliseconds unit);
 // when it can be, without its ".QVT" ending.
 std::string PreviousLink(const std::string& companyPath, const std::string& previousPath);
 
-// How long an operation waits for the header record while another workstation holds it: after
-// `notice`, "Esperando a que otro puesto libere FICHERO..." goes to Notice (host/notices.h);
-// after `limit` the operation gives up with a HostError and changes nothing.
-struct LockWait {
-    std::chrono::milliseconds notice{2000};
-    std::chrono::milliseconds limit{30000};
-};
-// The option "EsperaContador" (seconds, section "") of the host option store, read once; 30 s
-// when it is not set.
-LockWait CompanyLockWait();
-// Replaces the wait for this process (tests; the window may offer it); nullopt goes back to the
-// option.
-void SetCompanyLockWait(std::optional<LockWait> wait);
+// How long an operation waits for the header record while another workstation holds it
+// (host/waits.h): past the limit, or when the policy's callback gives up, it fails with a
+// HostError and changes nothing. The default is the option kWaitSetting of the host option
+// store, read once, with the notice going to Notice.
+WaitPolicy CompanyLockWait();
+// Replaces the default for this process (tests); nullopt goes back to the option.
+void SetCompanyLockWait(std::optional<WaitPolicy> wait);
 
 // The reference counter. IncrementCounter locks the header record against every other process,
 // reads it, adds 1 and writes it back; at the largest value it throws an overflow HostError and
 // changes nothing.
 std::int32_t ReadCounter(const std::string& path);
-std::int32_t IncrementCounter(const std::string& path);
+std::int32_t IncrementCounter(const std::string& path, const WaitPolicy& wait = CompanyLockWait());
 // Raises the counter by n (at least 1) under the same lock and returns the new value: the block
 // counter-n+1 .. counter belongs to the caller (a run that draws many references at once).
-std::int32_t AddToCounter(const std::string& path, std::int32_t n);
+std::int32_t AddToCounter(const std::string& path, std::int32_t n,
+                          const WaitPolicy& wait = CompanyLockWait());
 void SetCounter(const std::string& path, std::int32_t value);
 // Raises the counter to `value` when it is lower, under the same lock; returns the counter.
 std::int32_t RaiseCounter(const std::string& path, std::int32_t value);

@@ -8,6 +8,7 @@
 #include "host/paths.h"
 #include "host/qv_file_control.h"
 #include "matching/references.h"
+#include "posting/posting_runs.h"
 #include "ui/pndra.h"
 
 namespace pendara {
@@ -47,8 +48,9 @@ std::string NewReference(Pndra& w) {
     QvFileControl2 entries;
     OpenCurrentEntries(w, entries);
     std::string candidate;
+    const WaitPolicy wait = WaitPolicyFor(w);
     do {
-        candidate = Candidate(IncrementCounter(w.FirstCompanyFile));
+        candidate = Candidate(IncrementCounter(w.FirstCompanyFile, wait));
     } while (InUse(entries, candidate));
     entries.CloseFile();
     return candidate;
@@ -59,12 +61,13 @@ std::vector<std::string> NewReferences(Pndra& w, std::int32_t count) {
     if (count <= 0) return out;
     QvFileControl2 entries;
     OpenCurrentEntries(w, entries);
+    const WaitPolicy wait = WaitPolicyFor(w);
     // A block of numbers per lock instead of one; the numbers in use are skipped and made up
     // for by a further block, so the references and the final counter are those of `count`
     // single draws.
     while (static_cast<std::int32_t>(out.size()) < count) {
         std::int32_t need = count - static_cast<std::int32_t>(out.size());
-        std::int32_t last = AddToCounter(w.FirstCompanyFile, need);
+        std::int32_t last = AddToCounter(w.FirstCompanyFile, need, wait);
         for (std::int32_t n = last - need + 1; n <= last; ++n) {
             std::string candidate = Candidate(n);
             if (!InUse(entries, candidate)) out.push_back(std::move(candidate));

@@ -1,7 +1,5 @@
 #include "posting/posting_runs.h"
 
-#include <cmath>
-
 #include "host/conversions.h"
 #include "host/paths.h"
 #include "host/qv_library.h"
@@ -9,16 +7,19 @@
 
 namespace pendara {
 
-PostingOptions PostingOptionsFor(Pndra& w) {
-    PostingOptions options;
-    std::string text = w.Lib().GetSetting(kWaitSetting, "", "30");
-    const double seconds = ParseNumber(text);
-    if (seconds >= 0 && seconds < 86400)
-        options.wait.limit = std::chrono::milliseconds(std::llround(seconds * 1000));
+WaitPolicy WaitPolicyFor(Pndra& w) {
+    WaitPolicy wait;
+    wait.limit = WaitLimitOf(w.Lib().GetSetting(kWaitSetting, "", "30"));
     DesktopPort& port = w.port;
-    options.wait.onWait = [&port](const std::string& file, std::chrono::milliseconds waited) {
+    wait.onWait = [&port](const std::string& file, std::chrono::milliseconds waited) {
         return port.WaitingForFile(file, static_cast<double>(waited.count()) / 1000);
     };
+    return wait;
+}
+
+PostingOptions PostingOptionsFor(Pndra& w) {
+    PostingOptions options;
+    options.wait = WaitPolicyFor(w);
     return options;
 }
 

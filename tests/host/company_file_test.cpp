@@ -175,17 +175,38 @@ TEST_F(CounterWaitTest, TheCounterSaysItWaitsAndGivesUpAtTheLimit) {
     const std::string path = l.Company("CW", "Espera", 2025);
     SetCounter(path, 5);
     HeldHeader held(path);
-    SetCompanyLockWait(LockWait{std::chrono::milliseconds(50), std::chrono::milliseconds(300)});
+    WaitPolicy wait;
+    wait.noticeAfter = std::chrono::milliseconds(50);
+    wait.limit = std::chrono::milliseconds(300);
+    SetCompanyLockWait(wait);
     try {
         IncrementCounter(path);
         ADD_FAILURE();
     } catch (const HostError& e) {
-        EXPECT_NE(e.description().find("sigue bloqueado por otro puesto"), std::string::npos);
-        EXPECT_NE(e.description().find("EsperaContador"), std::string::npos);
+        EXPECT_NE(e.description().find("Otro puesto tiene ocupado el fichero de empresa"),
+                  std::string::npos);
+        EXPECT_NE(e.description().find(kWaitSetting), std::string::npos);
     }
     EXPECT_EQ(told, std::vector<std::string>{"Esperando a que otro puesto libere " + path + "..."});
-    // Released while it waits: the increment goes on.
-    SetCompanyLockWait(LockWait{std::chrono::milliseconds(50), std::chrono::seconds(20)});
+    // A caller that hears of the wait itself, and gives it up: nothing drawn, no notice.
+    std::vector<std::string> heard;
+    wait.limit = std::chrono::seconds(20);
+    wait.onWait = [&heard](const std::string& file, std::chrono::milliseconds waited) {
+        heard.push_back(file);
+        return waited < std::chrono::milliseconds(150);
+    };
+    try {
+        AddToCounter(path, 10, wait);
+        ADD_FAILURE();
+    } catch (const HostError& e) {
+        EXPECT_NE(e.description().find("Se ha dejado de esperar"), std::string::npos);
+    }
+    ASSERT_GE(heard.size(), 2u);
+    EXPECT_EQ(heard.front(), path);
+    EXPECT_EQ(told.size(), 1u);
+    // Released while it waits: the increment goes on (from 5: the block given up drew nothing).
+    wait.onWait = nullptr;
+    SetCompanyLockWait(wait);
     std::thread later([&held] {
         std::this_thread::sleep_for(std::chrono::milliseconds(200));
         held.Release();
@@ -203,7 +224,7 @@ TEST_F(CounterWaitTest, ASaveThatGivesUpWritesNothing) {
     l.Entries(path, {{"4300000001", "01/02/25", "1", "Fra. 1", 1, 100},
                      {"4300000001", "01/03/25", "2", "Cobro", 2, -100}});
     l.SetActive(path);
-    SaveSetting("EsperaContador", "3", "");
+    SaveSetting(kWaitSetting, "2,5", "");
     HeldHeader held(path);
     const testing::CommandResult r = testing::RunCommand(
         std::string(PENDARA_CLI_EXE) + " save 4300000001 2>" + l.File("errores.txt"));
@@ -212,7 +233,10 @@ TEST_F(CounterWaitTest, ASaveThatGivesUpWritesNothing) {
     std::ifstream in(l.File("errores.txt"));
     const std::string errors((std::istreambuf_iterator<char>(in)), {});
     EXPECT_NE(errors.find("Esperando a que otro puesto libere"), std::string::npos) << errors;
-    EXPECT_NE(errors.find("sigue bloqueado"), std::string::npos) << errors;
+    EXPECT_NE(
+        errors.find("Otro puesto tiene ocupado el fichero de empresa " + path + " desde hace 3 s"),
+        std::string::npos)
+        << errors;
     for (const EntryRecord& e : l.Read(path)) {
         EXPECT_EQ(e.referencia, "");
         EXPECT_EQ(e.marca, "");
