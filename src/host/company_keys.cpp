@@ -12,6 +12,7 @@
 #include "host/crypt_vfs.h"
 #include "host/errors.h"
 #include "host/paths.h"
+#include "host/run_journal.h"
 #include "host/store.h"
 
 #ifndef _WIN32
@@ -33,8 +34,11 @@ namespace fs = std::filesystem;
 
 constexpr const char* kPending = ".nuevo";
 
+// The files that hold the company's data: its entries and chart, and the run journal of the
+// chain when the company is its first.
 std::vector<std::string> DataFiles(const std::string& companyFile, const std::string& code) {
-    return {EntriesFileOf(companyFile, code), ChartFileOf(companyFile, code)};
+    return {EntriesFileOf(companyFile, code), ChartFileOf(companyFile, code),
+            RunJournal::PathFor(companyFile, code)};
 }
 
 bool Exists(const std::string& path) {

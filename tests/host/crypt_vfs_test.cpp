@@ -22,6 +22,7 @@
 #include "host/errors.h"
 #include "host/qv_file_control.h"
 #include "host/qv_ole70.h"
+#include "host/run_journal.h"
 #include "host/store.h"
 #include "support/ledger.h"
 #include "support/run_command.h"
@@ -48,11 +49,11 @@ std::string ErrorOf(const std::function<void()>& f) {
 }
 
 // What plain SQLite, the sqlite3 program's way, makes of a file.
-std::string RawSqlite(const std::string& path) {
+std::string RawSqlite(const std::string& path, const std::string& table = "entries") {
     sqlite3* db = nullptr;
     sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
     char* err = nullptr;
-    int rc = sqlite3_exec(db, "SELECT count(*) FROM entries", nullptr, nullptr, &err);
+    int rc = sqlite3_exec(db, ("SELECT count(*) FROM " + table).c_str(), nullptr, nullptr, &err);
     std::string out = rc == SQLITE_OK ? "legible" : (err ? err : "error");
     sqlite3_free(err);
     sqlite3_close(db);
@@ -271,6 +272,31 @@ TEST_F(CryptTest, GivingAndRemovingAKeyRewritesTheSameData) {
     EXPECT_EQ(ExportEntriesCsv(c), before);
     for (const auto& e : fs::directory_iterator(l.dir().path()))
         EXPECT_EQ(e.path().string().find(".nuevo"), std::string::npos) << e.path();
+}
+
+// The run journal beside a protected first company keeps its references: encrypted with its
+// data, re-encrypted with them when the key changes, plain again when the key goes.
+TEST_F(CryptTest, TheRunJournalOfAProtectedCompanyIsEncryptedWithItsData) {
+    const std::string c = l.Company("S9", "Protegida", 2025, "", "llave");
+    const std::string journal = RunJournal::PathFor(c);
+    {
+        RunJournal j(c, true);
+        j.EndRun(j.BeginRun("save", kSecret));
+    }
+    EXPECT_EQ(RawSqlite(journal, "runs"), "file is not a database");
+    EXPECT_EQ(Bytes(journal).find("Factura secreta"), std::string::npos);
+    ChangeAccessKey(c, "llave", "otra");
+    EXPECT_TRUE(EncryptedFileSalt(journal) == ReadCompanyHeader(c).salt);
+    ASSERT_EQ(RunJournal(c, false).Runs().size(), 1u);
+    ChangeAccessKey(c, "otra", "");
+    EXPECT_EQ(RawSqlite(journal, "runs"), "legible");
+    const std::vector<RunInfo> runs = RunJournal(c, false).Runs();
+    ASSERT_EQ(runs.size(), 1u);
+    EXPECT_EQ(runs[0].arguments, kSecret);
+    // An unprotected company's journal stays plain from the start.
+    const std::string p = l.Company("P9", "Abierta", 2025);
+    RunJournal(p, true).BeginRun("save", "x");
+    EXPECT_EQ(RawSqlite(RunJournal::PathFor(p), "runs"), "legible");
 }
 
 // The state a change of key leaves when it is cut short, made by hand at each step; the next
