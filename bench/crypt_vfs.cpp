@@ -20,7 +20,9 @@
 #include "posting_common.h"
 #include "support/scripted_port.h"
 #include "ui/main_window.h"
+#include "ui/matching_handlers.h"
 #include "ui/pndra.h"
+#include "ui/posting_handlers.h"
 
 namespace pendara {
 namespace {

@@ -33,11 +33,12 @@
 #include "host/settings.h"
 #include "matching/matching_run.h"
 #include "matching/references.h"
-#include "posting/save.h"
 #include "posting_common.h"
 #include "support/scripted_port.h"
 #include "ui/main_window.h"
+#include "ui/matching_handlers.h"
 #include "ui/pndra.h"
+#include "ui/posting_handlers.h"
 
 namespace pendara {
 namespace {
@@ -112,7 +113,7 @@ std::vector<std::pair<double, double>> RunCosts(int repeat) {
     Pndra w(port);
     Form_Load(w);
     Toolbar1_Click(w, 8);
-    const std::string company = w.ConsultedFiles[w.List1.ItemData(0)];
+    const std::string company = w.session.ConsultedFiles[w.List1.ItemData(0)];
     std::vector<std::pair<double, double>> costs;
     for (int i = 0; i < w.List2.ListCount(); ++i) {
         const std::string entry = w.List2.List(i);

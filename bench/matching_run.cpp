@@ -21,6 +21,7 @@
 #include "matching/matching_run.h"
 #include "matching/references.h"
 #include "support/scripted_port.h"
+#include "ui/matching_handlers.h"
 #include "ui/pndra.h"
 
 namespace pendara {
@@ -64,8 +65,8 @@ struct Window {
     ScriptedPort port;
     Pndra w{port};
     explicit Window(int perYear = 28000) {
-        w.ActiveCompanyFile = TheData(perYear).companies.back();
-        w.FirstCompanyFile = TheData(perYear).companies.front();
+        w.session.ActiveCompanyFile = TheData(perYear).companies.back();
+        w.session.FirstCompanyFile = TheData(perYear).companies.front();
         w.gauge.SetSurface(&port.gauge);
     }
 };
@@ -74,7 +75,7 @@ struct Window {
 void BM_PVporImportesBySize(benchmark::State& state) {
     Window win(static_cast<int>(state.range(0)));
     for (auto _ : state)
-        PVporImportes(win.w, win.w.ActiveCompanyFile, kAccount);
+        PVporImportes(win.w, win.w.session.ActiveCompanyFile, kAccount);
     state.counters["entries"] = win.w.SGrid1.Rows() + win.w.SGrid2.Rows();
 }
 BENCHMARK(BM_PVporImportesBySize)
@@ -87,7 +88,7 @@ BENCHMARK(BM_PVporImportesBySize)
 void BM_PVporImportes(benchmark::State& state) {
     Window win;
     for (auto _ : state)
-        PVporImportes(win.w, win.w.ActiveCompanyFile, kAccount);
+        PVporImportes(win.w, win.w.session.ActiveCompanyFile, kAccount);
     state.counters["debe"] = win.w.SGrid1.Rows();
     state.counters["haber"] = win.w.SGrid2.Rows();
 }
@@ -97,28 +98,27 @@ void BM_GetExtracto(benchmark::State& state) {
     Window win;
     std::int32_t count = 0;
     for (auto _ : state) {
-        win.w.CompanyCount = 0;
-        benchmark::DoNotOptimize(GetExtracto(win.w, win.w.ActiveCompanyFile, kAccount, count));
+        Extract x = GetExtracto(win.w.session, win.w.session.ActiveCompanyFile, kAccount);
+        count = x.count();
+        benchmark::DoNotOptimize(x);
     }
     state.counters["rows"] = count;
 }
 BENCHMARK(BM_GetExtracto)->Unit(benchmark::kMillisecond)->MinTime(3);
 
 // The extract with the invoice numbers of the descriptions, as the run matches it.
-TextTable PreparedExtract(Window& win) {
-    std::int32_t count = 0;
-    win.w.CompanyCount = 0;
-    TextTable t = GetExtracto(win.w, win.w.ActiveCompanyFile, kAccount, count);
-    for (std::int32_t i = 1; i <= count; ++i)
-        if (t(i, 11).empty()) t(i, 11) = NumberFromDescription(t(i, 4), " Fra");
-    return t;
+std::vector<Entry> PreparedExtract(Window& win) {
+    Extract x = GetExtracto(win.w.session, win.w.session.ActiveCompanyFile, kAccount);
+    for (Entry& e : x.rows)
+        if (e.reference.empty()) e.reference = NumberFromDescription(e.description, " Fra");
+    return std::move(x.rows);
 }
 
 void BM_CheckRef(benchmark::State& state) {
     Window win;
-    TextTable prepared = PreparedExtract(win);
+    std::vector<Entry> prepared = PreparedExtract(win);
     for (auto _ : state) {
-        TextTable t = prepared;
+        std::vector<Entry> t = prepared;
         CheckRef(t);
         benchmark::DoNotOptimize(t);
     }
@@ -127,14 +127,14 @@ BENCHMARK(BM_CheckRef)->Unit(benchmark::kMillisecond)->MinTime(3);
 
 void BM_SplitByAmountsOnAccount(benchmark::State& state) {
     Window win;
-    TextTable t = PreparedExtract(win);
+    std::vector<Entry> t = PreparedExtract(win);
     CheckRef(t);
     int groups = 0;
     for (auto _ : state) {
         std::vector<AmountItem> d(1), c(1);
-        int next = 0;
-        SplitByAmounts(t, d, c, {[&] { return "RF-" + std::to_string(++next); }, {}});
-        groups = next;
+        GroupNumbers numbers;
+        SplitByAmounts(t, d, c, numbers);
+        groups = numbers.count();
     }
     state.counters["groups"] = groups;
 }
@@ -143,7 +143,7 @@ BENCHMARK(BM_SplitByAmountsOnAccount)->Unit(benchmark::kMillisecond)->MinTime(3)
 void BM_NewReference(benchmark::State& state) {
     Window win;
     for (auto _ : state)
-        benchmark::DoNotOptimize(NewReference(win.w));
+        benchmark::DoNotOptimize(NewReference(win.w.session));
 }
 BENCHMARK(BM_NewReference)->Unit(benchmark::kMicrosecond);
 
@@ -157,8 +157,8 @@ BENCHMARK(BM_CounterIncrement)->Unit(benchmark::kMicrosecond);
 
 void BM_EntriesLookup(benchmark::State& state) {
     Window win;
-    const std::string file =
-        FolderOf(win.w.ActiveCompanyFile) + "Extra" + CompanyCode(win.w.ActiveCompanyFile) + ".qvd";
+    const std::string file = EntriesFile(FolderOf(win.w.session.ActiveCompanyFile),
+                                         CompanyCode(win.w.session.ActiveCompanyFile));
     for (auto _ : state) {
         QvFileControl2 c;
         c.OpenFile(file, "");

@@ -28,6 +28,7 @@
 #include "support/scripted_port.h"
 #include "ui/main_window.h"
 #include "ui/pndra.h"
+#include "ui/posting_handlers.h"
 
 namespace pendara {
 namespace {
@@ -56,10 +57,10 @@ Result GroupSave(Mode mode) {
     std::optional<CounterSyncDeferral> counter;
     std::unique_ptr<PostingRun> bare;
     if (mode != Mode::Journal) {
-        if (mode == Mode::BareCounterAtEnd) counter.emplace(w.FirstCompanyFile);
-        bare = std::make_unique<PostingRun>("", "save-all", "", PostingOptionsFor(w));
+        if (mode == Mode::BareCounterAtEnd) counter.emplace(w.session.FirstCompanyFile);
+        bare = std::make_unique<PostingRun>("", "save-all", "", PostingOptionsFor(w.session));
     }
-    RunInProgressScope scope(w, bare.get());
+    RunInProgressScope scope(w.session, bare.get());
     const auto start = std::chrono::steady_clock::now();
     Grabartodo(w);
     if (bare) bare->Finish();
@@ -70,7 +71,7 @@ Result GroupSave(Mode mode) {
         r.accounts = bare->accounts();
         r.rows = bare->rows();
     } else {
-        RunInfo run = RunJournal(w.FirstCompanyFile, false).Runs().back();
+        RunInfo run = RunJournal(w.session.FirstCompanyFile, false).Runs().back();
         r.accounts = run.accounts;
         r.rows = run.rows;
     }

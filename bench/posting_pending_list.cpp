@@ -7,6 +7,7 @@
 #include "host/settings.h"
 #include "posting_common.h"
 #include "support/scripted_port.h"
+#include "ui/account_list_handlers.h"
 #include "ui/pndra.h"
 
 namespace pendara {
@@ -51,7 +52,7 @@ void BM_PendingList(benchmark::State& state) {
     BigCompany& c = Company();
     ScriptedPort port;
     Pndra w(port);
-    w.ActiveCompanyFile = c.file;
+    w.session.ActiveCompanyFile = c.file;
     for (auto _ : state) {
         w.PendingOnly = true;
         bool mode = true;
@@ -65,7 +66,7 @@ void BM_FullList(benchmark::State& state) {
     BigCompany& c = Company();
     ScriptedPort port;
     Pndra w(port);
-    w.ActiveCompanyFile = c.file;
+    w.session.ActiveCompanyFile = c.file;
     for (auto _ : state) {
         w.PendingOnly = false;
         bool mode = false;

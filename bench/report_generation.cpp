@@ -25,7 +25,9 @@
 #include "matching/extract.h"
 #include "reports/report.h"
 #include "support/scripted_port.h"
+#include "ui/main_window.h"
 #include "ui/pndra.h"
+#include "ui/report_handlers.h"
 
 namespace pendara {
 namespace {
@@ -132,7 +134,7 @@ void BM_PartOpening(benchmark::State& state) {
     ScriptedPort port;
     Pndra w(port);
     LoadEmpresas(w);
-    w.ActiveCompanyFile = d.active;
+    w.session.ActiveCompanyFile = d.active;
     Clock clock;
     for (auto _ : state) {
         clock.Start();
@@ -140,7 +142,7 @@ void BM_PartOpening(benchmark::State& state) {
         for (const std::string& a : d.accounts) {
             QvOLE70 server;
             bool ok = false;
-            OpenEmp(w, server, d.active, ok);
+            OpenEmp(w.session, server, d.active, ok);
             server.SelectAccount(a, "", "");
             if (server.HasBalances() != 0)
                 for (std::int32_t p = 0; p <= 14; ++p)
@@ -166,10 +168,8 @@ void BM_PartExtract(benchmark::State& state) {
         clock.Start();
         rows = 0;
         for (const std::string& a : d.accounts) {
-            w.CompanyCount = 0;
-            std::int32_t n = 0;
-            TextTable x = GetExtracto(w, d.active, a, n);
-            rows += static_cast<std::size_t>(n);
+            Extract x = GetExtracto(w.session, d.active, a);
+            rows += static_cast<std::size_t>(x.count());
             benchmark::DoNotOptimize(x);
         }
         clock.Stop();
@@ -178,26 +178,28 @@ void BM_PartExtract(benchmark::State& state) {
     state.counters["rows"] = static_cast<double>(rows);
 }
 
-// Text: per account, the text from the loaded extract (loading not timed).
+// Text: per account, the report and its text from the loaded extract (loading not timed).
 void BM_PartText(benchmark::State& state) {
     Data& d = GetData();
     ScriptedPort port;
     Pndra w(port);
     LoadEmpresas(w);
-    const std::string from = DateText("01/01/99"), to = DateText("31/12/26");
+    ReportOptions options;
+    options.fromDate = DateText("01/01/99");
+    options.toDate = DateText("31/12/26");
     std::size_t bytes = 0;
     Clock clock;
     for (auto _ : state) {
         bytes = 0;
         for (const std::string& a : d.accounts) {
             state.PauseTiming();
-            w.CompanyCount = 0;
-            std::int32_t n = 0;
-            TextTable x = GetExtracto(w, d.active, a, n);
-            std::string text;
+            Extract x = GetExtracto(w.session, d.active, a);
+            AccountReport report;
+            report.listed = true;
             state.ResumeTiming();
             clock.Start();
-            AppendAccountBody(text, x, n, from, to, false, false, false, true, 0, 0);
+            AccountBody(report, x.rows, x.count(), options);
+            const std::string text = AccountText(report);
             clock.Stop();
             bytes += text.size();
         }

@@ -15,8 +15,8 @@ namespace {
 
 // n rows; about two thirds in matched groups of two to four rows spread over the extract, the
 // rest unmatched with an empty reference.
-TextTable MakeExtract(std::int32_t n) {
-    TextTable x(static_cast<std::size_t>(n) + 1, 13);
+std::vector<Entry> MakeExtract(std::int32_t n) {
+    std::vector<Entry> x(static_cast<std::size_t>(n) + 1);
     std::mt19937 rng(7);
     std::vector<std::int32_t> rows(static_cast<std::size_t>(n));
     for (std::int32_t i = 0; i < n; ++i)
@@ -29,36 +29,36 @@ TextTable MakeExtract(std::int32_t n) {
         const std::string ref = "RF-" + std::to_string(++group);
         for (std::size_t k = 0; k < size; ++k) {
             auto r = static_cast<std::size_t>(rows[next++]);
-            x(r, 11) = ref;
-            x(r, 8) = "1";
+            x[r].reference = ref;
+            x[r].mark = "1";
         }
     }
     for (std::int32_t r = 1; r <= n; ++r) {
-        auto row = static_cast<std::size_t>(r);
-        x(row, 2) = "C50115";
-        x(row, 3) = std::to_string(r);
-        x(row, 4) = "Fra. " + std::to_string(r);
-        x(row, 5) = r % 2 ? ValueText(100 + r % 97) : "0";
-        x(row, 6) = r % 2 ? "0" : ValueText(-(100.0 + r % 89));
+        Entry& e = x[static_cast<std::size_t>(r)];
+        e.date = "C50115";
+        e.entry = std::to_string(r);
+        e.description = "Fra. " + std::to_string(r);
+        e.debit = Amount::Of(r % 2 ? ValueText(100 + r % 97) : "0");
+        e.credit = Amount::Of(r % 2 ? "0" : ValueText(-(100.0 + r % 89)));
     }
     return x;
 }
 
 void Run(benchmark::State& state, bool chained) {
     const auto n = static_cast<std::int32_t>(state.range(0));
-    const TextTable x = MakeExtract(n);
+    const std::vector<Entry> x = MakeExtract(n);
     std::size_t bytes = 0;
     for (auto _ : state) {
         std::vector<std::int16_t> processed(static_cast<std::size_t>(n) + 1, 0);
         double total = 0;
-        std::string text, block;
+        std::string text;
         // The chains are part of the work they save.
         std::optional<ReferenceChains> chains;
         if (chained) chains.emplace(x, n);
         for (std::int32_t r = 1; r <= n; ++r) {
-            if (x(static_cast<std::size_t>(r), 8) != "1") continue;
-            ProcessRef(r, processed, x, total, chained ? &*chains : nullptr, n, 0, block);
-            text += block;
+            if (x[static_cast<std::size_t>(r)].mark != "1") continue;
+            if (auto group = ProcessRef(r, processed, x, total, chained ? &*chains : nullptr, n, 0))
+                text += GroupText(*group);
         }
         bytes = text.size();
         benchmark::DoNotOptimize(total);

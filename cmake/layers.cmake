@@ -7,13 +7,15 @@
 # holds it. Every file under the checked folders must belong to a layer. Splitting a layer means
 # adding a line, moving folders to it and naming it where it may be included.
 set(PENDARA_LAYERS
-    "host    | src/host                                  | host                      | no"
-    "program | src/companies src/matching src/posting
-               src/reports src/group src/ui              | host program              | no"
-    "qt      | src/ui/qt                                 | host program qt           | yes"
-    "cli     | tools/cli                                 | host cli                  | no"
-    "tools   | tools/pendara_cli tools/qvdata            | host program cli tools    | no"
-    "support | tests/support                             | host program support      | no"
+    "host     | src/host                                   | host                             | no"
+    "engine   | src/model src/companies src/matching
+                src/posting src/reports src/group          | host engine                      | no"
+    "services | src/services                               | host engine services             | no"
+    "view     | src/ui                                     | host engine services view        | no"
+    "qt       | src/ui/qt                                  | host engine services view qt     | yes"
+    "cli      | tools/cli                                  | host cli                         | no"
+    "tools    | tools/pendara_cli tools/qvdata             | host engine services cli tools   | no"
+    "support  | tests/support                              | host support                     | no"
 )
 
 # The folders whose files are checked.

@@ -1,31 +1,22 @@
 #pragma once
-// The account list (List2): the posting accounts of the active company whose code begins with
-// the mask in Text1, every one or only those with something left to match; look-up and stepping.
+// The account list: what its entries say (code, one blank, name) and the status of an account in
+// one company's entries file, by which the pending list keeps it.
 
-#include <cstdint>
 #include <string>
 
 namespace pendara {
 
-class Pndra;
 class QvFileControl2;
 
-// Fills List2, alternating between the pending list and the full list; mode is true when the
-// full list was built.
-void Carga_cuentas(Pndra& w, bool& mode);
+// The account as the list click cuts it from an entry: up to and including the first blank;
+// empty when the entry has no blank.
+std::string ListEntryAccount(const std::string& entry);
+// The account code of an entry, or of a code given alone: the text before the first blank.
+std::string AccountCode(const std::string& entryOrCode);
 
 // An account's rounded balance in one entries file, and whether one of its entries is neither
 // referenced ("RF-" anywhere, any case) nor ticked.
 void AccountStatus(QvFileControl2& entries, const std::string& account, double& balance,
                    bool& open);
-
-// Key handler of the mask box: Enter clears the grids and fills the list.
-void Text1_KeyPress(Pndra& w, std::int32_t& key);
-
-// The host's account look-up; a chosen account goes into the account box.
-void BuscaCta_Click(Pndra& w);
-// Selects the next / previous entry of the list (which loads it).
-void BuscaSig_Click(Pndra& w);
-void Buscaanterior(Pndra& w);
 
 }  // namespace pendara

@@ -47,6 +47,8 @@ struct RowWrite {
     std::optional<std::string> mark;
     // When set, the entry must still hold this, or the account is refused and nothing written.
     std::optional<RowValue> expected;
+
+    bool operator==(const RowWrite&) const = default;
 };
 
 struct PostingFile {

@@ -11,8 +11,6 @@
 
 namespace pendara {
 
-class Pndra;
-
 // Message box style values, added together as the program passes them (324 = Yes/No,
 // information icon, "No" as default).
 inline constexpr int kVbOKOnly = 0;
@@ -117,8 +115,6 @@ class DesktopPort {
     virtual void OpenDocument(const std::string& file, const std::string& folder) = 0;
     // The progress gauge's drawing surface.
     virtual GaugeSurface& Gauge() = 0;
-    // Shows the reference detail window modally over the main window's state.
-    virtual void ShowReferenceDetail(Pndra& window) = 0;
     // A write has waited `seconds` for `file`, which another workstation holds; called again on
     // every poll while the wait goes on. False gives the wait up, and the write is not made. By
     // default the wait goes on in silence up to its limit.

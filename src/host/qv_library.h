@@ -6,10 +6,9 @@
 #include <string>
 
 #include "host/desktop_port.h"
+#include "host/report_output.h"
 
 namespace pendara {
-
-class TextBox;
 
 class QvLibrary {
   public:
@@ -34,18 +33,21 @@ class QvLibrary {
                                     const std::string& code, std::int32_t a = 1, std::int32_t b = 2,
                                     const std::string& s = "", std::int32_t c = 1);
 
-    // The key filter of account boxes: digits and editing keys pass, others become 0.
-    void AccountKeyPress(TextBox& box, std::int32_t a, std::int32_t b, std::int32_t& key);
+    // The key filter of account boxes (`boxText`: what the box holds): digits and editing keys
+    // pass, others become 0.
+    void AccountKeyPress(const std::string& boxText, std::int32_t a, std::int32_t b,
+                         std::int32_t& key);
 
     // The generic parameter dialog (see Menu).
     bool ParameterDialog(const std::string& caption, ParameterValues& values,
                          const ParameterKinds& kinds, const std::string& companyFile = "");
 
-    // Report output: renders the report text to the destination.
-    void PrintReport(std::int32_t& destination, const std::string& title, const std::string& text,
-                     const std::string& date, const std::string& columns,
-                     const std::string& alignments, const std::string& empty1,
-                     const std::string& companyName, std::int32_t& one, const std::string& empty2);
+    // Report output: renders the report text to the destination and says what came of it.
+    ReportOutcome PrintReport(std::int32_t& destination, const std::string& title,
+                              const std::string& text, const std::string& date,
+                              const std::string& columns, const std::string& alignments,
+                              const std::string& empty1, const std::string& companyName,
+                              std::int32_t& one, const std::string& empty2);
 
     DesktopPort& port() { return port_; }
 

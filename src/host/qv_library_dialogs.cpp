@@ -44,7 +44,7 @@ std::string QvLibrary::SelectAccountDialog(const std::string& companyFile,
     return port_.SelectAccount("Selección de cuenta", accounts);
 }
 
-void QvLibrary::AccountKeyPress(TextBox&, std::int32_t, std::int32_t, std::int32_t& key) {
+void QvLibrary::AccountKeyPress(const std::string&, std::int32_t, std::int32_t, std::int32_t& key) {
     // Digits, and the editing keys: Ctrl+A/C/V/X/Z, backspace, tab, Enter, Escape.
     static const std::int32_t kEditing[] = {1, 3, 8, 9, 13, 22, 24, 26, 27};
     if (key >= '0' && key <= '9') return;

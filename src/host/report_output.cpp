@@ -13,16 +13,6 @@ namespace pendara {
 
 namespace {
 
-std::optional<std::string>& PresetFile() {
-    static std::optional<std::string> preset;
-    return preset;
-}
-
-ReportOutcome& Outcome() {
-    static ReportOutcome outcome;
-    return outcome;
-}
-
 bool IsFileDestination(std::int32_t d) {
     return d >= kReportToPdf && d <= kReportToText;
 }
@@ -89,9 +79,10 @@ void WriteFile(const ReportRequest& request, std::int32_t destination, const std
     }
 }
 
-// Writes beside the target and renames, so a failed write leaves any earlier file untouched.
-void WriteFileWhole(const ReportRequest& request, std::int32_t destination,
-                    const std::string& path) {
+}  // namespace
+
+void WriteReportFile(const ReportRequest& request, std::int32_t destination,
+                     const std::string& path) {
     const std::string part = path + ".part" + ReportFileExtension(destination);
     try {
         WriteFile(request, destination, part);
@@ -107,8 +98,6 @@ void WriteFileWhole(const ReportRequest& request, std::int32_t destination,
         throw std::runtime_error("no se puede escribir " + path + ": " + ec.message());
     }
 }
-
-}  // namespace
 
 const std::vector<std::string>& ReportDestinationNames() {
     static const std::vector<std::string> names = {
@@ -145,14 +134,6 @@ std::string ReportFileFilter(std::int32_t destination) {
         default:
             return "";
     }
-}
-
-void PresetReportFile(std::string path) {
-    PresetFile() = std::move(path);
-}
-
-const ReportOutcome& LastReportOutcome() {
-    return Outcome();
 }
 
 std::optional<double> ReportAmount(const std::string& text) {
@@ -266,42 +247,35 @@ std::string Utf8ToCp1252(const std::string& text) {
     return out;
 }
 
-void QvLibrary::PrintReport(std::int32_t& destination, const std::string& title,
-                            const std::string& text, const std::string& date,
-                            const std::string& columns, const std::string& alignments,
-                            const std::string&, const std::string& companyName, std::int32_t&,
-                            const std::string&) {
+ReportOutcome QvLibrary::PrintReport(std::int32_t& destination, const std::string& title,
+                                     const std::string& text, const std::string& date,
+                                     const std::string& columns, const std::string& alignments,
+                                     const std::string&, const std::string& companyName,
+                                     std::int32_t&, const std::string&) {
     ReportRequest request{destination, title, text, date, columns, alignments, companyName};
-    ReportOutcome& outcome = Outcome();
-    outcome = ReportOutcome{destination, "", "", false};
-
+    ReportOutcome outcome{destination, "", "", false};
     if (!IsFileDestination(destination)) {
         port_.ShowReport(request, destination == kReportToPrinter ? ReportScreenTarget::Printer
                                                                   : ReportScreenTarget::Preview);
-        return;
+        return outcome;
     }
 
-    std::string path;
-    if (PresetFile()) {
-        path = *PresetFile();
-        PresetFile().reset();
-    } else {
-        const std::string ext = ReportFileExtension(destination);
-        path = port_.AskSaveFile(title, title + ext, ReportFileFilter(destination));
-        if (!path.empty() && !EndsWithNoCase(path, ext)) path += ext;
-    }
+    const std::string ext = ReportFileExtension(destination);
+    std::string path = port_.AskSaveFile(title, title + ext, ReportFileFilter(destination));
     if (path.empty()) {
         outcome.cancelled = true;
-        return;
+        return outcome;
     }
+    if (!EndsWithNoCase(path, ext)) path += ext;
     try {
-        WriteFileWhole(request, destination, path);
+        WriteReportFile(request, destination, path);
         outcome.file = path;
     } catch (const std::exception& e) {
         outcome.error = e.what();
         port_.MsgBox("No se pudo guardar el informe en " + path + ":\r\n" + e.what(),
                      kVbOKOnly + kVbExclamation, "");
     }
+    return outcome;
 }
 
 }  // namespace pendara

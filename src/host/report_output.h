@@ -52,18 +52,13 @@ std::string ReportFileExtension(std::int32_t destination);
 // The file filter handed to the save dialog ("PDF (*.pdf)", ...).
 std::string ReportFileFilter(std::int32_t destination);
 
-// A path for the next file destination, so that no save dialog is shown (the headless front
-// end sets it). Taken by the next PrintReport that writes a file.
-void PresetReportFile(std::string path);
-
-// What the last PrintReport did: the file written ("" when none) or why it failed.
+// What one report output did: the file written ("" when none) or why it failed.
 struct ReportOutcome {
     std::int32_t destination = 0;
     std::string file;
     std::string error;  // "" when it worked or the user cancelled the save dialog
     bool cancelled = false;
 };
-const ReportOutcome& LastReportOutcome();
 
 // --- The parsed report --------------------------------------------------------------------------
 
@@ -147,6 +142,11 @@ ReportLayout LayoutReport(const ReportRequest& request, const ReportPageSize& si
 double ApproximateTextWidth(const std::string& text, ReportFontStyle style, double size);
 
 // --- File writers (throw std::runtime_error naming the file when it cannot be written) ---------
+
+// The file of a file destination (2 to 5), written beside `path` and renamed onto it, so that a
+// failed write leaves an earlier file of that name whole.
+void WriteReportFile(const ReportRequest& request, std::int32_t destination,
+                     const std::string& path);
 
 void WriteReportPdf(const ReportRequest& request, const std::string& path);
 void WriteReportCsv(const ReportRequest& request, const std::string& path);

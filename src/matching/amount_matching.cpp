@@ -7,7 +7,6 @@
 #include <stdexcept>
 #include <unordered_map>
 
-#include "host/conversions.h"
 #include "matching/references.h"
 
 // The plain statement of these rules is quadratic per item (pairs) and per target and starting
@@ -22,14 +21,9 @@ void Progress(const AmountHooks& hooks, std::int32_t value, std::int32_t maximum
     if (hooks.progress) hooks.progress(value, maximum);
 }
 
-std::string TakeReference(const AmountHooks& hooks) {
-    if (!hooks.newReference) throw std::logic_error("amount matching without a reference source");
-    return hooks.newReference();
-}
-
-void Close(AmountItem& item, const std::string& reference) {
+void Close(AmountItem& item, std::int32_t group) {
     item.open = kItemClosed;
-    item.reference = reference;
+    item.group = group;
 }
 
 void Append(std::vector<AmountItem>& list, bool& appended, AmountItem item) {
@@ -92,16 +86,16 @@ class OpenByAmount {
 
 // Step 2: each open debit takes the first open credit of exactly its amount.
 void MatchPairs(std::vector<AmountItem>& debits, std::vector<AmountItem>& credits,
-                const AmountHooks& hooks) {
+                GroupNumbers& groups, const AmountHooks& hooks) {
     OpenByAmount byAmount(credits);
     auto n = static_cast<std::int32_t>(debits.size());
     for (std::int32_t i = 0; i < n; ++i) {
         if (debits[i].open) {
             std::int32_t j = byAmount.First(credits, debits[i].amount, 0);
             if (j >= 0) {
-                std::string ref = TakeReference(hooks);
-                Close(debits[i], ref);
-                Close(credits[j], ref);
+                const std::int32_t g = groups.Next();
+                Close(debits[i], g);
+                Close(credits[j], g);
             }
         }
         Progress(hooks, i + 1, n);
@@ -109,16 +103,16 @@ void MatchPairs(std::vector<AmountItem>& debits, std::vector<AmountItem>& credit
 }
 
 // Steps 3 and 4: an open item and the first later open item of exactly the opposite amount.
-void MatchReversals(std::vector<AmountItem>& list, const AmountHooks& hooks) {
+void MatchReversals(std::vector<AmountItem>& list, GroupNumbers& groups) {
     OpenByAmount byAmount(list);
     auto n = static_cast<std::int32_t>(list.size());
     for (std::int32_t i = 0; i < n; ++i) {
         if (!list[i].open) continue;
         std::int32_t j = byAmount.First(list, -list[i].amount, i + 1);
         if (j < 0) continue;
-        std::string ref = TakeReference(hooks);
-        Close(list[i], ref);
-        Close(list[j], ref);
+        const std::int32_t g = groups.Next();
+        Close(list[i], g);
+        Close(list[j], g);
     }
 }
 
@@ -320,11 +314,11 @@ double FitBound(double sum, double target) {
 }
 
 void FormGroup(AmountItem& target, std::vector<AmountItem>& pool,
-               const std::vector<std::int32_t>& members, const AmountHooks& hooks) {
-    std::string ref = TakeReference(hooks);
-    Close(target, ref);
+               const std::vector<std::int32_t>& members, GroupNumbers& groups) {
+    const std::int32_t g = groups.Next();
+    Close(target, g);
     for (std::int32_t m : members)
-        Close(pool[m], ref);
+        Close(pool[m], g);
 }
 
 // Pass 2 from starting item k: the items taken in, or empty when the run does not land exactly.
@@ -367,7 +361,7 @@ bool GreedyRun(const std::vector<AmountItem>& pool, const MinTree& tree, std::in
 }  // namespace
 
 void MatchSubsets(std::vector<AmountItem>& targets, std::vector<AmountItem>& pool,
-                  const AmountHooks& hooks) {
+                  GroupNumbers& groups, const AmountHooks& hooks) {
     if (&targets == &pool)
         throw std::invalid_argument("MatchSubsets: targets and pool are one list");
     RequireFinite(targets);
@@ -382,7 +376,7 @@ void MatchSubsets(std::vector<AmountItem>& targets, std::vector<AmountItem>& poo
         if (targets[t].open && pairs.Find(targets[t].amount, k, j)) {
             std::vector<std::int32_t> members{k};
             if (j >= 0) members.push_back(j);
-            FormGroup(targets[t], pool, members, hooks);
+            FormGroup(targets[t], pool, members, groups);
             for (std::int32_t m : members)
                 pairs.Closed(m);
         }
@@ -407,7 +401,7 @@ void MatchSubsets(std::vector<AmountItem>& targets, std::vector<AmountItem>& poo
                  k >= 0; k = tree.FirstAtMost(static_cast<std::size_t>(k) + 1, startBound)) {
                 if (!pool[k].open) continue;
                 if (GreedyRun(pool, tree, k, target, firstOpen, members)) {
-                    FormGroup(targets[t], pool, members, hooks);
+                    FormGroup(targets[t], pool, members, groups);
                     for (std::int32_t m : members)
                         tree.Remove(static_cast<std::size_t>(m));
                     break;
@@ -418,32 +412,38 @@ void MatchSubsets(std::vector<AmountItem>& targets, std::vector<AmountItem>& poo
     }
 }
 
-void SplitByAmounts(const TextTable& rows, std::vector<AmountItem>& debits,
-                    std::vector<AmountItem>& credits, const AmountHooks& hooks) {
+void SplitByAmounts(const std::vector<Entry>& rows, std::vector<AmountItem>& debits,
+                    std::vector<AmountItem>& credits, GroupNumbers& groups,
+                    const AmountHooks& hooks) {
     Progress(hooks, -1, 0);
     bool anyDebit = false, anyCredit = false;
-    auto n = static_cast<std::int32_t>(rows.rows());
+    auto n = static_cast<std::int32_t>(rows.size());
     for (std::int32_t i = 0; i < n; ++i) {
-        double c = rows.cols() > 6 ? ToDouble(rows(i, 6)) : 0.0;
-        const std::string& ref = rows.cols() > 11 ? rows(i, 11) : std::string();
-        std::int16_t open = IsSystemReference(ref) ? kItemClosed : kItemOpen;
+        const Entry& e = rows[static_cast<std::size_t>(i)];
+        const double c = e.credit.value;
+        std::int16_t open = IsSystemReference(e.reference) ? kItemClosed : kItemOpen;
         if (c == 0) {
-            double d = rows.cols() > 5 ? ToDouble(rows(i, 5)) : 0.0;
-            if (d != 0) Append(debits, anyDebit, AmountItem{i, d, open, ref});
+            const double d = e.debit.value;
+            if (d != 0) Append(debits, anyDebit, AmountItem{i, d, open, e.reference});
         } else {
-            Append(credits, anyCredit, AmountItem{i, -c, open, ref});
+            Append(credits, anyCredit, AmountItem{i, -c, open, e.reference});
         }
         Progress(hooks, i + 1, n);
     }
     RequireFinite(debits);
     RequireFinite(credits);
 
-    MatchPairs(debits, credits, hooks);
-    MatchReversals(debits, hooks);
-    MatchReversals(credits, hooks);
+    MatchPairs(debits, credits, groups, hooks);
+    MatchReversals(debits, groups);
+    MatchReversals(credits, groups);
     if (!anyDebit || !anyCredit) return;
-    MatchSubsets(debits, credits, hooks);
-    MatchSubsets(credits, debits, hooks);
+    MatchSubsets(debits, credits, groups, hooks);
+    MatchSubsets(credits, debits, groups, hooks);
+}
+
+void AssignReferences(std::vector<AmountItem>& items, const std::vector<std::string>& references) {
+    for (AmountItem& it : items)
+        if (it.group != kNoGroup) it.reference = references.at(static_cast<std::size_t>(it.group));
 }
 
 }  // namespace pendara

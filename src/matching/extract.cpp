@@ -1,129 +1,149 @@
 #include "matching/extract.h"
 
-#include <string_view>
-#include <vector>
+#include <array>
 
 #include "companies/catalogue.h"
+#include "companies/session.h"
 #include "host/conversions.h"
 #include "host/paths.h"
 #include "host/qv_file_control.h"
 #include "host/qv_library.h"
 #include "host/qv_ole70.h"
-#include "ui/pndra.h"
-#include "ui/str_builder.h"
+#include "model/columns.h"
 
 namespace pendara {
 
 namespace {
 
-constexpr std::size_t kExtractCols = 13;
-constexpr std::size_t kCompanyCol = 12;
+using LineFields = std::array<std::string, ExtractCol::kLineFields>;
 
-void Field(StrBuilder& out, const std::string& value, bool last = false) {
-    out.Append(Trim(value));
-    out.Append(last ? "\r\n" : "\t");
+Entry EntryOf(LineFields&& f, std::int32_t company) {
+    Entry e;
+    e.record = std::move(f[ExtractCol::Record]);
+    e.field2 = std::move(f[ExtractCol::Field2]);
+    e.date = std::move(f[ExtractCol::Date]);
+    e.entry = std::move(f[ExtractCol::Entry]);
+    e.description = std::move(f[ExtractCol::Description]);
+    e.debit = f[ExtractCol::Debit] == "0" ? Amount::Zero() : Amount::Of(f[ExtractCol::Debit]);
+    e.credit = f[ExtractCol::Credit] == "0" ? Amount::Zero() : Amount::Of(f[ExtractCol::Credit]);
+    e.mark = std::move(f[ExtractCol::Mark]);
+    e.entryClass = std::move(f[ExtractCol::Class]);
+    e.field14 = std::move(f[ExtractCol::Field14]);
+    e.reference = std::move(f[ExtractCol::Reference]);
+    e.company = company;
+    return e;
+}
+
+bool BreaksTheLine(const std::string& field) {
+    return field.find_first_of("\t\r") != std::string::npos;
 }
 
 }  // namespace
 
-std::string LeerDatosExtracto(Pndra& w, const std::string& cuenta, const std::string& empresa) {
+std::string ExtractLine(const std::vector<std::string>& fields) {
+    std::string line;
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+        line += fields[i];
+        line += i + 1 < fields.size() ? "\t" : "\r\n";
+    }
+    return line;
+}
+
+void AppendLineRows(std::string_view line, std::int32_t company, std::vector<Entry>& rows) {
+    for (;;) {
+        const std::size_t cr = line.find('\r');
+        std::string_view piece = line.substr(0, cr);
+        if (!piece.empty() && piece.front() == '\n') piece.remove_prefix(1);
+        LineFields f;
+        std::size_t n = 0;
+        for (;;) {
+            const std::size_t tab = piece.find('\t');
+            if (n < f.size()) f[n] = std::string(piece.substr(0, tab));
+            ++n;
+            if (tab == std::string_view::npos) break;
+            piece.remove_prefix(tab + 1);
+        }
+        if (n >= 2) rows.push_back(EntryOf(std::move(f), company));
+        if (cr == std::string_view::npos) break;
+        line.remove_prefix(cr + 1);
+    }
+}
+
+void LeerDatosExtracto(Session& s, const std::string& cuenta, const std::string& empresa,
+                       std::int32_t company, std::vector<Entry>& rows) {
     const std::string file = NormaliseCompanyName(empresa);
     const std::string code = CompanyCode(file);
-    const std::string folder = w.Lib().GetCompanyDirs(file);
+    const std::string folder = s.Lib().GetCompanyDirs(file);
     QvFileControl2 cursor;
-    cursor.OpenFile(folder + "extra" + code + ".qvd", "");
+    cursor.OpenFile(EntriesFile(folder, code), "");
     cursor.MoveFirst();
     cursor.SetFilter("cuenta =" + cuenta);
     cursor.MoveFirst();
-    StrBuilder out;
     while (!cursor.IsEof()) {
-        out.Append(std::to_string(cursor.GetRecNo()));
-        out.Append("\t");
-        Field(out, cursor.GetField(2));
-        Field(out, DateText(cursor.GetField(1)));
-        Field(out, cursor.GetField(3));
-        Field(out, cursor.GetField(4));
-        bool debit = LeadingNumber(cursor.GetField(5)) == 1;
-        std::string amount = cursor.GetField(6);
-        Field(out, debit ? amount : "0");
-        Field(out, debit ? "0" : amount);
-        Field(out, "0");
-        Field(out, cursor.GetField(7));
-        Field(out, cursor.GetField(8));
-        Field(out, cursor.GetField(14));
-        Field(out, cursor.GetField(23), true);
+        // The fields in the order the line is written: record number, then host fields 2, 1, 3,
+        // 4, 5, 6, 7, 8, 14 and 23.
+        LineFields f;
+        f[ExtractCol::Record] = std::to_string(cursor.GetRecNo());
+        f[ExtractCol::Field2] = Trim(cursor.GetField(2));
+        f[ExtractCol::Date] = Trim(DateText(cursor.GetField(1)));
+        f[ExtractCol::Entry] = Trim(cursor.GetField(3));
+        f[ExtractCol::Description] = Trim(cursor.GetField(4));
+        const bool debit = LeadingNumber(cursor.GetField(5)) == 1;
+        std::string amount = Trim(cursor.GetField(6));
+        f[ExtractCol::Debit] = debit ? amount : "0";
+        f[ExtractCol::Credit] = debit ? "0" : std::move(amount);
+        f[ExtractCol::Work] = "0";
+        f[ExtractCol::Mark] = Trim(cursor.GetField(7));
+        f[ExtractCol::Class] = Trim(cursor.GetField(8));
+        f[ExtractCol::Field14] = Trim(cursor.GetField(14));
+        f[ExtractCol::Reference] = Trim(cursor.GetField(23));
+        bool plain = true;
+        for (const std::string& field : f)
+            plain = plain && !BreaksTheLine(field);
+        if (plain)
+            rows.push_back(EntryOf(std::move(f), company));
+        else
+            AppendLineRows(ExtractLine(std::vector<std::string>(f.begin(), f.end())), company,
+                           rows);
         cursor.MoveNext();
     }
     cursor.CloseFile();
-    return out.ToString();
 }
 
-TextTable GetExtracto(Pndra& w, const std::string& empresa, const std::string& cuenta,
-                      std::int32_t& count) {
-    count = 0;
+namespace {
+
+void ReadCompany(Session& s, const std::string& empresa, const std::string& cuenta, Extract& x) {
     QvOLE70 server;
-    const std::int32_t n = ++w.CompanyCount;
-    const auto un = static_cast<std::size_t>(n);
-    // Exactly 0..n, as a fresh load after the count was reset must not keep older companies.
-    w.CompanyFiles.resize(un + 1);
-    w.EntryFiles.resize(un + 1);
+    const auto n = static_cast<std::int32_t>(x.companyFiles.size());
     const std::string file = NormaliseCompanyName(empresa);
-    w.CompanyFiles[un] = file;
+    x.companyFiles.push_back(file);
+    x.entryFiles.emplace_back();
 
     bool ok = false;
-    OpenEmp(w, server, file, ok);
-    if (!ok) return TextTable(1, kExtractCols);
-    w.EntryFiles[un] = FolderOf(file) + "Extra" + server.GetCompanyCode() + ".qvd";
+    OpenEmp(s, server, file, ok);
+    if (!ok) return;
+    x.entryFiles[static_cast<std::size_t>(n)] =
+        EntriesFile(FolderOf(file), server.GetCompanyCode());
 
-    TextTable previous;
-    std::int32_t prevCount = 0;
     const std::string prev = server.GetPreviousCompany();
     // A chain that comes back to a company already read (A, B, A...) ends there instead of
     // reading the same years again without end.
     bool visited = false;
     const std::string prevName = NormaliseCompanyName(prev);
-    for (std::size_t k = 1; k < w.CompanyFiles.size() && !visited; ++k)
-        visited = EqualsNoCase(w.CompanyFiles[k], prevName);
-    if (prev != file && !prev.empty() && !visited)
-        previous = GetExtracto(w, prev, cuenta, prevCount);
+    for (std::size_t k = 1; k < x.companyFiles.size() && !visited; ++k)
+        visited = EqualsNoCase(x.companyFiles[k], prevName);
+    if (prev != file && !prev.empty() && !visited) ReadCompany(s, prev, cuenta, x);
 
-    const std::string text = LeerDatosExtracto(w, cuenta, file);
-    std::vector<std::string_view> lines;
-    std::string_view rest = text;
-    for (;;) {
-        std::size_t cr = rest.find('\r');
-        lines.push_back(rest.substr(0, cr));
-        if (cr == std::string_view::npos) break;
-        rest.remove_prefix(cr + 1);
-    }
-
-    const std::size_t prevRows = previous.rows() > 0 ? previous.rows() : 1;
-    TextTable result(prevRows + lines.size(), kExtractCols);
-    for (std::size_t r = 1; r < previous.rows(); ++r)
-        for (std::size_t c = 0; c < kExtractCols && c < previous.cols(); ++c)
-            result(r, c) = std::move(previous(r, c));
-
-    count = prevCount;
-    const std::string company = std::to_string(n);
-    std::vector<std::string_view> fields;
-    for (std::string_view line : lines) {
-        if (!line.empty() && line.front() == '\n') line.remove_prefix(1);
-        fields.clear();
-        for (;;) {
-            std::size_t tab = line.find('\t');
-            fields.push_back(line.substr(0, tab));
-            if (tab == std::string_view::npos) break;
-            line.remove_prefix(tab + 1);
-        }
-        if (fields.size() < 2) continue;
-        const auto row = static_cast<std::size_t>(++count);
-        for (std::size_t c = 0; c < fields.size() && c < kCompanyCol; ++c)
-            result(row, c) = std::string(fields[c]);
-        result(row, kCompanyCol) = company;
-    }
-
+    LeerDatosExtracto(s, cuenta, file, n, x.rows);
     server.CloseCompany();
-    return result;
+}
+
+}  // namespace
+
+Extract GetExtracto(Session& s, const std::string& empresa, const std::string& cuenta) {
+    Extract x;
+    ReadCompany(s, empresa, cuenta, x);
+    return x;
 }
 
 }  // namespace pendara

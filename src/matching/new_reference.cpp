@@ -2,14 +2,15 @@
 #include <vector>
 
 #include "companies/catalogue.h"
+#include "companies/session.h"
 #include "host/company_file.h"
 #include "host/conversions.h"
+#include "host/desktop_port.h"
 #include "host/errors.h"
 #include "host/paths.h"
 #include "host/qv_file_control.h"
 #include "matching/references.h"
 #include "posting/posting_runs.h"
-#include "ui/pndra.h"
 
 namespace pendara {
 
@@ -17,15 +18,15 @@ namespace {
 
 // The current company's entries, open for the look-ups; ends the program when the chain has no
 // first company to keep the counter.
-void OpenCurrentEntries(Pndra& w, QvFileControl2& entries) {
-    if (Trim(w.CurrentFolder).empty()) {
-        w.CurrentFolder = FolderOf(w.ActiveCompanyFile);
-        w.CurrentCode = CompanyCode(w.ActiveCompanyFile);
+void OpenCurrentEntries(Session& s, QvFileControl2& entries) {
+    if (Trim(s.CurrentFolder).empty()) {
+        s.CurrentFolder = FolderOf(s.ActiveCompanyFile);
+        s.CurrentCode = CompanyCode(s.ActiveCompanyFile);
     }
-    entries.OpenFile(w.CurrentFolder + "Extra" + w.CurrentCode + ".qvd", "");
+    entries.OpenFile(EntriesFile(s.CurrentFolder, s.CurrentCode), "");
     entries.MoveFirst();
-    if (w.FirstCompanyFile.empty()) {
-        w.port.MsgBox("Empresa no existe", kVbCritical, "");
+    if (s.FirstCompanyFile.empty()) {
+        s.port.MsgBox("Empresa no existe", kVbCritical, "");
         throw ProgramEnd{1};
     }
 }
@@ -44,30 +45,30 @@ bool InUse(QvFileControl2& entries, const std::string& candidate) {
 
 }  // namespace
 
-std::string NewReference(Pndra& w) {
+std::string NewReference(Session& s) {
     QvFileControl2 entries;
-    OpenCurrentEntries(w, entries);
+    OpenCurrentEntries(s, entries);
     std::string candidate;
-    const WaitPolicy wait = WaitPolicyFor(w);
+    const WaitPolicy wait = WaitPolicyFor(s);
     do {
-        candidate = Candidate(IncrementCounter(w.FirstCompanyFile, wait));
+        candidate = Candidate(IncrementCounter(s.FirstCompanyFile, wait));
     } while (InUse(entries, candidate));
     entries.CloseFile();
     return candidate;
 }
 
-std::vector<std::string> NewReferences(Pndra& w, std::int32_t count) {
+std::vector<std::string> NewReferences(Session& s, std::int32_t count) {
     std::vector<std::string> out;
     if (count <= 0) return out;
     QvFileControl2 entries;
-    OpenCurrentEntries(w, entries);
-    const WaitPolicy wait = WaitPolicyFor(w);
+    OpenCurrentEntries(s, entries);
+    const WaitPolicy wait = WaitPolicyFor(s);
     // A block of numbers per lock instead of one; the numbers in use are skipped and made up
     // for by a further block, so the references and the final counter are those of `count`
     // single draws.
     while (static_cast<std::int32_t>(out.size()) < count) {
         std::int32_t need = count - static_cast<std::int32_t>(out.size());
-        std::int32_t last = AddToCounter(w.FirstCompanyFile, need, wait);
+        std::int32_t last = AddToCounter(s.FirstCompanyFile, need, wait);
         for (std::int32_t n = last - need + 1; n <= last; ++n) {
             std::string candidate = Candidate(n);
             if (!InUse(entries, candidate)) out.push_back(std::move(candidate));

@@ -3,10 +3,12 @@
 // one line per entry and the group's balance.
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "host/text_table.h"
+#include "model/entry.h"
+#include "model/report.h"
 
 namespace pendara {
 
@@ -15,7 +17,7 @@ namespace pendara {
 // row, so a report over an extract stays linear instead of quadratic.
 class ReferenceChains {
   public:
-    ReferenceChains(const TextTable& extract, std::int32_t last);
+    ReferenceChains(const std::vector<Entry>& extract, std::int32_t last);
     std::int32_t Next(std::int32_t row) const { return next_[static_cast<std::size_t>(row)]; }
     std::int32_t last() const { return last_; }
 
@@ -24,21 +26,26 @@ class ReferenceChains {
     std::int32_t last_;
 };
 
-// Builds the block of the group that starts at `row`: the rows after it (up to `last`) whose
-// reference (column 11) equals the starting row's. Marks the rows processed and adds the printed
-// balance to `total`. With a positive `minimum`, a group whose rounded balance lies within
-// [-minimum, minimum] is marked processed and left out. `text` is empty when nothing is printed.
+// The group that starts at `row`: the rows after it (up to `last`) whose reference equals the
+// starting row's. Marks the rows processed and adds the group's balance (the starting row's debit
+// plus its credit, plus every other row's amount) to `total`. With a positive `minimum`, a group
+// whose rounded balance lies within [-minimum, minimum] is marked processed and left out; a
+// starting row already processed gives nothing either.
 //
 // `chains` takes the place of an argument the caller passes but the routine never read; given,
 // it must have been built over the same extract and `last`; nullptr scans every later row.
-// The amount of an extract row: its debit when that is not 0, otherwise its credit.
-double RowAmount(const TextTable& extract, std::size_t row);
-// Appends an entry line of the report: date, entry number, description, reference and amount,
-// TAB-separated, ended by CR LF.
-void AppendEntryLine(std::string& out, const TextTable& extract, std::size_t row);
+std::optional<ReportGroup> ProcessRef(std::int32_t row, std::vector<std::int16_t>& processed,
+                                      const std::vector<Entry>& extract, double& total,
+                                      const ReferenceChains* chains, std::int32_t last,
+                                      double minimum);
 
-void ProcessRef(std::int32_t row, std::vector<std::int16_t>& processed, const TextTable& extract,
-                double& total, const ReferenceChains* chains, std::int32_t last, double minimum,
-                std::string& text);
+// An entry as a report line: its amount is the debit when that is not 0, otherwise the credit.
+ReportEntry EntryLine(const Entry& e);
+
+// The report text of an entry line (date, entry number, description, reference and amount,
+// TAB-separated, ended by CR LF) and of a group's block (a line break, "*Referencia: " and the
+// reference, its entry lines and the balance line).
+void AppendEntryText(std::string& out, const ReportEntry& line);
+std::string GroupText(const ReportGroup& group);
 
 }  // namespace pendara

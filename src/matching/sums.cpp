@@ -1,33 +1,23 @@
 #include "matching/sums.h"
 
 #include "host/conversions.h"
-#include "ui/pndra.h"
 
 namespace pendara {
 
 namespace {
 
-constexpr int kRefCol = 5;
-constexpr int kAmountCol = 6;
-
-double SumOf(const Grid& grid, const std::string& reference) {
+double SumOf(const std::vector<GridRow>& rows, const std::string& reference) {
     double sum = 0;
-    for (int r = 1; r <= grid.Rows(); ++r)
-        if (Trim(grid.Cell(r, kRefCol)) == reference) sum += ToDouble(grid.Cell(r, kAmountCol));
+    for (const GridRow& row : rows)
+        if (Trim(row.reference) == reference) sum += row.amount.value;
     return sum;
 }
 
 }  // namespace
 
-void DoSumas(Pndra& w, const std::string& referencia) {
-    w.CurrentReference = Trim(referencia);
-    if (w.CurrentReference.empty()) return;
-    w.Frame4.setCaption("Sumas por referencia: " + w.CurrentReference);
-    double debit = SumOf(w.SGrid1, w.CurrentReference);
-    double credit = SumOf(w.SGrid2, w.CurrentReference);
-    w.Sumas[0].setCaption(FormatAmount(debit));
-    w.Sumas[1].setCaption(FormatAmount(credit));
-    w.Sumas[2].setCaption(FormatAmount(debit + credit));
+ReferenceSums SumsOf(const std::vector<GridRow>& debits, const std::vector<GridRow>& credits,
+                     const std::string& reference) {
+    return {SumOf(debits, reference), SumOf(credits, reference)};
 }
 
 }  // namespace pendara

@@ -1,14 +1,23 @@
 #pragma once
-// The sums of one reference over both grids, shown in the frame of sums.
+// The sums of one reference over both grids: how much of it lies in the debit grid, how much in
+// the credit grid, and the balance.
 
 #include <string>
+#include <vector>
+
+#include "model/grid_row.h"
 
 namespace pendara {
 
-class Pndra;
+struct ReferenceSums {
+    double debit = 0;
+    double credit = 0;  // negative: credit amounts are negative in the grid
+    double balance() const { return debit + credit; }
+};
 
-// Makes the trimmed reference the current one and, when it is not empty, shows its debit sum,
-// credit sum and balance.
-void DoSumas(Pndra& w, const std::string& referencia);
+// The rows whose reference, trimmed, is exactly `reference` (already trimmed), their amounts as
+// the grids show them read in the user's number format.
+ReferenceSums SumsOf(const std::vector<GridRow>& debits, const std::vector<GridRow>& credits,
+                     const std::string& reference);
 
 }  // namespace pendara

@@ -5,15 +5,13 @@
 #include <string>
 #include <vector>
 
-#include "companies/account_list.h"
 #include "companies/catalogue.h"
+#include "companies/session.h"
 #include "host/conversions.h"
 #include "host/paths.h"
 #include "host/qv_file_control.h"
 #include "host/qv_library.h"
-#include "host/utf8.h"
 #include "posting/posting_runs.h"
-#include "ui/pndra.h"
 
 namespace pendara {
 
@@ -21,19 +19,18 @@ namespace {
 
 constexpr const char* kFixedAccount = "4300000138";
 
-// Runs the record loop on the entries file of every company of the list, in list order;
+// Runs the record loop on the entries file of every company of the catalogue, in order;
 // `before` hears of the company file, its folder and its code.
-void ForEachCompany(Pndra& w, const std::function<void(QvFileControl2&)>& loop,
+void ForEachCompany(Session& s, const std::function<void(QvFileControl2&)>& loop,
                     const std::function<void(const std::string&, const std::string&,
                                              const std::string&)>& before = nullptr) {
-    for (int i = 0; i < w.List1.ListCount(); ++i) {
-        std::string path = w.ConsultedFiles.at(static_cast<std::size_t>(w.List1.ItemData(i)));
+    for (std::string path : s.ConsultedFiles) {
         if (Trim(path).empty()) continue;
         path = NormaliseCompanyName(path);
         const std::string code = CompanyCode(path);
-        const std::string folder = w.Lib().GetCompanyDirs(path);
+        const std::string folder = s.Lib().GetCompanyDirs(path);
         QvFileControl2 entries;
-        entries.OpenFile(folder + "extra" + code + ".qvd", "");
+        entries.OpenFile(EntriesFile(folder, code), "");
         if (before) before(path, folder, code);
         loop(entries);
         entries.CloseFile();
@@ -47,14 +44,14 @@ void SelectFixedAccount(QvFileControl2& entries) {
 
 }  // namespace
 
-void Command1_Click(Pndra& w) {
+void ClearAllReferences(Session& s) {
     // Each account is one posting over every company, so a stop or a failure leaves every
     // account cleared in all its years or in none; the accounts go one after another in one run.
     // Per account only (company, record) is kept until its turn: a big group has millions.
     std::vector<PostingFile> files;
     std::map<std::string, std::vector<std::pair<std::uint32_t, std::int32_t>>> byAccount;
     ForEachCompany(
-        w,
+        s,
         [&](QvFileControl2& entries) {
             const auto index = static_cast<std::uint32_t>(files.size() - 1);
             entries.MoveFirst();
@@ -66,11 +63,11 @@ void Command1_Click(Pndra& w) {
             }
         },
         [&](const std::string& path, const std::string& folder, const std::string& code) {
-            files.push_back({folder + "extra" + code + ".qvd", CleanName(path)});
-            w.CurrentFolder = folder;
-            w.CurrentCode = code;
+            files.push_back({EntriesFile(folder, code), CleanName(path)});
+            s.CurrentFolder = folder;
+            s.CurrentCode = code;
         });
-    std::unique_ptr<PostingRun> run = OpenPostingRun(w, "clear-all", "");
+    std::unique_ptr<PostingRun> run = OpenPostingRun(s, "clear-all", "");
     for (auto& [account, records] : byAccount) {
         AccountPosting posting{account, files, {}};
         posting.rows.reserve(records.size());
@@ -82,8 +79,8 @@ void Command1_Click(Pndra& w) {
     run->Finish();
 }
 
-void Command2_Click(Pndra& w) {
-    ForEachCompany(w, [](QvFileControl2& entries) {
+void CopyField22ToReferences(Session& s) {
+    ForEachCompany(s, [](QvFileControl2& entries) {
         SelectFixedAccount(entries);
         while (!entries.IsEof()) {
             const std::string t = Trim(entries.GetField(22));
@@ -95,11 +92,10 @@ void Command2_Click(Pndra& w) {
             entries.MoveNext();
         }
     });
-    w.port.MsgBox("FIN", kVbOKOnly, "");
 }
 
-void Command3_Click(Pndra& w) {
-    ForEachCompany(w, [](QvFileControl2& entries) {
+void ResetFixedAccountMarks(Session& s) {
+    ForEachCompany(s, [](QvFileControl2& entries) {
         SelectFixedAccount(entries);
         while (!entries.IsEof()) {
             entries.Edit();
@@ -108,17 +104,6 @@ void Command3_Click(Pndra& w) {
             entries.MoveNext();
         }
     });
-    w.port.MsgBox("FIN", kVbOKOnly, "");
-}
-
-void Command4_Click(Pndra& w) {
-    w.List2.Clear();
-    BuscaCta_Click(w);
-    w.Text1.setText(w.CTA.text());
-    if (Utf8Length(w.Text1.text()) < 6) {
-        bool mode = false;
-        Carga_cuentas(w, mode);
-    }
 }
 
 }  // namespace pendara

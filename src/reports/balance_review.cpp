@@ -1,51 +1,46 @@
 #include "reports/balance_review.h"
 
 #include "companies/catalogue.h"
+#include "companies/session.h"
 #include "host/conversions.h"
 #include "host/errors.h"
 #include "host/qv_file_control.h"
 #include "host/qv_library.h"
 #include "host/qv_ole70.h"
 #include "matching/references.h"
-#include "posting/save.h"
-#include "ui/pndra.h"
 
 namespace pendara {
 
 namespace {
 
-std::string SelectedAccount(const Pndra& w) {
-    const std::string entry = w.List2.List(w.List2.ListIndex());
-    const std::size_t blank = entry.find(' ');
-    // Up to and including the first blank: an entry without one names no account.
-    return blank == std::string::npos ? std::string() : Trim(entry.substr(0, blank + 1));
-}
-
 // Gives every dated row on or before the zero date the reference, drawn on first use.
-void AssignUpTo(Pndra& w, Grid& grid, const std::string& zeroDate, std::string& reference) {
+void AssignUpTo(std::vector<GridRow>& rows, const std::string& zeroDate, std::string& reference,
+                ReferenceCounter& counter, std::vector<std::string>& drawn) {
     const std::string limit = DateText(zeroDate);
-    for (int r = 1; r <= grid.Rows(); ++r) {
-        const std::string& date = grid.Cell(r, 2);
-        if (Trim(date).empty()) continue;
+    for (GridRow& row : rows) {
+        if (Trim(row.date).empty()) continue;
         // Compact dates sort as texts in date order.
-        if (limit < DateText(date)) continue;
-        if (reference.empty()) reference = NewReference(w);
-        grid.SetCell(r, 5, reference);
+        if (limit < DateText(row.date)) continue;
+        if (reference.empty()) {
+            reference = counter.Next();
+            drawn.push_back(reference);
+        }
+        row.reference = reference;
     }
 }
 
 }  // namespace
 
-std::vector<std::string> ZeroBalanceDates(Pndra& w, const std::string& account) {
+std::vector<std::string> ZeroBalanceDates(Session& s, const std::string& account) {
     std::vector<std::string> dates{""};
-    for (int i = w.List1.ListCount() - 1; i >= 0; --i) {
-        const std::string& path = w.ConsultedFiles.at(static_cast<std::size_t>(i));
+    for (auto i = static_cast<long>(s.ConsultedFiles.size()) - 1; i >= 0; --i) {
+        const std::string& path = s.ConsultedFiles[static_cast<std::size_t>(i)];
         if (path.empty()) continue;
-        const std::string folder = w.Lib().GetCompanyDirs(path);
+        const std::string folder = s.Lib().GetCompanyDirs(path);
         const std::string code = CompanyCode(path);
         double balance = 0;
         QvFileControl2 entries;
-        entries.OpenFile(folder + "extra" + code + ".qvd", "");
+        entries.OpenFile(EntriesFile(folder, code), "");
         entries.MoveFirst();
         entries.SetFilter("Cuenta =" + account);
         entries.MoveFirst();
@@ -70,28 +65,34 @@ std::vector<std::string> ZeroBalanceDates(Pndra& w, const std::string& account) 
     return dates;
 }
 
-void revisarsaldos_Click(Pndra& w) {
-    std::vector<std::string> dates;
-    {
-        QvOLE70 server;
-        try {
-            server.OpenCompany(w.ConsultedFiles.at(0), "");
-        } catch (const HostError& e) {
-            // A protected company: the key typed at start-up for this chain opens it, so the
-            // review does not end the program where the user already proved access.
-            if (e.code() != kErrAccessKey) throw;
-            server.OpenCompany(w.ConsultedFiles.at(0), w.AccessKey);
-        }
-        dates = ZeroBalanceDates(w, SelectedAccount(w));
-        server.CloseCompany();
+std::vector<std::string> ReviewZeroBalanceDates(Session& s, const std::string& account) {
+    const std::string active = s.ConsultedFiles.empty() ? std::string() : s.ConsultedFiles[0];
+    QvOLE70 server;
+    try {
+        server.OpenCompany(active, "");
+    } catch (const HostError& e) {
+        // A protected company: the key typed at start-up for this chain opens it, so the review
+        // does not end the program where the user already proved access.
+        if (e.code() != kErrAccessKey) throw;
+        server.OpenCompany(active, s.AccessKey);
     }
+    std::vector<std::string> dates = ZeroBalanceDates(s, account);
+    server.CloseCompany();
+    return dates;
+}
+
+std::vector<std::string> AssignZeroBalanceReferences(const std::vector<std::string>& dates,
+                                                     std::vector<GridRow>& debits,
+                                                     std::vector<GridRow>& credits,
+                                                     ReferenceCounter& counter) {
+    std::vector<std::string> drawn;
     for (const std::string& date : dates) {
         if (Trim(date).empty()) continue;
         std::string reference;
-        AssignUpTo(w, w.SGrid1, date, reference);
-        AssignUpTo(w, w.SGrid2, date, reference);
+        AssignUpTo(debits, date, reference, counter, drawn);
+        AssignUpTo(credits, date, reference, counter, drawn);
     }
-    GrabaRef_Click(w);
+    return drawn;
 }
 
 }  // namespace pendara

@@ -2,10 +2,10 @@
 
 #include <cmath>
 
+#include "companies/session.h"
 #include "host/desktop_port.h"
 #include "host/numbers.h"
 #include "host/qv_library.h"
-#include "ui/pndra.h"
 
 namespace pendara {
 
@@ -82,7 +82,17 @@ bool ParseMenuDate(const std::string& text, CalendarDate& date) {
 Menu::Menu(QvLibrary& library, std::string companyFile)
     : library_(library), companyFile_(std::move(companyFile)) {}
 
-Menu::Menu(Pndra& window) : Menu(window.Lib(), window.ActiveCompanyFile) {}
+Menu::Menu(Session& s) : Menu(s.Lib(), s.ActiveCompanyFile) {}
+
+void Menu::Preset(std::int16_t Index, std::string text) {
+    if (Index < 1) return;
+    presets_.push_back({static_cast<std::size_t>(Index - 1), false, std::move(text)});
+}
+
+void Menu::PresetChoice(std::int16_t Index, std::string choice) {
+    if (Index < 1) return;
+    presets_.push_back({static_cast<std::size_t>(Index - 1), true, std::move(choice)});
+}
 
 Items& Menu::AddItem(const std::string& Descripcion, std::int32_t Tipo, std::int16_t Longitud,
                      const std::string& ValorporDefecto) {
@@ -123,6 +133,8 @@ bool Menu::Show() {
                            ? MenuNumberText(LeadingNumber(item.ValorporDefecto))
                            : item.ValorporDefecto;
     }
+    for (const PresetAnswer& p : presets_)
+        if (p.item < n) values[p.item][p.choice ? 0 : 1] = p.text;
     if (!library_.ParameterDialog(caption, values, kinds_, companyFile_)) return false;
 
     answers_.clear();

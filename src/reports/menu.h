@@ -13,7 +13,7 @@
 namespace pendara {
 
 class QvLibrary;
-class Pndra;
+class Session;
 
 // An answer's value: empty, a number, a text or a date.
 using MenuValue = std::variant<std::monostate, double, std::string, CalendarDate>;
@@ -49,8 +49,8 @@ class Menu {
   public:
     // companyFile names the company whose chart the dialog offers for account items.
     explicit Menu(QvLibrary& library, std::string companyFile = "");
-    // Through the window's host library, over the active company.
-    explicit Menu(Pndra& window);
+    // Through the session's host library, over the active company.
+    explicit Menu(Session& s);
 
     std::string caption;
 
@@ -63,12 +63,24 @@ class Menu {
     bool Show();
     void Clear();
 
+    // An answer given before the dialog opens: the text item `Index` starts with in the dialog,
+    // put in after its default was handed over as its kind wants (a command line answers the
+    // dialog this way). For the kinds that leave a numeric choice, `choice` is that number.
+    void Preset(std::int16_t Index, std::string text);
+    void PresetChoice(std::int16_t Index, std::string choice);
+
     const std::vector<Items>& items() const { return items_; }
 
   private:
     QvLibrary& library_;
     std::string companyFile_;
     std::vector<Items> items_;
+    struct PresetAnswer {
+        std::size_t item;
+        bool choice;  // the label column, where a choice kind leaves its number
+        std::string text;
+    };
+    std::vector<PresetAnswer> presets_;
     ParameterKinds kinds_;
     std::vector<retval> answers_;
 };

@@ -6,15 +6,13 @@
 #include <vector>
 
 #include "companies/catalogue.h"
+#include "companies/session.h"
 #include "host/conversions.h"
-#include "host/paths.h"
-#include "host/qv_file_control.h"
 #include "host/qv_library.h"
 #include "host/qv_ole70.h"
 #include "matching/extract.h"
 #include "matching/process_ref.h"
 #include "reports/menu.h"
-#include "ui/pndra.h"
 
 namespace pendara {
 
@@ -22,7 +20,6 @@ namespace {
 
 constexpr const char* kSection = "Punteo";
 constexpr const char* kCrLf = "\r\n";
-constexpr std::size_t kDate = 2, kDebit = 5, kCredit = 6, kMark = 8, kClass = 9;
 
 // A stored check setting as the dialog gets it: the text of its numeric value.
 std::string CheckSetting(QvLibrary& lib, const std::string& key, const std::string& def) {
@@ -44,105 +41,27 @@ void AppendClosing(std::string& out, const std::string& label, double amount) {
     out += kCrLf;
 }
 
-// The account filter of the chart: the range, and the mask unless it is the all-accounts one.
+}  // namespace
+
 std::string ChartFilter(const std::string& from, const std::string& to, const std::string& mask) {
     std::string f = "Cuenta => " + from + " and cuenta <= " + to;
     if (mask != "??????????") f += " and cuenta like " + mask;
     return f + " and nivel = 0";
 }
 
-}  // namespace
-
-void AppendAccountBody(std::string& text, const TextTable& x, std::int32_t n,
-                       const std::string& DesdeFecha, const std::string& HastaFecha, bool Show1,
-                       bool Show2, bool ShowApertura, bool Show0, double Minimo, double balance) {
-    std::vector<std::int16_t> processed(static_cast<std::size_t>(n) + 1, 0);
-    // Built at the first group, so that a report of open items only never pays for it.
-    std::optional<ReferenceChains> chains;
-    double total = 0;
-    bool gapPending = false;
-    std::string block;
-    for (std::int32_t r = 1; r <= n; ++r) {
-        const auto row = static_cast<std::size_t>(r);
-        const std::string& date = x(row, kDate);
-        if (date < DesdeFecha || date > HastaFecha) continue;
-        const std::string& mark = x(row, kMark);
-        if (mark == "1" || mark == "2") {
-            const bool wanted = mark == "1" ? Show1 : Show2;
-            if (!wanted) continue;
-            if (!chains) chains.emplace(x, n);
-            ProcessRef(r, processed, x, total, &*chains, n, mark == "1" ? 0.0 : Minimo, block);
-            if (!block.empty()) {
-                text += block;
-                gapPending = true;
-            }
-            continue;
-        }
-        if (!Show0) continue;
-        if (!ShowApertura && x(row, kClass) > "9") continue;
-        if (gapPending) {
-            text += kCrLf;
-            gapPending = false;
-        }
-        AppendEntryLine(text, x, row);
-        total += ToDouble(x(row, kDebit)) + ToDouble(x(row, kCredit));
-    }
-    text += kCrLf;
-    AppendClosing(text, "Total", total);
-    AppendClosing(text, "Saldo según último balance", balance);
-    AppendClosing(text, "Diferencia", total - balance);
-    text += kCrLf;
-}
-
-void DoInforme(Pndra& w, const std::string& cuenta, const std::string& DesdeFecha,
-               const std::string& HastaFecha, bool Show1, bool Show2, bool ShowApertura, bool Show0,
-               double SaldoMinimo, double Minimo, std::string& text) {
-    text.clear();
-    double balance = 0;
-    {
-        QvOLE70 server;
-        bool ok = false;
-        OpenEmp(w, server, w.ActiveCompanyFile, ok);
-        if (!ok) return;
-        server.SelectAccount(cuenta, "", "");
-        if (server.HasBalances() == 0) {
-            server.CloseCompany();
-            return;
-        }
-        double debit = 0, credit = 0;
-        for (std::int32_t p = 0; p <= 14; ++p) {
-            debit += server.GetPeriodDebit(1, p);
-            credit += server.GetPeriodCredit(1, p);
-        }
-        balance = debit + credit;
-        const double rounded = RoundTo(balance, 2);
-        if (SaldoMinimo > 0 && -SaldoMinimo < rounded && rounded < SaldoMinimo) {
-            server.CloseCompany();
-            return;
-        }
-        text = "_" + cuenta + " - " + Trim(server.GetAccountInfo(1).Title()) + kCrLf;
-        server.CloseCompany();
-    }
-
-    w.CompanyCount = 0;
-    std::int32_t n = 0;
-    const TextTable x = GetExtracto(w, w.ActiveCompanyFile, cuenta, n);
-    AppendAccountBody(text, x, n, DesdeFecha, HastaFecha, Show1, Show2, ShowApertura, Show0, Minimo,
-                      balance);
-}
-
-void Informe_Click(Pndra& w) {
-    QvLibrary& lib = w.Lib();
+std::optional<ReportOptions> AskReportOptions(Session& s, const std::string& account,
+                                              const ReportPresets& presets) {
+    QvLibrary& lib = s.Lib();
     const std::string unmatched = CheckSetting(lib, "nopunteados", "1");
     const std::string unbalanced = CheckSetting(lib, "Nocuadrados", "0");
     const std::string balanced = CheckSetting(lib, "Punteadosycuadrados", "0");
     const std::string opening = CheckSetting(lib, "Incluirapertura", "0");
     const std::string year = std::to_string(Today().year % 100);
 
-    Menu menu(w);
+    Menu menu(s);
     menu.caption = kReportDialogCaption;
-    menu.AddItem("Desde Cuenta", 20, 10, w.CTA.text());
-    menu.AddItem("Hasta Cuenta", 20, 10, w.CTA.text());
+    menu.AddItem("Desde Cuenta", 20, 10, account);
+    menu.AddItem("Hasta Cuenta", 20, 10, account);
     menu.AddItem("Cuentas coincidentes con", 0, 10, "??????????");
     menu.AddItem("Desde Fecha", 5, 8, "01/01/99");
     menu.AddItem("Hasta Fecha", 5, 8, "31/12/" + std::string(year.size() < 2 ? "0" : "") + year);
@@ -153,50 +72,135 @@ void Informe_Click(Pndra& w) {
     menu.AddItem("Solo cuentas con saldo mayor que €", 3, 12, MenuNumberText(0.01));
     menu.AddItem("Incluir apuntes punteados no cuadrados mayores que €", 3, 12, "0");
     menu.AddItem("Salida a", 71, 0, "");
-    if (!menu.Show()) return;
+    for (const auto& [item, text] : presets.texts)
+        menu.Preset(static_cast<std::int16_t>(item), text);
+    if (presets.destination) menu.PresetChoice(kItemOutput, std::to_string(*presets.destination));
+    if (!menu.Show()) return std::nullopt;
 
     lib.SaveSetting("Nopunteados", menu.GetText(kItemUnmatched), kSection, "");
     lib.SaveSetting("Nocuadrados", menu.GetText(kItemMatchedUnbalanced), kSection, "");
     lib.SaveSetting("Punteadosycuadrados", menu.GetText(kItemMatchedBalanced), kSection, "");
     lib.SaveSetting("Incluirapertura", menu.GetText(kItemOpening), kSection, "");
 
-    QvFileControl2 chart;
-    std::int32_t status = 0;
-    chart.OpenFile(
-        FolderOf(w.ActiveCompanyFile) + "Planc" + CompanyCode(w.ActiveCompanyFile) + ".qvd", "",
-        status);
-    chart.SetFilter(ChartFilter(menu.GetText(kItemFromAccount), menu.GetText(kItemToAccount),
-                                menu.GetText(kItemMask)));
-    chart.MoveFirst();
+    ReportOptions o;
+    o.fromAccount = menu.GetText(kItemFromAccount);
+    o.toAccount = menu.GetText(kItemToAccount);
+    o.mask = menu.GetText(kItemMask);
+    o.fromDate = DateText(menu.GetText(kItemFromDate));
+    o.toDate = DateText(menu.GetText(kItemToDate));
+    o.showBalanced = MenuTruth(menu.GetVal(kItemMatchedBalanced));
+    o.showUnbalanced = MenuTruth(menu.GetVal(kItemMatchedUnbalanced));
+    o.showOpening = MenuTruth(menu.GetVal(kItemOpening));
+    o.showOpen = MenuTruth(menu.GetVal(kItemUnmatched));
+    o.minBalance = MenuNumber(menu.GetVal(kItemMinBalance));
+    o.minUnbalanced = MenuNumber(menu.GetVal(kItemMinUnbalanced));
+    o.destination = AsInteger(MenuNumber(menu.GetVal(kItemOutput)));
+    return o;
+}
 
-    w.UpdateGauge(-1);
-    // Nothing is written while the report runs, so the selection's size does not change.
-    const std::int32_t selected = chart.GetRecordCount();
-    std::int32_t done = 0;
-    std::string report;
-    std::string accountText;
-    while (!chart.IsEof()) {
-        const std::string account = Trim(chart.GetFieldByName("Cuenta"));
-        DoInforme(w, account, DateText(menu.GetText(kItemFromDate)),
-                  DateText(menu.GetText(kItemToDate)), MenuTruth(menu.GetVal(kItemMatchedBalanced)),
-                  MenuTruth(menu.GetVal(kItemMatchedUnbalanced)),
-                  MenuTruth(menu.GetVal(kItemOpening)), MenuTruth(menu.GetVal(kItemUnmatched)),
-                  MenuNumber(menu.GetVal(kItemMinBalance)),
-                  MenuNumber(menu.GetVal(kItemMinUnbalanced)), accountText);
-        report += accountText;
-        report += kCrLf;
-        ++done;
-        w.UpdateGauge(done, selected);
-        w.port.DoEvents();
-        chart.MoveNext();
+void AccountBody(AccountReport& report, const std::vector<Entry>& x, std::int32_t n,
+                 const ReportOptions& o) {
+    std::vector<std::int16_t> processed(static_cast<std::size_t>(n) + 1, 0);
+    // Built at the first group, so that a report of open items only never pays for it.
+    std::optional<ReferenceChains> chains;
+    double total = 0;
+    bool gapPending = false;
+    for (std::int32_t r = 1; r <= n; ++r) {
+        const Entry& e = x[static_cast<std::size_t>(r)];
+        if (e.date < o.fromDate || e.date > o.toDate) continue;
+        if (e.mark == "1" || e.mark == "2") {
+            const bool wanted = e.mark == "1" ? o.showBalanced : o.showUnbalanced;
+            if (!wanted) continue;
+            if (!chains) chains.emplace(x, n);
+            std::optional<ReportGroup> group = ProcessRef(r, processed, x, total, &*chains, n,
+                                                          e.mark == "1" ? 0.0 : o.minUnbalanced);
+            if (group) {
+                report.body.emplace_back(std::move(*group));
+                gapPending = true;
+            }
+            continue;
+        }
+        if (!o.showOpen) continue;
+        if (!o.showOpening && e.entryClass > "9") continue;
+        report.body.emplace_back(ReportOpenEntry{EntryLine(e), gapPending});
+        gapPending = false;
+        total += e.debit.value + e.credit.value;
     }
-    w.UpdateGauge(0);
-    chart.CloseFile();
+    report.total = total;
+}
 
-    std::int32_t destination = AsInteger(MenuNumber(menu.GetVal(kItemOutput)));
+AccountReport DoInforme(Session& s, const std::string& cuenta, const ReportOptions& o) {
+    AccountReport report;
+    report.account = cuenta;
+    {
+        QvOLE70 server;
+        bool ok = false;
+        OpenEmp(s, server, s.ActiveCompanyFile, ok);
+        if (!ok) return report;
+        server.SelectAccount(cuenta, "", "");
+        if (server.HasBalances() == 0) {
+            server.CloseCompany();
+            return report;
+        }
+        double debit = 0, credit = 0;
+        for (std::int32_t p = 0; p <= 14; ++p) {
+            debit += server.GetPeriodDebit(1, p);
+            credit += server.GetPeriodCredit(1, p);
+        }
+        report.balance = debit + credit;
+        const double rounded = RoundTo(report.balance, 2);
+        if (o.minBalance > 0 && -o.minBalance < rounded && rounded < o.minBalance) {
+            server.CloseCompany();
+            return report;
+        }
+        report.listed = true;
+        report.title = Trim(server.GetAccountInfo(1).Title());
+        server.CloseCompany();
+    }
+    const Extract x = GetExtracto(s, s.ActiveCompanyFile, cuenta);
+    AccountBody(report, x.rows, x.count(), o);
+    return report;
+}
+
+std::string AccountText(const AccountReport& a) {
+    if (!a.listed) return "";
+    std::string text = "_" + a.account + " - " + a.title + kCrLf;
+    for (const ReportBodyItem& item : a.body) {
+        if (const ReportGroup* group = std::get_if<ReportGroup>(&item)) {
+            text += GroupText(*group);
+            continue;
+        }
+        const ReportOpenEntry& open = std::get<ReportOpenEntry>(item);
+        if (open.gapBefore) text += kCrLf;
+        AppendEntryText(text, open.line);
+    }
+    text += kCrLf;
+    AppendClosing(text, "Total", a.total);
+    AppendClosing(text, "Saldo según último balance", a.balance);
+    AppendClosing(text, "Diferencia", a.total - a.balance);
+    text += kCrLf;
+    return text;
+}
+
+std::string ReportText(const Report& report) {
+    std::string text;
+    for (const AccountReport& a : report.accounts) {
+        text += AccountText(a);
+        text += kCrLf;
+    }
+    return text;
+}
+
+ReportRequest RequestOf(const Report& report) {
+    return ReportRequest{report.destination, report.title,      ReportText(report), report.date,
+                         report.columns,     report.alignments, report.companyName};
+}
+
+ReportOutcome PrintReport(QvLibrary& lib, const Report& report) {
+    std::int32_t destination = report.destination;
     std::int32_t one = 1;
-    lib.PrintReport(destination, kReportTitle, report, DateText(TodaySystemText()), kReportColumns,
-                    kReportAlignments, "", CleanName(w.ActiveCompanyFile), one, "");
+    return lib.PrintReport(destination, report.title, ReportText(report), report.date,
+                           report.columns, report.alignments, "", report.companyName, one, "");
 }
 
 }  // namespace pendara

@@ -1,15 +1,22 @@
 #pragma once
-// The open-items and matching report: asks its parameters, walks the chart of accounts of the
-// active company over the chosen range and hands the text to the host's report output.
+// The open-items and matching report: its parameter dialog, the report of one account (DoInforme)
+// and the report's text as the host's report output takes it.
 
 #include <cstdint>
+#include <map>
+#include <optional>
 #include <string>
+#include <vector>
 
-#include "host/text_table.h"
+#include "host/desktop_port.h"
+#include "host/report_output.h"
+#include "model/entry.h"
+#include "model/report.h"
 
 namespace pendara {
 
-class Pndra;
+class QvLibrary;
+class Session;
 
 // Texts the report uses, shared with the front ends that draw or fill it.
 inline constexpr const char* kReportDialogCaption = "Informe de Pendara";
@@ -32,19 +39,53 @@ enum ReportItem : short {
     kItemOutput,
 };
 
-// The "Informe" command: dialog, report over the accounts, output.
-void Informe_Click(Pndra& w);
+// The report's parameters, as the dialog's answers give them.
+struct ReportOptions {
+    std::string fromAccount;          // first account of the chart's range, as typed
+    std::string toAccount;            // last account
+    std::string mask = "??????????";  // "Cuentas coincidentes con"
+    std::string fromDate;             // compact date (the answer through DateText)
+    std::string toDate;
+    bool showOpen = true;          // "Apuntes no punteados"
+    bool showUnbalanced = false;   // "Apuntes punteados pero no cuadrados": groups of mark "2"
+    bool showBalanced = false;     // "Apuntes punteados y cuadrados": groups of mark "1"
+    bool showOpening = false;      // "Incluir apuntes de Apertura"
+    double minBalance = 0.01;      // "Solo cuentas con saldo mayor que €"
+    double minUnbalanced = 0;      // "Incluir apuntes punteados no cuadrados mayores que €"
+    std::int32_t destination = 0;  // "Salida a"
+};
 
-// The report text of one account of the active company; empty when the company cannot be
-// opened, the account has no balances or its balance lies within the minimum. Dates are compact.
-void DoInforme(Pndra& w, const std::string& cuenta, const std::string& DesdeFecha,
-               const std::string& HastaFecha, bool Show1, bool Show2, bool ShowApertura, bool Show0,
-               double SaldoMinimo, double Minimo, std::string& text);
+// Answers known before the dialog opens (a command line's options): texts by item position and
+// the output choice.
+struct ReportPresets {
+    std::map<int, std::string> texts;
+    std::optional<std::int32_t> destination;
+};
 
-// The part of DoInforme after the extract is loaded: appends the body lines of rows 1..n of the
-// extract and the closing lines (total, balance, difference) to `text`.
-void AppendAccountBody(std::string& text, const TextTable& x, std::int32_t n,
-                       const std::string& DesdeFecha, const std::string& HastaFecha, bool Show1,
-                       bool Show2, bool ShowApertura, bool Show0, double Minimo, double balance);
+// The dialog "Informe de Pendara" with its twelve items, the active account `account` as the
+// default range and the four stored check settings; once accepted the check settings are stored
+// and the answers read. nullopt when the user cancels: nothing is stored.
+std::optional<ReportOptions> AskReportOptions(Session& s, const std::string& account,
+                                              const ReportPresets& presets = {});
+
+// The report of one account of the active company; not listed when the company cannot be
+// opened, the account has no movements or its balance lies within the minimum.
+AccountReport DoInforme(Session& s, const std::string& cuenta, const ReportOptions& options);
+
+// The part of DoInforme after the extract is loaded: the body of rows 1..n and its total.
+void AccountBody(AccountReport& report, const std::vector<Entry>& x, std::int32_t n,
+                 const ReportOptions& options);
+
+// The chart filter of the report's range: the mask is added unless it is the all-accounts one.
+std::string ChartFilter(const std::string& from, const std::string& to, const std::string& mask);
+
+// The report's text: per account its heading, body and closing lines (or nothing when it is not
+// listed), each followed by CR LF.
+std::string AccountText(const AccountReport& account);
+std::string ReportText(const Report& report);
+// What the host's report output is handed.
+ReportRequest RequestOf(const Report& report);
+// Hands the report to the host library's report output (PrintReport); what came of it.
+ReportOutcome PrintReport(QvLibrary& lib, const Report& report);
 
 }  // namespace pendara

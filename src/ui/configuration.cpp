@@ -7,6 +7,7 @@
 #include "host/conversions.h"
 #include "host/qv_library.h"
 #include "host/utf8.h"
+#include "matching/matching_run.h"
 #include "reports/menu.h"
 #include "ui/pndra.h"
 
@@ -14,7 +15,7 @@ namespace pendara {
 
 namespace {
 
-const char* const kEnhancedItemKey = "PunteoMejorado";
+const char* const kEnhancedItemKey = kEnhancedSetting;
 
 // The stored mark as the 16-bit length of its item: the marks are single digits, so anything
 // beyond the 16-bit range is clamped rather than wrapped.
@@ -28,8 +29,8 @@ std::int16_t MarkAsLength(const std::string& stored) {
 }  // namespace
 
 void ConfigurarPunteo(Pndra& w) {
-    QvLibrary& lib = w.Lib();
-    Menu menu(w);
+    QvLibrary& lib = w.session.Lib();
+    Menu menu(w.session);
     menu.caption = "Configuración de Punteo";
     const std::string correct = lib.GetSetting("Punteo0", "", "1", "");
     menu.AddItem("Punteo Correcto", 61, MarkAsLength(correct), "");

@@ -82,86 +82,47 @@ void ListBox::SelectWithoutClick(int i) {
     Changed();
 }
 
-Grid::Grid(int cols) : cols_(cols), cells_(static_cast<std::size_t>(2) * (cols + 1)) {
-    headers.assign(static_cast<std::size_t>(cols + 1), "");
-    widthChars.assign(static_cast<std::size_t>(cols + 1), 8);
-    numeric.assign(static_cast<std::size_t>(cols + 1), false);
+Grid::Grid() : rows_(1) {
+    headers.assign(static_cast<std::size_t>(GridCol::kCount + 1), "");
+    widthChars.assign(static_cast<std::size_t>(GridCol::kCount + 1), 8);
+    numeric.assign(static_cast<std::size_t>(GridCol::kCount + 1), false);
 }
 
 void Grid::SetRows(int n) {
     if (n < 1) n = 1;
-    if (n == rows_) return;
-    cells_.resize(static_cast<std::size_t>(n + 1) * (cols_ + 1));
-    rows_ = n;
+    if (n == Rows()) return;
+    rows_.resize(static_cast<std::size_t>(n));
     Changed();
 }
 
 void Grid::Clear() {
-    cells_.assign(static_cast<std::size_t>(2) * (cols_ + 1), std::string());
-    rows_ = 1;
+    rows_.assign(1, GridRow{});
     // The current cell stays where the user clicked: the detail window reads it after a reload.
     Changed();
 }
 
-const std::string& Grid::Cell(int row, int col) const {
-    if (row < 0 || row > rows_ || col < 0 || col > cols_) return kEmpty;
-    return cells_[static_cast<std::size_t>(row) * (cols_ + 1) + col];
+std::string Grid::Cell(int row, int col) const {
+    if (row < 1 || row > Rows() || col < 1 || col > Cols()) return std::string();
+    return CellText(rows_[static_cast<std::size_t>(row - 1)], col);
 }
 
 void Grid::SetCell(int row, int col, std::string text) {
-    if (row < 0 || row > rows_ || col < 0 || col > cols_)
+    if (row < 0 || row > Rows() || col < 0 || col > Cols())
         throw std::out_of_range("Grid::SetCell: celda fuera de la rejilla");
-    At(row, col) = std::move(text);
+    // Row 0 and column 0 are the headers, which hold no entry.
+    if (row == 0 || col == 0) return;
+    SetCellText(rows_[static_cast<std::size_t>(row - 1)], col, std::move(text));
     Changed();
 }
 
-TextTable Grid::ExportRows() const {
-    TextTable t(static_cast<std::size_t>(rows_ + 1), static_cast<std::size_t>(cols_ + 1));
-    for (int r = 1; r <= rows_; ++r)
-        for (int c = 1; c <= cols_; ++c)
-            t.at(static_cast<std::size_t>(r), static_cast<std::size_t>(c)) =
-                cells_[static_cast<std::size_t>(r) * (cols_ + 1) + c];
-    return t;
+GridRow& Grid::row(int r) {
+    if (r < 1 || r > Rows()) throw std::out_of_range("Grid::row: fila fuera de la rejilla");
+    return rows_[static_cast<std::size_t>(r - 1)];
 }
 
-void Grid::ImportRows(const TextTable& table) {
-    long ub = table.upperRow();
-    int n = ub < 1 ? 1 : static_cast<int>(ub);
-    cells_.assign(static_cast<std::size_t>(n + 1) * (cols_ + 1), std::string());
-    rows_ = n;
-    int lastCol = static_cast<int>(std::min<long>(table.upperCol(), cols_));
-    for (int r = 1; r <= static_cast<int>(ub); ++r)
-        for (int c = 1; c <= lastCol; ++c)
-            At(r, c) = table.at(static_cast<std::size_t>(r), static_cast<std::size_t>(c));
-    Changed();
-}
-
-void Grid::LoadText(const std::string& text) {
-    int row = 1;
-    std::size_t pos = 0;
-    while (pos < text.size()) {
-        std::size_t end = text.find("\r\n", pos);
-        std::size_t lineEnd = end == std::string::npos ? text.size() : end;
-        if (row > rows_) {
-            cells_.resize(static_cast<std::size_t>(row + 1) * (cols_ + 1));
-            rows_ = row;
-        }
-        int col = 1;
-        std::size_t f = pos;
-        while (col <= cols_) {
-            std::size_t tab = text.find('\t', f);
-            if (tab == std::string::npos || tab > lineEnd) tab = lineEnd;
-            At(row, col) = text.substr(f, tab - f);
-            ++col;
-            if (tab >= lineEnd) break;
-            f = tab + 1;
-        }
-        for (; col <= cols_; ++col)
-            At(row, col).clear();
-        ++row;
-        if (end == std::string::npos) break;
-        pos = end + 2;
-    }
+void Grid::SetRowsFrom(std::vector<GridRow> rows) {
+    rows_ = std::move(rows);
+    if (rows_.empty()) rows_.emplace_back();
     Changed();
 }
 

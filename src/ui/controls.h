@@ -8,7 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "host/text_table.h"
+#include "model/columns.h"
+#include "model/grid_row.h"
 
 namespace pendara {
 
@@ -133,7 +134,8 @@ class ListBox : public Observable {
     int ListIndex() const { return listIndex_; }
     // Selects entry i (-1: none); selecting an entry fires onClick.
     void SetListIndex(int i);
-    // Moves the selection without firing onClick (the keyboard walking the list).
+    // Moves the selection without firing onClick: the keyboard walking the list, or a run that
+    // does what the click does by itself.
     void SelectWithoutClick(int i);
     int NewIndex() const { return newIndex_; }
     const std::vector<Item>& items() const { return items_; }
@@ -146,36 +148,36 @@ class ListBox : public Observable {
     int newIndex_ = -1;
 };
 
-// An extract grid: columns 1..cols, rows 1..Rows() (never fewer than one), with a header row 0
-// and a header column 0. Cells outside the grid read as empty.
+// An extract grid: rows 1..Rows() (never fewer than one) of the eight columns of GridCol, with a
+// header row 0 and a header column 0. Cells outside the grid read as empty.
 class Grid : public Observable {
   public:
-    explicit Grid(int cols = 8);
+    Grid();
 
-    int Cols() const { return cols_; }
-    int Rows() const { return rows_; }
+    int Cols() const { return GridCol::kCount; }
+    int Rows() const { return static_cast<int>(rows_.size()); }
     // Sets the row count (at least 1); new rows are empty, rows past the count are dropped.
     void SetRows(int n);
     // Removes every row, leaving one empty row.
     void Clear();
 
-    const std::string& Cell(int row, int col) const;
+    // A cell's text, as the grid shows it.
+    std::string Cell(int row, int col) const;
     void SetCell(int row, int col, std::string text);
 
     // The current cell, as a click or the program leaves it.
     int Row = 1;
     int Col = 1;
-    const std::string& Text() const { return Cell(Row, Col); }
+    std::string Text() const { return Cell(Row, Col); }
     void SetText(std::string text) { SetCell(Row, Col, std::move(text)); }
 
-    // Every cell as a table: rows 0..Rows(), columns 0..Cols(); row 0 and column 0 are unused.
-    TextTable ExportRows() const;
-    // Fills rows 1.. and columns 1.. from the table (its row 0 and column 0 are ignored); the
-    // row count becomes the table's highest row index (at least 1).
-    void ImportRows(const TextTable& table);
-    // Loads a text of TAB-separated fields and CR LF line ends into rows 1.., columns 1..;
-    // rows are added when the text has more lines than the grid.
-    void LoadText(const std::string& text);
+    // Every row, rows 1.. of the grid in order.
+    const std::vector<GridRow>& rows() const { return rows_; }
+    // Row r (1-based) for changing it in place; the caller reports the change with Touch().
+    GridRow& row(int r);
+    void Touch() { Changed(); }
+    // Replaces every row; no rows leave one empty row.
+    void SetRowsFrom(std::vector<GridRow> rows);
 
     // While redraw is off a view may skip painting.
     bool redraw() const { return redraw_; }
@@ -188,12 +190,7 @@ class Grid : public Observable {
     std::vector<bool> numeric;
 
   private:
-    std::string& At(int row, int col) {
-        return cells_[static_cast<std::size_t>(row) * (cols_ + 1) + col];
-    }
-    int cols_;
-    int rows_ = 1;
-    std::vector<std::string> cells_;  // rows 0..rows_, columns 0..cols_
+    std::vector<GridRow> rows_;
     bool redraw_ = true;
 };
 

@@ -1,5 +1,5 @@
 #pragma once
-// Every user event enters the logic here: a host failure is shown and ends the program.
+// Every event of the window enters the logic here: a host failure is shown and ends the program.
 
 #include <functional>
 

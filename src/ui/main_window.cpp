@@ -5,39 +5,31 @@
 #include "companies/account_list.h"
 #include "companies/catalogue.h"
 #include "group/group_commands.h"
-#include "group/reference_rows.h"
 #include "host/conversions.h"
-#include "host/qv_library.h"
+#include "host/paths.h"
 #include "host/settings.h"
 #include "host/utf8.h"
-#include "matching/sums.h"
-#include "posting/manual.h"
-#include "posting/save.h"
-#include "reports/balance_review.h"
-#include "reports/report.h"
+#include "services/account_run.h"
+#include "ui/account_list_handlers.h"
 #include "ui/configuration.h"
+#include "ui/group_handlers.h"
+#include "ui/matching_handlers.h"
 #include "ui/pndra.h"
+#include "ui/posting_handlers.h"
+#include "ui/report_handlers.h"
 
 namespace pendara {
 
-namespace {
-
-// List2_Click steps 1 to 4; false when the entry names no account.
-bool LoadSelectedAccount(Pndra& w) {
-    const std::string entry = w.List2.List(w.List2.ListIndex());
-    const std::size_t blank = entry.find(' ');
-    w.CTA.setText(blank == std::string::npos ? std::string() : entry.substr(0, blank + 1));
+bool StartAccount(Pndra& w, const std::string& entry) {
+    w.CTA.setText(ListEntryAccount(entry));
     if (Trim(w.CTA.text()).empty()) return false;
     ClearGrids(w);
     for (Label& sum : w.Sumas)
         sum.setCaption("");
     w.Frame4.setCaption("Sumas por referencia: ");
     w.Frame5.setCaption("Estado de la cuenta activa " + w.CTA.text());
-    Punteo_Click(w);
     return true;
 }
-
-}  // namespace
 
 void ConnectHandlers(Pndra& w) {
     w.List2.onClick = [&w] { List2_Click(w); };
@@ -49,6 +41,15 @@ void Form_Load(Pndra& w) {
     w.Text1.setText(w.CTA.text());
     w.gauge.SetSurface(&w.port.Gauge());
     LoadEmpresas(w);
+}
+
+void LoadEmpresas(Pndra& w) {
+    LoadCatalogue(w.session, [&w](const std::string& file) {
+        // The entry's item data is the file's place in the catalogue.
+        int index = w.List1.AddItem(CleanName(file));
+        w.List1.SetItemData(index, static_cast<std::int32_t>(w.session.ConsultedFiles.size() - 1));
+    });
+    if (w.List1.ListCount() > 0) w.List1.SetListIndex(0);
 }
 
 void Form_Activate(Pndra& w) {
@@ -75,18 +76,21 @@ void Form_QueryUnload(Pndra&, int& cancel, int) {
 }
 
 void List2_Click(Pndra& w) {
-    if (!LoadSelectedAccount(w)) return;
-    Toolbar2_Click(w, 2);
-    if (LeadingNumber(w.Lib().GetSetting("Punteo2", "", "0")) == 1) revisarsaldos_Click(w);
+    const std::string entry = w.List2.List(w.List2.ListIndex());
+    if (!StartAccount(w, entry)) return;
+    const AccountOutcome outcome =
+        ProcessAccount(w.session, AccountRequestOf(w, entry), w.GaugeProgress());
+    ShowAccountOutcome(w, outcome);
 }
 
 void Option1_Click(Pndra& w, int index) {
     for (int i = 0; i < 2; ++i)
         w.Option1[static_cast<std::size_t>(i)].setValue(i == index);
-    if (index == 1)
+    if (index == 1) {
         List2_Click(w);
-    else if (index == 0)
-        LoadSelectedAccount(w);
+    } else if (index == 0) {
+        if (StartAccount(w, w.List2.List(w.List2.ListIndex()))) Punteo_Click(w);
+    }
 }
 
 void SGrid_Click(Pndra& w, int grid, int, int modifier, int row, int col) {
@@ -94,11 +98,11 @@ void SGrid_Click(Pndra& w, int grid, int, int modifier, int row, int col) {
     g.Row = row;
     g.Col = col;
     if (modifier == 1) {
-        g.SetCell(row, 5, w.newref.text());
+        g.SetCell(row, GridCol::Reference, w.newref.text());
         w.UnsavedEdits = true;
         DoSumas(w, w.newref.text());
-    } else if (col == 5) {
-        DoSumas(w, g.Cell(row, 5));
+    } else if (col == GridCol::Reference) {
+        DoSumas(w, g.Cell(row, GridCol::Reference));
     }
     w.SelectedCol = static_cast<std::int16_t>(col);
     w.SelectedRow = static_cast<std::int16_t>(row);
@@ -131,7 +135,7 @@ void Toolbar1_Click(Pndra& w, int key) {
             BuscaSig_Click(w);
             break;
         case 23:
-            w.port.MsgBox(Ver_empresas(w), kVbInformation, kCompaniesTitle);
+            w.port.MsgBox(Ver_empresas(w.session), kVbInformation, kCompaniesTitle);
             break;
         case 78:
             ClearSelectedAccount(w);

@@ -3,6 +3,7 @@
 // reload options, the grid cell event and both toolbars. Front ends call them through RunEvent.
 
 #include <cstdint>
+#include <string>
 
 namespace pendara {
 
@@ -13,6 +14,8 @@ void ConnectHandlers(Pndra& w);
 
 // Start-up: takes the command line, builds the company catalogue.
 void Form_Load(Pndra& w);
+// Builds the catalogue and shows it in the company list (List1), whose first entry is selected.
+void LoadEmpresas(Pndra& w);
 // First activation: with a command line, lists, selects, loads and saves the named account.
 void Form_Activate(Pndra& w);
 // Unload mode 2 is the end of the user's session: the window goes at once, nothing is saved.
@@ -33,5 +36,9 @@ void Ayuda_Click(Pndra& w);
 
 void Toolbar1_Click(Pndra& w, int key);
 void Toolbar2_Click(Pndra& w, int key);
+
+// List2_Click's steps before the account is loaded: the active account cut from the entry, the
+// grids and the sums emptied, the frames' captions; false when the entry names no account.
+bool StartAccount(Pndra& w, const std::string& entry);
 
 }  // namespace pendara

@@ -1,10 +1,10 @@
 #include "ui/pndra.h"
 
-#include "host/qv_library.h"
+#include "host/conversions.h"
 
 namespace pendara {
 
-Pndra::Pndra(DesktopPort& p) : port(p) {
+Pndra::Pndra(DesktopPort& p) : port(p), session(p) {
     DesFac.setText(" Fra");
     Frame1.setCaption("Partidas pendientes del debe");
     Frame2.setCaption("Partidas pendientes del haber");
@@ -28,17 +28,16 @@ Pndra::Pndra(DesktopPort& p) : port(p) {
 
 Pndra::~Pndra() = default;
 
-QvLibrary& Pndra::Lib() {
-    if (!library_) library_ = std::make_unique<QvLibrary>(port);
-    return *library_;
-}
-
 std::string Pndra::SelectedCompanyFile() const {
     int i = List1.ListIndex();
     if (i < 0) return "";
     std::int32_t k = List1.ItemData(i);
-    if (k < 0 || k >= static_cast<std::int32_t>(ConsultedFiles.size())) return "";
-    return ConsultedFiles[static_cast<std::size_t>(k)];
+    if (k < 0 || k >= static_cast<std::int32_t>(session.ConsultedFiles.size())) return "";
+    return session.ConsultedFiles[static_cast<std::size_t>(k)];
+}
+
+LoadedAccount Pndra::Grids() const {
+    return {Trim(CTA.text()), EntryFiles, CompanyFiles, SGrid1.rows(), SGrid2.rows()};
 }
 
 }  // namespace pendara

@@ -6,20 +6,18 @@
 #include <array>
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "companies/session.h"
 #include "host/desktop_port.h"
+#include "host/gauge.h"
+#include "model/account.h"
 #include "ui/controls.h"
-#include "ui/gauge.h"
 #include "ui/str_builder.h"
 
 namespace pendara {
-
-class QvLibrary;
-class PostingRun;
 
 // Button maps of the two toolbars and of the group-run state.
 inline constexpr const char* kToolbar1Images = "80,20,-1,23,-1,78,17,25,8,12,13,112";
@@ -38,8 +36,7 @@ inline constexpr const char* kToolbar2Tips =
 inline constexpr std::uint32_t kColourBlack = 0;
 inline constexpr std::uint32_t kColourRed = 255;
 
-// The catalogue starts with room for this many companies and grows when a chain is longer.
-inline constexpr int kCatalogueSize = 100;
+struct ReportOutcome;
 
 // What one save of the active account wrote, as far as the window state can tell.
 struct AccountSaveSummary {
@@ -57,16 +54,16 @@ class Pndra {
     Pndra& operator=(const Pndra&) = delete;
 
     DesktopPort& port;
-    // The host library object, created on first use and kept for the life of the window.
-    QvLibrary& Lib();
+    // The process-wide state the operations share: catalogue, access key, current company.
+    Session session;
 
     // --- Controls -----------------------------------------------------------------------------
     TextBox CTA;     // the active account (hidden)
     TextBox Text1;   // account mask for the account list
     TextBox newref;  // the next reference number (hidden)
     TextBox DesFac;  // "Descripción para facturas:", starts as " Fra"
-    Grid SGrid1{8};  // open debit entries
-    Grid SGrid2{8};  // open credit entries
+    Grid SGrid1;     // open debit entries
+    Grid SGrid2;     // open credit entries
     ListBox List1;   // companies taking part (hidden); item data = index into ConsultedFiles
     ListBox List2;   // the account list
     Frame Frame1, Frame2, Frame3, Frame4, Frame5, Frame7;
@@ -84,23 +81,15 @@ class Pndra {
 
     // --- Process-wide state ------------------------------------------------------------------
     std::string CommandLine;  // the whole command line, untrimmed
-    std::string ActiveCompanyFile;
-    std::string FirstCompanyFile;
-    std::string CurrentFolder;
-    std::string CurrentCode;
-    std::string AccessKey;
-    std::vector<std::string> ConsultedFiles = std::vector<std::string>(kCatalogueSize);
-    std::int32_t ConsultedCount = 0;
-    std::int32_t CompanyCount = 0;
-    std::vector<std::string> CompanyFiles{""};  // index 0 unused
-    std::vector<std::string> EntryFiles{""};    // index 0 unused
+    // The chain the account last loaded was read from, by company number (index 0 unused): the
+    // company files and their entries files, where a save writes the grids' rows.
+    std::vector<std::string> CompanyFiles{""};
+    std::vector<std::string> EntryFiles{""};
     bool PendingOnly = false;
     bool Activated = false;
     bool StopRequested = false;
     // The enhanced matching mode for every run of this window, whatever the stored setting.
     bool EnhancedForced = false;
-    // The journal run that the saves of a group save go into (none outside one).
-    PostingRun* RunInProgress = nullptr;
     std::int16_t SelectedCol = 0;
     std::int16_t SelectedRow = 0;
     std::int16_t SelectedGrid = 0;
@@ -111,21 +100,28 @@ class Pndra {
     bool UnsavedEdits = false;
     // Told after every save of the active account.
     std::function<void(const AccountSaveSummary&)> onAccountSaved;
+    // Told after every report output (the file written, the cancel or the failure).
+    std::function<void(const ReportOutcome&)> onReportOutput;
 
     // The progress gauge and the shared text buffer.
     Gauge gauge;
     StrBuilder detailText;
 
+    // Shows the reference detail window modally over this state (the front end's window; nothing
+    // is shown without one).
+    std::function<void(Pndra&)> showReferenceDetail;
+
     // Draws the gauge (see Gauge::Update).
     void UpdateGauge(std::int32_t value, std::optional<std::int32_t> maximum = std::nullopt) {
         gauge.Update(value, maximum);
     }
+    // The services' progress, drawn on the gauge.
+    Progress GaugeProgress() { return pendara::GaugeProgress(gauge); }
 
     // The text of the selected company-list entry's catalogue file ("" when none is selected).
     std::string SelectedCompanyFile() const;
-
-  private:
-    std::unique_ptr<QvLibrary> library_;
+    // The account on the grids, as a save takes it.
+    LoadedAccount Grids() const;
 };
 
 }  // namespace pendara

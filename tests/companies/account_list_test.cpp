@@ -9,6 +9,7 @@
 #include "support/ledger.h"
 #include "support/scripted_port.h"
 #include "support/temp_dir.h"
+#include "ui/account_list_handlers.h"
 #include "ui/pndra.h"
 
 namespace pendara {
@@ -37,7 +38,7 @@ class AccountListTest : public testing::SettingsTest {
                         {"4300000005", "01/01/25", "6", "f", 1, 8.0, "", "", "", "", "x rf-12"},
                         {"4300000006", "01/01/25", "7", "g", 1, 8.0, "1"},
                         {"5720000001", "01/01/25", "8", "h", 1, 3.0}});
-        w.ActiveCompanyFile = y25;
+        w.session.ActiveCompanyFile = y25;
     }
     std::vector<std::string> Entries() const {
         std::vector<std::string> out;
@@ -59,8 +60,8 @@ TEST_F(AccountListTest, PendingListKeepsOnlyNonZeroBalancesWithAnOpenEntry) {
     EXPECT_FALSE(mode);
     EXPECT_FALSE(w.PendingOnly);
     EXPECT_EQ(Entries(), std::vector<std::string>{"4300000001 Abierta"});
-    EXPECT_EQ(w.CurrentCode, "E5");
-    EXPECT_FALSE(w.CurrentFolder.empty());
+    EXPECT_EQ(w.session.CurrentCode, "E5");
+    EXPECT_FALSE(w.session.CurrentFolder.empty());
 }
 
 TEST_F(AccountListTest, FullListHasEveryPostingAccountInCodeOrderAndAlternates) {
@@ -72,7 +73,7 @@ TEST_F(AccountListTest, FullListHasEveryPostingAccountInCodeOrderAndAlternates) 
                                                    "4300000003 Referenciada",
                                                    "4300000004 Casi cero", "4300000005 Minusculas",
                                                    "4300000006 Marcada", "5720000001 Banco"}));
-    EXPECT_TRUE(w.CurrentCode.empty());  // the full list does not touch the entries file
+    EXPECT_TRUE(w.session.CurrentCode.empty());  // the full list does not touch the entries file
     Carga_cuentas(w, mode);
     EXPECT_FALSE(mode);
     EXPECT_EQ(Entries(), (std::vector<std::string>{"4300000001 Abierta", "5720000001 Banco"}));

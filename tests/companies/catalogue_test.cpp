@@ -10,6 +10,7 @@
 #include "host/qv_ole70.h"
 #include "support/ledger.h"
 #include "support/scripted_port.h"
+#include "ui/main_window.h"
 #include "ui/pndra.h"
 
 namespace pendara {
@@ -35,13 +36,13 @@ TEST_F(CatalogueTest, ChainOfThreeYearsNewestFirst) {
     std::string y25 = l.Company("K5", "Empresa", 2025, y24, "", "EMP2025.QVT");
     l.SetActive(y25);
     LoadEmpresas(w);
-    EXPECT_EQ(w.ActiveCompanyFile, y25);
+    EXPECT_EQ(w.session.ActiveCompanyFile, y25);
     EXPECT_EQ(Names(), (std::vector<std::string>{"EMP2025", "EMP2024", "EMP2023"}));
-    EXPECT_EQ(w.ConsultedCount, 3);
+    EXPECT_EQ(w.session.ConsultedFiles.size(), 3u);
     EXPECT_EQ(w.List1.ItemData(2), 2);
     EXPECT_EQ(w.List1.ListIndex(), 0);
-    EXPECT_EQ(w.FirstCompanyFile, l.File("EMP2023.QVT"));
-    EXPECT_EQ(CompanyCode(w.ConsultedFiles[2]), "K3");
+    EXPECT_EQ(w.session.FirstCompanyFile, l.File("EMP2023.QVT"));
+    EXPECT_EQ(CompanyCode(w.session.ConsultedFiles[2]), "K3");
     EXPECT_TRUE(port.messages.empty());
 }
 
@@ -59,8 +60,8 @@ TEST_F(CatalogueTest, SharedKeyIsAskedOnceAndWrongKeyAgain) {
     // The wrong key is named before the prompt comes again.
     ASSERT_EQ(port.messages.size(), 1u);
     EXPECT_EQ(port.messages[0].text, "Clave de acceso incorrecta");
-    EXPECT_EQ(w.AccessKey, "llave");
-    EXPECT_EQ(w.ConsultedCount, 2);
+    EXPECT_EQ(w.session.AccessKey, "llave");
+    EXPECT_EQ(w.session.ConsultedFiles.size(), 2u);
     EXPECT_TRUE(port.AllAnswersUsed());
 }
 
@@ -82,8 +83,8 @@ TEST_F(CatalogueTest, AKeyKeptFromAnotherYearIsNoWrongKey) {
                                                       "Clave de acesso para " + link}));
     ASSERT_EQ(port.messages.size(), 1u);
     EXPECT_EQ(port.messages[0].text, "Clave de acceso incorrecta");
-    EXPECT_EQ(w.AccessKey, "vieja");
-    EXPECT_EQ(w.ConsultedCount, 2);
+    EXPECT_EQ(w.session.AccessKey, "vieja");
+    EXPECT_EQ(w.session.ConsultedFiles.size(), 2u);
 }
 
 TEST_F(CatalogueTest, EmptyKeyEndsTheProgramWithoutMessage) {
@@ -109,8 +110,8 @@ TEST_F(CatalogueTest, CompanyThatIsItsOwnPredecessor) {
     ASSERT_EQ(port.messages.size(), 1u);
     EXPECT_EQ(port.messages[0].text, "La empresa anterior no puede ser la misma que la actual");
     EXPECT_EQ(port.messages[0].style, kVbCritical);
-    EXPECT_EQ(w.ConsultedCount, 1);
-    EXPECT_EQ(w.FirstCompanyFile, "");
+    EXPECT_EQ(w.session.ConsultedFiles.size(), 1u);
+    EXPECT_EQ(w.session.FirstCompanyFile, "");
 }
 
 TEST_F(CatalogueTest, ChainThatComesBackStopsWithAMessage) {
@@ -120,7 +121,7 @@ TEST_F(CatalogueTest, ChainThatComesBackStopsWithAMessage) {
     l.Company("CC", "C", 2023, a);
     l.SetActive(a);
     LoadEmpresas(w);
-    EXPECT_EQ(w.ConsultedCount, 3);
+    EXPECT_EQ(w.session.ConsultedFiles.size(), 3u);
     ASSERT_EQ(port.messages.size(), 1u);
     EXPECT_EQ(port.messages[0].style, kVbCritical);
     EXPECT_NE(port.messages[0].text.find("EMPAA"), std::string::npos);
@@ -134,10 +135,10 @@ TEST_F(CatalogueTest, ChainsLongerThanAHundredGrowTheCatalogue) {
     }
     l.SetActive(prev);
     LoadEmpresas(w);
-    EXPECT_EQ(w.ConsultedCount, 104);
+    EXPECT_EQ(w.session.ConsultedFiles.size(), 104u);
     EXPECT_EQ(w.List1.ListCount(), 104);
-    EXPECT_EQ(CompanyCode(w.ConsultedFiles[103]), "AA");
-    EXPECT_EQ(w.FirstCompanyFile, w.ConsultedFiles[103] + ".QVT");
+    EXPECT_EQ(CompanyCode(w.session.ConsultedFiles[103]), "AA");
+    EXPECT_EQ(w.session.FirstCompanyFile, w.session.ConsultedFiles[103] + ".QVT");
 }
 
 TEST_F(CatalogueTest, ClearAccountReferencesInEveryCompany) {
@@ -148,14 +149,14 @@ TEST_F(CatalogueTest, ClearAccountReferencesInEveryCompany) {
     l.Entries(y25, {{"4300000138", "01/02/25", "3", "Cobro", 2, -10, "1", "", "", "", "RF-1"}});
     l.SetActive(y25);
     LoadEmpresas(w);
-    ClearAccountReferences(w, "4300000138 CLIENTES VARIOS");
+    ClearAccountReferences(w.session, "4300000138 CLIENTES VARIOS");
     for (const std::string& c : {y24, y25})
         for (const EntryRecord& e : l.Read(c)) {
             bool cleared = e.cuenta == "4300000138";
             EXPECT_EQ(e.referencia, cleared ? "" : "RF-2");
             EXPECT_EQ(e.marca, cleared ? "0" : "1");
         }
-    EXPECT_EQ(w.CurrentCode, "K4");
+    EXPECT_EQ(w.session.CurrentCode, "K4");
 }
 
 class AccountLookupPort : public ScriptedPort {
@@ -177,15 +178,14 @@ TEST(HostLibraryDialogs, AccountLookupOffersPostingAccountsAndKeysAreFiltered) {
     ASSERT_EQ(port.offered.size(), 2u);
     EXPECT_EQ(port.offered[0].code, "4300000001");
     EXPECT_EQ(port.offered[0].name, "Uno");
-    TextBox box;
     for (std::int32_t key : {48, 57, 8, 13, 27}) {
         std::int32_t k = key;
-        lib.AccountKeyPress(box, 3, 8, k);
+        lib.AccountKeyPress("43", 3, 8, k);
         EXPECT_EQ(k, key);
     }
     for (std::int32_t key : {97, 46, 32, 45}) {
         std::int32_t k = key;
-        lib.AccountKeyPress(box, 3, 8, k);
+        lib.AccountKeyPress("43", 3, 8, k);
         EXPECT_EQ(k, 0);
     }
 }

@@ -1,4 +1,4 @@
-#include "group/detail_window.h"
+#include "ui/detail_window.h"
 
 #include <gtest/gtest.h>
 

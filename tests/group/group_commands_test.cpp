@@ -7,8 +7,10 @@
 #include "support/ledger.h"
 #include "support/scripted_port.h"
 #include "support/temp_dir.h"
+#include "ui/group_handlers.h"
 #include "ui/main_window.h"
 #include "ui/pndra.h"
+#include "ui/posting_handlers.h"
 
 namespace pendara {
 namespace {
@@ -52,7 +54,7 @@ class GroupCommandsTest : public testing::SettingsTest {
 };
 
 TEST_F(GroupCommandsTest, ConsultedCompaniesOneLineEachNewestFirst) {
-    EXPECT_EQ(Ver_empresas(w), "EMPE5\r\nEMPE4\r\nEMPE3\r\n");
+    EXPECT_EQ(Ver_empresas(w.session), "EMPE5\r\nEMPE4\r\nEMPE3\r\n");
     Toolbar1_Click(w, 23);
     ASSERT_EQ(port.messages.size(), 1u);
     EXPECT_EQ(port.messages[0].title, "Pendara. Empresas consultadas");

@@ -1,4 +1,4 @@
-#include "group/reference_rows.h"
+#include "ui/group_handlers.h"
 
 #include <gtest/gtest.h>
 
@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "support/scripted_port.h"
+#include "ui/main_window.h"
 #include "ui/pndra.h"
 
 namespace pendara {
@@ -31,7 +32,7 @@ class ReferenceRowsTest : public ::testing::Test {
         Row(w.SGrid1, 3, "RF-5 ", "50,00");
         Row(w.SGrid2, 1, "RF-5", "-150,00");
         Row(w.SGrid2, 2, "rf-5", "-1,00");
-        port.onReferenceDetail = [this](Pndra& win) { shown.push_back(win.detailText.ToString()); };
+        w.showReferenceDetail = [this](Pndra& win) { shown.push_back(win.detailText.ToString()); };
     }
     void Click(Grid& g, int grid, int row, int col) {
         g.Row = row;
@@ -62,7 +63,7 @@ TEST_F(ReferenceRowsTest, NothingOpensOutsideColumnFiveOrOnAnEmptyReference) {
     Click(w.SGrid1, 1, 1, 5);
     w.SGrid1.SetCell(1, 5, "   ");
     PresentaDetalle(w);
-    EXPECT_EQ(port.detailWindowsShown, 0);
+    EXPECT_TRUE(shown.empty());
 }
 
 TEST_F(ReferenceRowsTest, CollectFollowsSelectedRowAndReadsPastTheLastRowAsEmpty) {

@@ -8,6 +8,7 @@
 #include "matching/matching_run.h"
 #include "support/ledger.h"
 #include "support/scripted_port.h"
+#include "ui/matching_handlers.h"
 #include "ui/pndra.h"
 
 namespace pendara {
@@ -21,8 +22,8 @@ class EnhancedRunTest : public testing::SettingsTest {
         SettingsTest::SetUp();
         y25 = l.Company("E5", "Empresa", 2025);
         l.Accounts(y25, {{kAcc, "Cliente uno", 0}});
-        w.ActiveCompanyFile = y25;
-        w.FirstCompanyFile = y25;
+        w.session.ActiveCompanyFile = y25;
+        w.session.FirstCompanyFile = y25;
         SetCounter(y25, 41);
         w.DesFac.setText("Fra.");
         w.gauge.SetSurface(&port.gauge);

@@ -9,6 +9,7 @@
 #include "host/conversions.h"
 #include "host/errors.h"
 #include "host/paths.h"
+#include "matching/naive_extract.h"
 #include "matching/references.h"
 #include "support/ledger.h"
 #include "support/scripted_port.h"
@@ -26,18 +27,62 @@ class ExtractTest : public testing::SettingsTest {
     Pndra w{port};
 };
 
-TEST_F(ExtractTest, LinesCarryTrimmedFieldsAndDebitOrCreditColumn) {
+// The extract as the specified table: columns 0 to 12 of rows 0..count; the work column 7,
+// which no step reads, is not kept.
+TextTable Table(const Extract& x) {
+    TextTable t(x.rows.size(), 13);
+    for (std::size_t r = 1; r < x.rows.size(); ++r) {
+        const Entry& e = x.rows[r];
+        const std::string cols[] = {e.record,
+                                    e.field2,
+                                    e.date,
+                                    e.entry,
+                                    e.description,
+                                    e.debit.text,
+                                    e.credit.text,
+                                    "",
+                                    e.mark,
+                                    e.entryClass,
+                                    e.field14,
+                                    e.reference,
+                                    std::to_string(e.company)};
+        for (std::size_t c = 0; c < 13; ++c)
+            t(r, c) = cols[c];
+    }
+    return t;
+}
+
+TEST_F(ExtractTest, EntriesCarryTrimmedFieldsAndDebitOrCreditColumn) {
     std::string y = l.Company("E5", "Empresa", 2025);
     auto recs = l.Entries(
         y, {{kAcc, "15/01/25", "7", " Fra. 12 ", 1, 100.5, "1", "3", "x14", "", "RF-4", "f2"},
             {kAcc, "20/02/25", "8", "Cobro", 2, -100.5},
             {"4300000002", "20/02/25", "9", "Otra", 1, 5}});
-    std::string text = LeerDatosExtracto(w, kAcc, y);
-    std::string r0 = std::to_string(recs[0]), r1 = std::to_string(recs[1]);
-    EXPECT_EQ(text, r0 + "\tf2\t" + DateText("15/01/25") +
-                        "\t7\tFra. 12\t100,5\t0\t0\t1\t3\tx14\tRF-4\r\n" + r1 + "\t\t" +
-                        DateText("20/02/25") + "\t8\tCobro\t0\t-100,5\t0\t\t\t\t\r\n");
-    EXPECT_EQ(LeerDatosExtracto(w, "4300000099", y), "");
+    std::vector<Entry> rows;
+    LeerDatosExtracto(w.session, kAcc, y, 3, rows);
+    ASSERT_EQ(rows.size(), 2u);
+    const Entry& e = rows[0];
+    EXPECT_EQ(e.record, std::to_string(recs[0]));
+    EXPECT_EQ(e.field2, "f2");
+    EXPECT_EQ(e.date, DateText("15/01/25"));
+    EXPECT_EQ(e.entry, "7");
+    EXPECT_EQ(e.description, "Fra. 12");
+    EXPECT_EQ(e.debit, Amount::Of("100,5"));
+    EXPECT_EQ(e.debit.value, 100.5);
+    EXPECT_EQ(e.debit.leading, 100.0);  // read from the start, "," stops it
+    EXPECT_EQ(e.credit, Amount::Of("0"));
+    EXPECT_EQ(e.mark, "1");
+    EXPECT_EQ(e.entryClass, "3");
+    EXPECT_EQ(e.field14, "x14");
+    EXPECT_EQ(e.reference, "RF-4");
+    EXPECT_EQ(e.company, 3);
+    EXPECT_EQ(rows[1].record, std::to_string(recs[1]));
+    EXPECT_EQ(rows[1].debit.text, "0");
+    EXPECT_EQ(rows[1].credit, Amount::Of("-100,5"));
+    EXPECT_EQ(rows[1].mark, "");
+    rows.clear();
+    LeerDatosExtracto(w.session, "4300000099", y, 1, rows);
+    EXPECT_TRUE(rows.empty());
 }
 
 TEST_F(ExtractTest, ChainPutsEarlierCompanyFirstAndNumbersCompanies) {
@@ -46,25 +91,19 @@ TEST_F(ExtractTest, ChainPutsEarlierCompanyFirstAndNumbersCompanies) {
     l.Entries(y24, {{kAcc, "10/03/24", "1", "Fra. 1", 1, 40}});
     l.Entries(y25,
               {{kAcc, "10/03/25", "2", "Fra. 2", 1, 60}, {kAcc, "11/03/25", "3", "Pago", 2, -60}});
-    std::int32_t count = -1;
-    w.CompanyCount = 0;
-    TextTable t = GetExtracto(w, y25, kAcc, count);
-    ASSERT_EQ(count, 3);
-    ASSERT_GE(t.rows(), 4u);
-    EXPECT_EQ(t(1, 4), "Fra. 1");
-    EXPECT_EQ(t(1, 12), "2");
-    EXPECT_EQ(t(2, 4), "Fra. 2");
-    EXPECT_EQ(t(3, 6), "-60");
-    EXPECT_EQ(t(3, 12), "1");
-    for (int r = 1; r <= 3; ++r)
-        EXPECT_EQ(t(r, 7), "0");
-    for (int c = 0; c < 13; ++c)
-        EXPECT_EQ(t(0, c), "");
-    EXPECT_EQ(w.CompanyCount, 2);
-    EXPECT_EQ(w.CompanyFiles[1], y25);
-    EXPECT_EQ(Upper(w.CompanyFiles[2]), Upper(y24));
-    EXPECT_EQ(w.EntryFiles[1], FolderOf(y25) + "ExtraE5.qvd");
-    EXPECT_EQ(w.EntryFiles[2], FolderOf(y24) + "ExtraE4.qvd");
+    Extract x = GetExtracto(w.session, y25, kAcc);
+    ASSERT_EQ(x.count(), 3);
+    EXPECT_EQ(x.rows[1].description, "Fra. 1");
+    EXPECT_EQ(x.rows[1].company, 2);
+    EXPECT_EQ(x.rows[2].description, "Fra. 2");
+    EXPECT_EQ(x.rows[3].credit.text, "-60");
+    EXPECT_EQ(x.rows[3].company, 1);
+    EXPECT_EQ(x.rows[0], Entry{});
+    ASSERT_EQ(x.companyFiles.size(), 3u);
+    EXPECT_EQ(x.companyFiles[1], y25);
+    EXPECT_EQ(Upper(x.companyFiles[2]), Upper(y24));
+    EXPECT_EQ(x.entryFiles[1], FolderOf(y25) + "extraE5.qvd");
+    EXPECT_EQ(x.entryFiles[2], FolderOf(y24) + "extraE4.qvd");
 }
 
 TEST_F(ExtractTest, ChainThatComesBackReadsEachCompanyOnce) {
@@ -73,52 +112,98 @@ TEST_F(ExtractTest, ChainThatComesBackReadsEachCompanyOnce) {
     l.Company("BB", "B", 2024, a);
     l.Entries(a, {{kAcc, "10/03/25", "2", "Fra. 2", 1, 60}});
     l.Entries(b, {{kAcc, "10/03/24", "1", "Fra. 1", 1, 40}});
-    std::int32_t count = -1;
-    w.CompanyCount = 0;
-    TextTable t = GetExtracto(w, a, kAcc, count);
-    ASSERT_EQ(count, 2);
-    EXPECT_EQ(t(1, 4), "Fra. 1");
-    EXPECT_EQ(t(2, 4), "Fra. 2");
-    EXPECT_EQ(w.CompanyCount, 2);
+    Extract x = GetExtracto(w.session, a, kAcc);
+    ASSERT_EQ(x.count(), 2);
+    EXPECT_EQ(x.rows[1].description, "Fra. 1");
+    EXPECT_EQ(x.rows[2].description, "Fra. 2");
+    EXPECT_EQ(x.companyFiles.size(), 3u);
 }
 
 TEST_F(ExtractTest, AccountOnlyInEarlierYearAndEmptyAccount) {
     std::string y24 = l.Company("E4", "Empresa", 2024);
     std::string y25 = l.Company("E5", "Empresa", 2025, y24);
     l.Entries(y24, {{kAcc, "10/03/24", "1", "Fra. 1", 1, 40}});
-    std::int32_t count = -1;
-    TextTable t = GetExtracto(w, y25, kAcc, count);
-    ASSERT_EQ(count, 1);
-    EXPECT_EQ(t(1, 12), "2");
-    w.CompanyCount = 0;
-    t = GetExtracto(w, y25, "4300000099", count);
-    EXPECT_EQ(count, 0);
-    EXPECT_EQ(w.CompanyCount, 2);
-    // A later load of the newer year alone leaves no trace of the earlier one.
-    l.Entries(y25, {{kAcc, "10/03/25", "1", "x", 1, 1}});
-    w.CompanyCount = 0;
-    std::string lone = l.Company("E6", "Otra", 2026);
-    l.Entries(lone, {{kAcc, "10/03/26", "1", "x", 1, 1}});
-    t = GetExtracto(w, lone, kAcc, count);
-    EXPECT_EQ(count, 1);
-    EXPECT_EQ(w.CompanyFiles.size(), 2u);
-    EXPECT_EQ(w.EntryFiles.size(), 2u);
+    Extract x = GetExtracto(w.session, y25, kAcc);
+    ASSERT_EQ(x.count(), 1);
+    EXPECT_EQ(x.rows[1].company, 2);
+    x = GetExtracto(w.session, y25, "4300000099");
+    EXPECT_EQ(x.count(), 0);
+    EXPECT_EQ(x.companyFiles.size(), 3u);
 }
 
 TEST_F(ExtractTest, NameWithoutEndingOrLowerCaseEndingIsTheSameCompany) {
     std::string y = l.Company("E5", "Empresa", 2025);
     l.Entries(y, {{kAcc, "10/03/25", "2", "Fra. 2", 1, 60}});
     std::string bare = y.substr(0, y.size() - 4);
-    std::int32_t a = 0, b = 0, c = 0;
-    GetExtracto(w, y, kAcc, a);
-    TextTable t = GetExtracto(w, bare, kAcc, b);
-    GetExtracto(w, bare + ".qvt", kAcc, c);
-    EXPECT_EQ(a, 1);
-    EXPECT_EQ(b, 1);
-    EXPECT_EQ(c, 1);
-    EXPECT_EQ(w.CompanyFiles[2], bare + ".Qvt");
-    EXPECT_EQ(w.CompanyFiles[3], bare + ".qvt");
-    EXPECT_EQ(t(1, 3), "2");
+    EXPECT_EQ(GetExtracto(w.session, y, kAcc).count(), 1);
+    Extract x = GetExtracto(w.session, bare, kAcc);
+    EXPECT_EQ(x.count(), 1);
+    EXPECT_EQ(x.companyFiles[1], bare + ".Qvt");
+    EXPECT_EQ(x.rows[1].entry, "2");
+    x = GetExtracto(w.session, bare + ".qvt", kAcc);
+    EXPECT_EQ(x.count(), 1);
+    EXPECT_EQ(x.companyFiles[1], bare + ".qvt");
+}
+
+TEST_F(ExtractTest, ATabOrCrInAHostFieldShiftsOrSplitsTheRowAsTheTextDoes) {
+    std::string y24 = l.Company("E4", "Empresa", 2024);
+    std::string y25 = l.Company("E5", "Empresa", 2025, y24);
+    l.Entries(y24, {{kAcc, "10/03/24", "1", "Fra.\t1", 1, 40},  // shifts every later column
+                    {kAcc, "11/03/24", "2", "Pago", 2, -40, "", "", "", "", "RF-3\r77 x\tz"},
+                    {kAcc, "12/03/24", "3", "a\r\nb\rc", 1, 5, "1"},  // three pieces
+                    {kAcc, "13/03/24", "4", "\tdelante", 2, -5, "", "", "", "", "", "\t"}});
+    l.Entries(y25, {{kAcc, "10/03/25", "5", "lf\nsolo", 1, 60, "", "", "c\r"},
+                    {kAcc, "11/03/25", "6", "Fra. 7", 2, -60, "", "", "", "", " \r "},
+                    {kAcc, "12/03/25", "\r\r", "x", 1, 1}});
+    Extract x = GetExtracto(w.session, y25, kAcc);
+    std::int32_t count = 0, companies = 0;
+    TextTable want = naive::GetExtracto(w.session, y25, kAcc, count, companies);
+    ASSERT_EQ(x.count(), count);
+    EXPECT_GT(count, 7);  // rows were split
+    TextTable got = Table(x);
+    for (std::int32_t r = 1; r <= count; ++r)
+        for (std::size_t c = 0; c < 13; ++c) {
+            if (c == 7) continue;
+            EXPECT_EQ(got(r, c), want(r, c)) << "row " << r << " column " << c;
+        }
+    // A shifted row reads the texts its columns hold: the description's second half as the
+    // debit, the debit as the credit, the work column's "0" as the mark.
+    EXPECT_EQ(x.rows[1].description, "Fra.");
+    EXPECT_EQ(x.rows[1].debit.text, "1");
+    EXPECT_EQ(x.rows[1].credit.text, "40");
+    EXPECT_EQ(x.rows[1].mark, "0");
+    EXPECT_EQ(x.rows[1].reference, "");
+    for (const Entry& e : x.rows) {
+        EXPECT_EQ(e.debit, Amount::Of(e.debit.text));
+        EXPECT_EQ(e.credit, Amount::Of(e.credit.text));
+    }
+}
+
+TEST_F(ExtractTest, EntriesReadDirectlyEqualTheTextSplitAgain) {
+    std::string y = l.Company("E5", "Empresa", 2025);
+    std::vector<EntryRecord> many;
+    static const char* texts[] = {"", " ", "Fra. 12", "  ñandú  ", "1.234,5", "A", "€", "x y"};
+    for (int i = 0; i < 200; ++i) {
+        auto t = [i](int k) { return std::string(texts[(i * 7 + k * 3) % 8]); };
+        many.push_back({kAcc,
+                        i % 9 ? "0" + std::to_string(1 + i % 9) + "/0" + std::to_string(1 + i % 9) +
+                                    "/2" + std::to_string(i % 10)
+                              : "",
+                        t(1), t(2), i % 3 ? 1 : 2, (i % 11 - 5) * 12.345, t(3), t(4), t(5), t(6),
+                        t(7), t(8)});
+    }
+    l.Entries(y, many);
+    Extract x = GetExtracto(w.session, y, kAcc);
+    std::int32_t count = 0, companies = 0;
+    TextTable want = naive::GetExtracto(w.session, y, kAcc, count, companies);
+    ASSERT_EQ(x.count(), 200);
+    ASSERT_EQ(count, 200);
+    TextTable got = Table(x);
+    for (std::int32_t r = 1; r <= count; ++r)
+        for (std::size_t c = 0; c < 13; ++c) {
+            if (c == 7) continue;
+            ASSERT_EQ(got(r, c), want(r, c)) << "row " << r << " column " << c;
+        }
 }
 
 // ---- The reference counter ----------------------------------------------------------------------
@@ -128,26 +213,26 @@ class NewReferenceTest : public ExtractTest {
     void SetUp() override {
         ExtractTest::SetUp();
         y = l.Company("E5", "Empresa", 2025);
-        w.ActiveCompanyFile = y;
-        w.FirstCompanyFile = y;
+        w.session.ActiveCompanyFile = y;
+        w.session.FirstCompanyFile = y;
         SetCounter(y, 41);
     }
     std::string y;
 };
 
 TEST_F(NewReferenceTest, NextNumberAndCounterKept) {
-    EXPECT_EQ(NewReference(w), "RF-42");
+    EXPECT_EQ(NewReference(w.session), "RF-42");
     EXPECT_EQ(ReadCounter(y), 42);
-    EXPECT_EQ(w.CurrentFolder, FolderOf(y));
-    EXPECT_EQ(w.CurrentCode, "E5");
-    EXPECT_EQ(NewReference(w), "RF-43");
+    EXPECT_EQ(w.session.CurrentFolder, FolderOf(y));
+    EXPECT_EQ(w.session.CurrentCode, "E5");
+    EXPECT_EQ(NewReference(w.session), "RF-43");
 }
 
 TEST_F(NewReferenceTest, NumbersInUseAreSkipped) {
     l.Entries(y, {{kAcc, "10/03/25", "2", "x", 1, 60, "", "", "", "", "RF-42"},
                   {kAcc, "10/03/25", "2", "x", 1, 60, "", "", "", "", "RF-44"}});
-    EXPECT_EQ(NewReference(w), "RF-43");
-    EXPECT_EQ(NewReference(w), "RF-45");
+    EXPECT_EQ(NewReference(w.session), "RF-43");
+    EXPECT_EQ(NewReference(w.session), "RF-45");
     EXPECT_EQ(ReadCounter(y), 45);
 }
 
@@ -155,12 +240,12 @@ TEST_F(NewReferenceTest, BlockDrawGivesWhatSingleDrawsGive) {
     l.Entries(y, {{kAcc, "10/03/25", "2", "x", 1, 60, "", "", "", "", "RF-42"},
                   {kAcc, "10/03/25", "2", "x", 1, 60, "", "", "", "", "RF-44"},
                   {kAcc, "10/03/25", "2", "x", 1, 60, "", "", "", "", "RF-47"}});
-    EXPECT_EQ(NewReferences(w, 3), (std::vector<std::string>{"RF-43", "RF-45", "RF-46"}));
+    EXPECT_EQ(NewReferences(w.session, 3), (std::vector<std::string>{"RF-43", "RF-45", "RF-46"}));
     EXPECT_EQ(ReadCounter(y), 46);
-    EXPECT_EQ(NewReferences(w, 1), (std::vector<std::string>{"RF-48"}));
+    EXPECT_EQ(NewReferences(w.session, 1), (std::vector<std::string>{"RF-48"}));
     EXPECT_EQ(ReadCounter(y), 48);
-    w.FirstCompanyFile.clear();
-    EXPECT_TRUE(NewReferences(w, 0).empty());  // nothing drawn, nothing asked
+    w.session.FirstCompanyFile.clear();
+    EXPECT_TRUE(NewReferences(w.session, 0).empty());  // nothing drawn, nothing asked
     EXPECT_TRUE(port.messages.empty());
 }
 
@@ -170,11 +255,11 @@ TEST_F(NewReferenceTest, ConcurrentDrawsNeverShareANumber) {
     auto draw = [&](int who) {
         ScriptedPort p;
         Pndra other(p);
-        other.ActiveCompanyFile = y;
-        other.FirstCompanyFile = y;
+        other.session.ActiveCompanyFile = y;
+        other.session.FirstCompanyFile = y;
         for (int i = 0; i < 20; ++i) {
-            got[who].push_back(NewReference(other));
-            for (std::string& r : NewReferences(other, 3))
+            got[who].push_back(NewReference(other.session));
+            for (std::string& r : NewReferences(other.session, 3))
                 got[who].push_back(std::move(r));
         }
     };
@@ -188,8 +273,8 @@ TEST_F(NewReferenceTest, ConcurrentDrawsNeverShareANumber) {
 }
 
 TEST_F(NewReferenceTest, MissingFirstCompanyEndsTheProgram) {
-    w.FirstCompanyFile.clear();
-    EXPECT_THROW(NewReference(w), ProgramEnd);
+    w.session.FirstCompanyFile.clear();
+    EXPECT_THROW(NewReference(w.session), ProgramEnd);
     ASSERT_EQ(port.messages.size(), 1u);
     EXPECT_EQ(port.messages[0].text, "Empresa no existe");
     EXPECT_EQ(StyleIcon(port.messages[0].style), kVbCritical);

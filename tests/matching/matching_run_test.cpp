@@ -8,6 +8,7 @@
 #include "host/conversions.h"
 #include "support/ledger.h"
 #include "support/scripted_port.h"
+#include "ui/matching_handlers.h"
 #include "ui/pndra.h"
 
 namespace pendara {
@@ -22,8 +23,8 @@ class MatchingRunTest : public testing::SettingsTest {
         y24 = l.Company("E4", "Empresa", 2024);
         y25 = l.Company("E5", "Empresa", 2025, y24);
         l.Accounts(y25, {{kAcc, "Cliente uno", 0}});
-        w.ActiveCompanyFile = y25;
-        w.FirstCompanyFile = y24;
+        w.session.ActiveCompanyFile = y25;
+        w.session.FirstCompanyFile = y24;
         SetCounter(y24, 41);
         w.DesFac.setText("Fra.");
         port.gauge = RecordingGauge();
@@ -183,36 +184,42 @@ TEST_F(MatchingRunTest, AccountWithoutMovementsEmptiesGridsOnly) {
 }
 
 TEST(YearFilter, TheYearIsTheFirstTwoCharactersOfTheFirstDatedRow) {
-    // Rows: date (col 2), debit (col 5), class (col 9).
+    // Rows: date, debit, class.
     auto table = [](const std::vector<std::array<const char*, 3>>& rows) {
-        TextTable t(rows.size() + 1, 13);
+        std::vector<Entry> t(rows.size() + 1);
         for (std::size_t i = 0; i < rows.size(); ++i) {
-            t(i + 1, 2) = rows[i][0];
-            t(i + 1, 5) = rows[i][1];
-            t(i + 1, 9) = rows[i][2];
+            t[i + 1].date = rows[i][0];
+            t[i + 1].debit = Amount::Of(rows[i][1]);
+            t[i + 1].credit = Amount::Zero();
+            t[i + 1].entryClass = rows[i][2];
         }
         return t;
     };
-    auto kept = [](const TextTable& t) {
+    auto kept = [](const std::vector<Entry>& t) {
         std::string out;
-        for (std::size_t r = 1; r < t.rows(); ++r)
-            out += t(r, 5).empty() ? '-' : '+';
+        for (std::size_t r = 1; r < t.size(); ++r)
+            out += t[r].debit.text.empty() ? '-' : '+';
         return out;
     };
-    TextTable t = table({{"", "100", "A"}, {"C50101", "50", "A"}, {"C50102", "5", "1"}});
-    YearFilter(t, 3);
+    std::vector<Entry> t = table({{"", "100", "A"}, {"C50101", "50", "A"}, {"C50102", "5", "1"}});
+    YearFilter(t);
     EXPECT_EQ(kept(t), "-++");
+    EXPECT_EQ(t[1].debit, Amount::Of(""));  // no amount left to read
     // Compared by characters: "ñé..." and "ñz..." differ in their second character.
     t = table({{"ñé0101", "1", "1"}, {"ñz0101", "2", "A"}, {"ñé0102", "3", "A"}});
-    YearFilter(t, 3);
+    YearFilter(t);
     EXPECT_EQ(kept(t), "+-+");
     t = table({{"𝄞€0101", "1", "1"}, {"\xF0\x9D", "2", "A"}, {"𝄞€", "3", "A"}});
-    YearFilter(t, 3);
+    YearFilter(t);
     EXPECT_EQ(kept(t), "+-+");
     // Classes after "9" other than "A" never stay; no dated row: the first undated "A" stays.
     t = table({{"", "1", "B"}, {"", "2", "A"}, {" ", "3", "A"}, {"", "4", "A"}});
-    YearFilter(t, 4);
+    YearFilter(t);
     EXPECT_EQ(kept(t), "-+--");
+    // A debit read as 0 from the start ("0,5") leaves the credit to decide: here none.
+    t = table({{"C50101", "0,5", "B"}});
+    YearFilter(t);
+    EXPECT_EQ(kept(t), "+");
 }
 
 }  // namespace

@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "host/conversions.h"
-#include "host/text_table.h"
 #include "matching/amount_matching.h"
 #include "matching/references.h"
+#include "model/entry.h"
 
 namespace pendara::naive {
 
@@ -16,7 +16,7 @@ inline void Tick(const AmountHooks& h, std::int32_t v, std::int32_t m) {
 }
 
 inline void MatchSubsets(std::vector<AmountItem>& targets, std::vector<AmountItem>& pool,
-                         const AmountHooks& hooks) {
+                         GroupNumbers& groups, const AmountHooks& hooks) {
     auto nt = static_cast<std::int32_t>(targets.size());
     Tick(hooks, -1, 0);
     for (int pass = 1; pass <= 2; ++pass) {
@@ -42,12 +42,12 @@ inline void MatchSubsets(std::vector<AmountItem>& targets, std::vector<AmountIte
                         }
                     }
                     if (complete) {
-                        std::string ref = hooks.newReference();
+                        const std::int32_t g = groups.Next();
                         targets[t].open = kItemClosed;
-                        targets[t].reference = ref;
+                        targets[t].group = g;
                         for (std::size_t m : members) {
                             pool[m].open = kItemClosed;
-                            pool[m].reference = ref;
+                            pool[m].group = g;
                         }
                         found = true;
                     }
@@ -58,17 +58,20 @@ inline void MatchSubsets(std::vector<AmountItem>& targets, std::vector<AmountIte
     }
 }
 
-inline void SplitByAmounts(const TextTable& rows, std::vector<AmountItem>& debits,
-                           std::vector<AmountItem>& credits, const AmountHooks& hooks) {
+// Reads the amount texts itself, as the rule states them.
+inline void SplitByAmounts(const std::vector<Entry>& rows, std::vector<AmountItem>& debits,
+                           std::vector<AmountItem>& credits, GroupNumbers& groups,
+                           const AmountHooks& hooks) {
     Tick(hooks, -1, 0);
     bool anyD = false, anyC = false;
-    auto n = static_cast<std::int32_t>(rows.rows());
+    auto n = static_cast<std::int32_t>(rows.size());
     for (std::int32_t i = 0; i < n; ++i) {
-        double c = ToDouble(rows(i, 6));
-        std::string ref = rows(i, 11);
+        const Entry& e = rows[static_cast<std::size_t>(i)];
+        double c = ToDouble(e.credit.text);
+        std::string ref = e.reference;
         std::int16_t open = IsSystemReference(ref) ? kItemClosed : kItemOpen;
         if (c == 0) {
-            double d = ToDouble(rows(i, 5));
+            double d = ToDouble(e.debit.text);
             if (d != 0) {
                 if (anyD)
                     debits.push_back({i, d, open, ref});
@@ -86,9 +89,8 @@ inline void SplitByAmounts(const TextTable& rows, std::vector<AmountItem>& debit
         Tick(hooks, i + 1, n);
     }
     auto closePair = [&](AmountItem& a, AmountItem& b) {
-        std::string ref = hooks.newReference();
+        a.group = b.group = groups.Next();
         a.open = b.open = kItemClosed;
-        a.reference = b.reference = ref;
     };
     auto nd = static_cast<std::int32_t>(debits.size());
     for (std::int32_t i = 0; i < nd; ++i) {
@@ -111,8 +113,8 @@ inline void SplitByAmounts(const TextTable& rows, std::vector<AmountItem>& debit
                 }
         }
     if (!anyD || !anyC) return;
-    naive::MatchSubsets(debits, credits, hooks);
-    naive::MatchSubsets(credits, debits, hooks);
+    naive::MatchSubsets(debits, credits, groups, hooks);
+    naive::MatchSubsets(credits, debits, groups, hooks);
 }
 
 }  // namespace pendara::naive

@@ -11,28 +11,33 @@ namespace {
 
 // An extract with rows 1..n (row 0 empty) and a spare empty row past the last, as loads leave.
 struct Extract {
-    TextTable t{1, 13};
+    std::vector<Entry> t = std::vector<Entry>(1);
     std::int32_t last = 0;
 
     // amount > 0 is a debit, < 0 a credit.
     Extract& Row(const std::string& ref, double amount, const std::string& date = "C50115",
                  const std::string& entry = "1", const std::string& desc = "Fra. 1") {
         ++last;
-        t.resize(static_cast<std::size_t>(last + 2), 13);
-        auto r = static_cast<std::size_t>(last);
-        t(r, 0) = std::to_string(last);
-        t(r, 2) = date;
-        t(r, 3) = entry;
-        t(r, 4) = desc;
-        t(r, 5) = amount > 0 ? ValueText(amount) : "0";
-        t(r, 6) = amount > 0 ? "0" : ValueText(amount);
-        t(r, 11) = ref;
+        t.resize(static_cast<std::size_t>(last + 2));
+        Entry& e = t[static_cast<std::size_t>(last)];
+        e.record = std::to_string(last);
+        e.date = date;
+        e.entry = entry;
+        e.description = desc;
+        e.debit = Amount::Of(amount > 0 ? ValueText(amount) : "0");
+        e.credit = Amount::Of(amount > 0 ? "0" : ValueText(amount));
+        e.reference = ref;
         return *this;
     }
     std::vector<std::int16_t> Flags() const {
         return std::vector<std::int16_t>(static_cast<std::size_t>(last + 2), 0);
     }
 };
+
+// The block of report text a call gives: empty when nothing is printed.
+std::string Block(const std::optional<ReportGroup>& group) {
+    return group ? GroupText(*group) : std::string();
+}
 
 std::string Line(const std::string& date, const std::string& entry, const std::string& desc,
                  const std::string& ref, double amount) {
@@ -50,10 +55,11 @@ Result RunBoth(const Extract& x, std::int32_t row, double minimum, double total 
                std::vector<std::int16_t> flags = {}) {
     if (flags.empty()) flags = x.Flags();
     Result plain{"", total, flags};
-    ProcessRef(row, plain.processed, x.t, plain.total, nullptr, x.last, minimum, plain.text);
+    plain.text =
+        Block(ProcessRef(row, plain.processed, x.t, plain.total, nullptr, x.last, minimum));
     ReferenceChains chains(x.t, x.last);
     Result fast{"", total, flags};
-    ProcessRef(row, fast.processed, x.t, fast.total, &chains, x.last, minimum, fast.text);
+    fast.text = Block(ProcessRef(row, fast.processed, x.t, fast.total, &chains, x.last, minimum));
     EXPECT_EQ(plain.text, fast.text);
     EXPECT_EQ(plain.total, fast.total);
     EXPECT_EQ(plain.processed, fast.processed);
@@ -140,11 +146,11 @@ TEST(ProcessRef, RowsBeforeTheStartAndAfterTheLastAreNeverExamined) {
     // A smaller `last` stops the group there.
     Result shorter{"", 0, x.Flags()};
     ReferenceChains chains(x.t, x.last);
-    ProcessRef(2, shorter.processed, x.t, shorter.total, &chains, 3, 0, shorter.text);
+    shorter.text = Block(ProcessRef(2, shorter.processed, x.t, shorter.total, &chains, 3, 0));
     EXPECT_EQ(shorter.total, 30);
     EXPECT_EQ(shorter.processed[4], 0);
     Result plain{"", 0, x.Flags()};
-    ProcessRef(2, plain.processed, x.t, plain.total, nullptr, 3, 0, plain.text);
+    plain.text = Block(ProcessRef(2, plain.processed, x.t, plain.total, nullptr, 3, 0));
     EXPECT_EQ(plain.text, shorter.text);
 }
 
@@ -152,9 +158,9 @@ TEST(ProcessRef, StartingRowCountsDebitPlusCreditOthersTheirAmount) {
     Extract x;
     x.Row("R", 10).Row("R", -4);
     // A starting row carrying both amounts adds both; its line shows the debit.
-    x.t(1, 6) = "-3";
+    x.t[1].credit = Amount::Of("-3");
     // A later row carrying both shows and counts only the debit.
-    x.t(2, 5) = "2";
+    x.t[2].debit = Amount::Of("2");
     Result r = RunBoth(x, 1, 0);
     EXPECT_EQ(r.total, 10 - 3 + 2);
     EXPECT_NE(r.text.find(FormatAmount(10) + "\r\n"), std::string::npos);
@@ -182,8 +188,8 @@ TEST(ProcessRef, ChainsGiveTheSameResultsAsTheScanOnRandomExtracts) {
         std::shuffle(order.begin(), order.end(), rng);
         for (std::int32_t r : order) {
             std::string a, b;
-            ProcessRef(r, plainFlags, x.t, plainTotal, nullptr, x.last, minimum, a);
-            ProcessRef(r, fastFlags, x.t, fastTotal, &chains, x.last, minimum, b);
+            a = Block(ProcessRef(r, plainFlags, x.t, plainTotal, nullptr, x.last, minimum));
+            b = Block(ProcessRef(r, fastFlags, x.t, fastTotal, &chains, x.last, minimum));
             ASSERT_EQ(a, b) << "round " << round << " row " << r;
         }
         ASSERT_EQ(plainFlags, fastFlags);

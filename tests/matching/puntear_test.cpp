@@ -4,25 +4,26 @@
 
 #include <random>
 
+#include "host/conversions.h"
 #include "matching/naive_reference_matching.h"
 
 namespace pendara {
 namespace {
 
-// Grid rows from 1: {reference, amount}.
-TextTable Rows(const std::vector<std::pair<std::string, std::string>>& rows) {
-    TextTable t(rows.size() + 1, 9);
+// Grid rows: {reference, amount as shown}.
+std::vector<GridRow> Rows(const std::vector<std::pair<std::string, std::string>>& rows) {
+    std::vector<GridRow> t(rows.size());
     for (std::size_t i = 0; i < rows.size(); ++i) {
-        t(i + 1, 5) = rows[i].first;
-        t(i + 1, 6) = rows[i].second;
+        t[i].reference = rows[i].first;
+        t[i].amount = ShownAmount::Of(rows[i].second);
     }
     return t;
 }
 
-std::vector<std::string> Marks(const TextTable& t) {
+std::vector<std::string> Marks(const std::vector<GridRow>& t) {
     std::vector<std::string> m;
-    for (std::size_t i = 1; i < t.rows(); ++i)
-        m.push_back(t(i, 8));
+    for (const GridRow& row : t)
+        m.push_back(row.mark);
     return m;
 }
 
@@ -34,7 +35,16 @@ TEST(Puntear, GroupAcrossGridsBalancesOrNot) {
     Puntear(d, c);
     EXPECT_EQ(Marks(d), (V{"1", "2"}));
     EXPECT_EQ(Marks(c), (V{"1", "1", "2"}));
-    EXPECT_EQ(d(1, 6), "100,00");  // read amounts are left trimmed
+}
+
+TEST(Puntear, AmountsAreReadAsTheGridShowsThem) {
+    // A shown amount cut to 15 characters keeps no decimal comma: "1.234.567.890.1" is read from
+    // the start with "." as decimal point, 1.234, whatever amount the entry holds.
+    auto d = Rows({{"RF-1", FormatAmount(1234567890123.0)}});
+    auto c = Rows({{"RF-1", "-1.234"}});
+    Puntear(d, c);
+    EXPECT_EQ(d[0].amount.text, "1.234.567.890.1");
+    EXPECT_EQ(Marks(d), (V{"1"}));
 }
 
 TEST(Puntear, RoundingBoundaryAndSingleEntries) {
@@ -66,12 +76,12 @@ TEST(PuntearProperty, IndexedGroupsEqualScanningEveryRow) {
     static const char* amounts[] = {"100", "-100", "50,5", "-50,5", " -0,004", "abc", "0,005"};
     std::mt19937_64 rng(11);
     for (int c = 0; c < 5000; ++c) {
-        TextTable d(1 + rng() % 8, 9), k(1 + rng() % 8, 9);
-        for (TextTable* t : {&d, &k})
-            for (std::size_t r = 1; r < t->rows(); ++r) {
-                (*t)(r, 5) = refs[rng() % std::size(refs)];
-                (*t)(r, 6) = amounts[rng() % std::size(amounts)];
-                (*t)(r, 8) = "x";
+        std::vector<GridRow> d(rng() % 8), k(rng() % 8);
+        for (std::vector<GridRow>* t : {&d, &k})
+            for (GridRow& row : *t) {
+                row.reference = refs[rng() % std::size(refs)];
+                row.amount = ShownAmount::Of(amounts[rng() % std::size(amounts)]);
+                row.mark = "x";
             }
         auto d2 = d, k2 = k;
         Puntear(d, k);

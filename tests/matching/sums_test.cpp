@@ -4,6 +4,7 @@
 
 #include "host/conversions.h"
 #include "support/scripted_port.h"
+#include "ui/matching_handlers.h"
 #include "ui/pndra.h"
 
 namespace pendara {

@@ -6,7 +6,9 @@
 #include "support/ledger.h"
 #include "support/scripted_port.h"
 #include "support/temp_dir.h"
+#include "ui/main_window.h"
 #include "ui/pndra.h"
+#include "ui/posting_handlers.h"
 
 namespace pendara {
 namespace {
@@ -43,7 +45,7 @@ TEST_F(MaintenanceTest, Command1ClearsEveryEntryOfEveryCompanyAndLeavesTheLastAs
             EXPECT_EQ(e.marca, "0") << company << " " << e.registro;
         }
     }
-    EXPECT_EQ(w.CurrentCode, "E4");
+    EXPECT_EQ(w.session.CurrentCode, "E4");
     EXPECT_TRUE(port.messages.empty());
 }
 
@@ -96,14 +98,14 @@ TEST_F(MaintenanceTest, Command4MeasuresTheCodeInCharacters) {
     port.QueueAccount("");
     Command4_Click(w);  // the list alternates: this fill is the pending one, and 4𝄞 has no entries
     EXPECT_EQ(w.List2.ListCount(), 0);
-    EXPECT_EQ(w.CurrentCode, "E5");
+    EXPECT_EQ(w.session.CurrentCode, "E5");
 
     w.CTA.setText("43ñ€€€");  // six characters: an account, the list stays empty
-    w.CurrentCode = "";
+    w.session.CurrentCode = "";
     port.QueueAccount("");
     Command4_Click(w);
     EXPECT_EQ(w.List2.ListCount(), 0);
-    EXPECT_EQ(w.CurrentCode, "");
+    EXPECT_EQ(w.session.CurrentCode, "");
 }
 
 }  // namespace

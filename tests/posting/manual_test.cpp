@@ -6,7 +6,9 @@
 #include "support/ledger.h"
 #include "support/scripted_port.h"
 #include "support/temp_dir.h"
+#include "ui/main_window.h"
 #include "ui/pndra.h"
+#include "ui/posting_handlers.h"
 
 namespace pendara {
 namespace {
@@ -46,10 +48,10 @@ TEST_F(ManualTest, UndoEmptiesEveryRowOfTheReferenceInBothGridsAndResetsBalanced
 }
 
 TEST_F(ManualTest, UndoWithoutCurrentReferenceChangesNothingVisible) {
-    const TextTable d = w.SGrid1.ExportRows();
+    const std::vector<GridRow> d = w.SGrid1.rows();
     w.CurrentReference = "";
     DeshacerRef_Click(w);
-    EXPECT_EQ(w.SGrid1.ExportRows(), d);
+    EXPECT_EQ(w.SGrid1.rows(), d);
 }
 
 TEST_F(ManualTest, OnlyAnUndoThatChangesACellLeavesUnsavedEdits) {
@@ -82,8 +84,8 @@ TEST_F(ManualTest, LastAccountLabelAndRecall) {
 TEST_F(ManualTest, NewReferenceComesFromTheChainCounterAndShowsItsSums) {
     testing::Ledger l;
     const std::string y25 = l.Company("E5", "Empresa", 2025);
-    w.ActiveCompanyFile = y25;
-    w.FirstCompanyFile = y25;
+    w.session.ActiveCompanyFile = y25;
+    w.session.FirstCompanyFile = y25;
     CreaRef_Click(w);
     EXPECT_EQ(w.newref.text(), "RF-1");
     EXPECT_EQ(w.Frame4.caption(), "Sumas por referencia: RF-1");

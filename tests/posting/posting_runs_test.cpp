@@ -14,6 +14,7 @@
 #include "support/temp_dir.h"
 #include "ui/main_window.h"
 #include "ui/pndra.h"
+#include "ui/posting_handlers.h"
 
 namespace pendara {
 namespace {
@@ -80,12 +81,12 @@ TEST_F(PostingRunsTest, AGroupSaveIsOneRunOfEveryAccountItChangedAndUndoesWhole)
     // Walked from the last entry; the supplier's rows already held what the save writes.
     EXPECT_EQ(AccountsOf(runs[0].id),
               (std::vector<std::string>{"4300000003:2", "4300000002:1", "4300000001:2"}));
-    EXPECT_EQ(w.RunInProgress, nullptr);
+    EXPECT_EQ(w.session.RunInProgress, nullptr);
 
-    UndoResult undo = UndoRun(y23, runs[0].id, "", PostingOptionsFor(w));
+    UndoResult undo = UndoRun(y23, runs[0].id, "", PostingOptionsFor(w.session));
     EXPECT_TRUE(undo.refused.empty());
     EXPECT_EQ(All(), before);
-    UndoRun(y23, undo.run, "", PostingOptionsFor(w));
+    UndoRun(y23, undo.run, "", PostingOptionsFor(w.session));
     EXPECT_EQ(All(), saved);
 }
 
@@ -119,9 +120,9 @@ TEST_F(PostingRunsTest, ClearingOneAccountOrAllAreRunsThatUndoBackToWhatWas) {
     EXPECT_EQ(runs[1].arguments, "4300000003");
     EXPECT_EQ(AccountsOf(runs[1].id), (std::vector<std::string>{"4300000003:2"}));
     EXPECT_EQ(runs[2].command, "save");
-    EXPECT_TRUE(UndoRun(y23, runs[1].id, "", PostingOptionsFor(w)).undone.empty());
-    UndoRun(y23, runs[2].id, "", PostingOptionsFor(w));
-    UndoRun(y23, runs[1].id, "", PostingOptionsFor(w));
+    EXPECT_TRUE(UndoRun(y23, runs[1].id, "", PostingOptionsFor(w.session)).undone.empty());
+    UndoRun(y23, runs[2].id, "", PostingOptionsFor(w.session));
+    UndoRun(y23, runs[1].id, "", PostingOptionsFor(w.session));
     EXPECT_EQ(All(), saved);
 
     Command1_Click(w);
@@ -130,13 +131,13 @@ TEST_F(PostingRunsTest, ClearingOneAccountOrAllAreRunsThatUndoBackToWhatWas) {
             EXPECT_EQ(e.referencia, "");
             EXPECT_EQ(e.marca, "0");
         }
-    EXPECT_EQ(w.CurrentCode, "E3");
+    EXPECT_EQ(w.session.CurrentCode, "E3");
     runs = Runs();
     EXPECT_EQ(runs.back().command, "clear-all");
     EXPECT_EQ(
         AccountsOf(runs.back().id),
         (std::vector<std::string>{"4000000001:2", "4300000001:2", "4300000002:1", "4300000003:2"}));
-    UndoRun(y23, runs.back().id, "", PostingOptionsFor(w));
+    UndoRun(y23, runs.back().id, "", PostingOptionsFor(w.session));
     EXPECT_EQ(All(), saved);
 }
 
@@ -168,12 +169,12 @@ TEST_F(PostingRunsTest, EveryStartCompletesAnInterruptedSaveAndSaysWhich) {
 }
 
 TEST_F(PostingRunsTest, TheWaitIsTheHostOptionAndThePortHearsOfIt) {
-    EXPECT_EQ(PostingOptionsFor(w).wait.limit, 30000ms);
+    EXPECT_EQ(PostingOptionsFor(w.session).wait.limit, 30000ms);
     SaveSetting(kWaitSetting, "2,5", "");
-    PostingOptions options = PostingOptionsFor(w);
+    PostingOptions options = PostingOptionsFor(w.session);
     EXPECT_EQ(options.wait.limit, 2500ms);
     EXPECT_TRUE(options.wait.onWait("extraE4.qvd", 2100ms));
-    EXPECT_FALSE(OpenPostingRun(w, "save", "x")->id());
+    EXPECT_FALSE(OpenPostingRun(w.session, "save", "x")->id());
 }
 
 }  // namespace

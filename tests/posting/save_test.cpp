@@ -4,36 +4,36 @@
 
 #include <string>
 
+#include "host/account_posting.h"
 #include "host/errors.h"
 #include "host/settings.h"
 #include "matching/matching_run.h"
+#include "posting/posting_runs.h"
 #include "support/ledger.h"
 #include "support/scripted_port.h"
 #include "support/temp_dir.h"
 #include "ui/main_window.h"
+#include "ui/matching_handlers.h"
 #include "ui/pndra.h"
+#include "ui/posting_handlers.h"
 
 namespace pendara {
 namespace {
 
 using testing::Ledger;
 
-// A grid row: record, date, entry, description, reference, amount, company, mark.
-void PutRow(TextTable& t, std::size_t r, std::int32_t record, const std::string& ref,
-            const std::string& amount, int company, const std::string& mark) {
-    const std::string cells[] = {std::to_string(record),  "01/02/25", "1", "Fra. 1", ref, amount,
-                                 std::to_string(company), mark};
-    for (std::size_t c = 0; c < 8; ++c)
-        t.at(r, c + 1) = cells[c];
+// A grid row: record, reference, amount as shown, company, mark.
+GridRow Row(std::int32_t record, const std::string& ref, const std::string& amount, int company,
+            const std::string& mark = "0") {
+    return GridRow{std::to_string(record),  "01/02/25", "1", "Fra. 1", ref,
+                   ShownAmount::Of(amount), company,    mark};
 }
 
 void PutRow(Grid& g, int r, std::int32_t record, const std::string& ref, const std::string& amount,
             int company) {
     if (g.Rows() < r) g.SetRows(r);
-    const std::string cells[] = {std::to_string(record),  "01/02/25", "1", "Fra. 1", ref, amount,
-                                 std::to_string(company), "0"};
-    for (int c = 0; c < 8; ++c)
-        g.SetCell(r, c + 1, cells[c]);
+    g.row(r) = Row(record, ref, amount, company);
+    g.Touch();
 }
 
 class SaveTest : public testing::SettingsTest {
@@ -49,11 +49,19 @@ class SaveTest : public testing::SettingsTest {
         r24 = l.Entries(y24, {{"4300000001", "15/01/24", "1", "Fra. 0", 1, 75.0},
                               {"4300000002", "15/01/24", "2", "Otra", 1, 5.0}});
         l.SetActive(y25);
-        w.ActiveCompanyFile = y25;
-        w.FirstCompanyFile = y24;
-        w.CompanyCount = 2;
-        w.CompanyFiles = {"", y25, y24};
+        w.session.ActiveCompanyFile = y25;
+        w.session.FirstCompanyFile = y24;
         w.EntryFiles = {"", l.EntriesFile(y25), l.EntriesFile(y24)};
+    }
+    // What saving one grid of these rows does: its writes, posted.
+    std::vector<RowWrite> Post(const std::vector<GridRow>& rows) {
+        std::vector<RowWrite> writes;
+        FixRef(rows, 2, ReadPostingMarks(w.session.Lib()), writes);
+        PostAccount(w.session, {"4300000001", Files(), writes}, "save");
+        return writes;
+    }
+    std::vector<PostingFile> Files() {
+        return {{l.EntriesFile(y25), "E5"}, {l.EntriesFile(y24), "E4"}};
     }
     EntryRecord At(const std::string& company, std::int32_t record) {
         for (const EntryRecord& e : l.Read(company))
@@ -71,12 +79,14 @@ class SaveTest : public testing::SettingsTest {
 TEST_F(SaveTest, FixRefWritesEveryRowWithItsMarkAndReturnsOpenRowsInOrder) {
     SaveSetting("Punteo0", "S", "");
     SaveSetting("Punteo1", "N", "");
-    TextTable d(5, 9);
-    PutRow(d, 1, r25[0], "RF-7", "100,00", 1, "1");
-    PutRow(d, 2, r24[0], "", "75,00", 2, "0");
-    PutRow(d, 3, r25[1], "RF-8", "-60,00", 1, "2");
-    PutRow(d, 4, r25[2], "1234", "-40,00", 1, "0");
-    TextTable open = FixRef(w, d);
+    const std::vector<GridRow> d{
+        Row(r25[0], "RF-7", "100,00", 1, "1"), Row(r24[0], "", "75,00", 2, "0"),
+        Row(r25[1], "RF-8", "-60,00", 1, "2"), Row(r25[2], "1234", "-40,00", 1, "0")};
+    // Company k of the chain is the posting's file k - 1.
+    EXPECT_EQ(Post(d), (std::vector<RowWrite>{{0, r25[0], "RF-7", "S", std::nullopt},
+                                              {1, r24[0], "", "N", std::nullopt},
+                                              {0, r25[1], "RF-8", "2", std::nullopt},
+                                              {0, r25[2], "1234", "N", std::nullopt}}));
 
     EXPECT_EQ(At(y25, r25[0]).referencia, "RF-7");
     EXPECT_EQ(At(y25, r25[0]).marca, "S");
@@ -87,45 +97,51 @@ TEST_F(SaveTest, FixRefWritesEveryRowWithItsMarkAndReturnsOpenRowsInOrder) {
     EXPECT_EQ(At(y25, r25[2]).marca, "N");
     EXPECT_EQ(At(y24, r24[1]).marca, "");  // another account, not in the rows
 
-    ASSERT_EQ(open.upperRow(), 2);
-    EXPECT_EQ(open.upperCol(), 8);
-    EXPECT_EQ(open.at(1, 1), std::to_string(r24[0]));
-    EXPECT_EQ(open.at(2, 5), "1234");
-    EXPECT_EQ(open.at(2, 7), "1");
+    EXPECT_EQ(OpenRows(d), (std::vector<GridRow>{d[1], d[3]}));
 }
 
 TEST_F(SaveTest, MarksNeverStoredAreWrittenEmpty) {
-    TextTable d(3, 9);
-    PutRow(d, 1, r25[0], "RF-7", "100,00", 1, "1");
-    PutRow(d, 2, r25[1], "", "-60,00", 1, "0");
-    TextTable open = FixRef(w, d);
+    Post({Row(r25[0], "RF-7", "100,00", 1, "1"), Row(r25[1], "", "-60,00", 1, "0")});
     EXPECT_EQ(At(y25, r25[0]).marca, "");
     EXPECT_EQ(At(y25, r25[1]).marca, "");
-    EXPECT_EQ(open.upperRow(), 1);
-    // No open row: upper bound 0.
-    TextTable all(2, 9);
-    PutRow(all, 1, r25[0], "RF-7", "100,00", 1, "1");
-    EXPECT_EQ(FixRef(w, all).upperRow(), 0);
+    EXPECT_TRUE(OpenRows({Row(r25[0], "RF-7", "100,00", 1, "1")}).empty());
 }
 
-TEST_F(SaveTest, FailedWriteShowsCriticalMessageEndsAndLeavesEveryCompanyAsItWas) {
-    TextTable d(4, 9);
-    PutRow(d, 1, r25[0], "RF-7", "100,00", 1, "1");
-    PutRow(d, 2, r24[0], "RF-7", "75,00", 2, "2");
-    PutRow(d, 3, r25[1], "RF-7", "-60,00", 3, "2");  // no company 3
-    EXPECT_THROW(FixRef(w, d), ProgramEnd);
+TEST_F(SaveTest, RowsThatNameNoRecordOrCompanyOfTheChainAreRefused) {
+    std::vector<RowWrite> writes;
+    const PostingMarks marks;
+    // The numbers of the columns, rounded halves to even, as the grid cells are read.
+    GridRow odd = Row(0, "", "1,00", 1);
+    odd.record = "12.5x";
+    FixRef({odd}, 2, marks, writes);
+    EXPECT_EQ(writes.back().record, 12);
+    odd.record = "99999999999";
+    EXPECT_THROW(FixRef({odd}, 2, marks, writes), HostError);
+    EXPECT_THROW(FixRef({Row(1, "", "1,00", 3)}, 2, marks, writes), HostError);
+    EXPECT_THROW(FixRef({Row(1, "", "1,00", 0)}, 2, marks, writes), HostError);
+    EXPECT_THROW(
+        PostAccount(w.session, {"4300000001", Files(), {{0, 99999, "RF-7", "1", {}}}}, "save"),
+        HostError);
+}
+
+TEST_F(SaveTest, FailedWriteShowsCriticalMessageEndsAndLeavesTheAccountAsItWas) {
+    PutRow(w.SGrid1, 1, r25[0], "RF-7", "100,00", 1);
+    PutRow(w.SGrid1, 2, r24[0], "RF-7", "75,00", 2);
+    PutRow(w.SGrid2, 1, r25[1], "RF-7", "-60,00", 3);  // no company 3
+    EXPECT_THROW(GrabaRef_Click(w), ProgramEnd);
     ASSERT_EQ(port.messages.size(), 1u);
     EXPECT_EQ(port.messages[0].style, kVbCritical);
     EXPECT_EQ(port.messages[0].text.rfind(std::string(kSaveFailureText) + "\n", 0), 0u)
         << port.messages[0].text;
     EXPECT_GT(port.messages[0].text.size(), std::string(kSaveFailureText).size() + 1);
+    // Nothing of the account is written, the debit grid's rows included.
     EXPECT_EQ(At(y25, r25[0]).referencia, "vieja");
     EXPECT_EQ(At(y24, r24[0]).referencia, "");
 
     // A record number the file does not have takes the same path.
-    TextTable bad(2, 9);
-    PutRow(bad, 1, 99999, "RF-7", "1,00", 1, "1");
-    EXPECT_THROW(FixRef(w, bad), ProgramEnd);
+    w.SGrid1.SetRowsFrom({Row(99999, "RF-7", "1,00", 1)});
+    w.SGrid2.Clear();
+    EXPECT_THROW(GrabaRef_Click(w), ProgramEnd);
     EXPECT_EQ(port.messages.size(), 2u);
 }
 
@@ -134,13 +150,15 @@ TEST_F(SaveTest, GaugeMovesEveryHundredRowsAndEndsClear) {
     for (int i = 0; i < 250; ++i)
         many.push_back({"4300000009", "01/03/25", "9", "x", 1, 1.0});
     std::vector<std::int32_t> records = l.Entries(y25, many);
-    TextTable d(251, 9);
+    std::vector<GridRow> d;
     for (std::size_t r = 1; r <= 250; ++r)
-        PutRow(d, r, records[r - 1], "", "1,00", 1, "0");
+        d.push_back(Row(records[r - 1], "", "1,00", 1));
+    w.SGrid1.SetRowsFrom(d);
     port.gauge.history.clear();
-    FixRef(w, d);
+    GrabaRef_Click(w);
     EXPECT_EQ(port.gauge.history, (std::vector<std::string>{"40%", "80%"}));
     EXPECT_EQ(port.gauge.text, "");
+    EXPECT_EQ(w.SGrid1.Rows(), 250);
 }
 
 TEST_F(SaveTest, EverySaveTellsWhatItWrote) {

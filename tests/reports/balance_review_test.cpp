@@ -7,7 +7,10 @@
 #include "support/ledger.h"
 #include "support/scripted_port.h"
 #include "support/temp_dir.h"
+#include "ui/main_window.h"
 #include "ui/pndra.h"
+#include "ui/posting_handlers.h"
+#include "ui/report_handlers.h"
 
 namespace pendara {
 namespace {
@@ -34,8 +37,6 @@ class BalanceReviewTest : public testing::SettingsTest {
         l.SetActive(y25);
         port.QueueInput("clave");
         LoadEmpresas(w);
-        w.CompanyCount = 2;
-        w.CompanyFiles = {"", y25, y24};
         w.EntryFiles = {"", l.EntriesFile(y25), l.EntriesFile(y24)};
     }
     void Select(const std::string& entry) {
@@ -68,10 +69,10 @@ class BalanceReviewTest : public testing::SettingsTest {
 };
 
 TEST_F(BalanceReviewTest, ZeroDatesComeOldestCompanyFirstByDateSkippingRegularisation) {
-    EXPECT_EQ(ZeroBalanceDates(w, "4300000001"),
+    EXPECT_EQ(ZeroBalanceDates(w.session, "4300000001"),
               (std::vector<std::string>{"", "10/01/24", "02/01/25"}));
-    EXPECT_EQ(ZeroBalanceDates(w, "4300000002"), std::vector<std::string>{""});
-    EXPECT_EQ(ZeroBalanceDates(w, ""), std::vector<std::string>{""});
+    EXPECT_EQ(ZeroBalanceDates(w.session, "4300000002"), std::vector<std::string>{""});
+    EXPECT_EQ(ZeroBalanceDates(w.session, ""), std::vector<std::string>{""});
 }
 
 TEST_F(BalanceReviewTest, RowsUpToTheLastZeroDateShareItsReferenceAndAreSaved) {

@@ -13,7 +13,9 @@
 #include "support/ledger.h"
 #include "support/run_command.h"
 #include "support/scripted_port.h"
+#include "ui/main_window.h"
 #include "ui/pndra.h"
+#include "ui/report_handlers.h"
 
 namespace pendara {
 namespace {

@@ -269,32 +269,33 @@ TEST_F(PrintReportTest, ScreenAndPrinterGoToThePort) {
 TEST_F(PrintReportTest, FileDestinationsAskForAPathAndAddTheEnding) {
     port.QueueSaveFile(dir.file("informe"));
     Print(kReportToText, sample);
-    EXPECT_EQ(LastReportOutcome().file, dir.file("informe.txt"));
+    ASSERT_TRUE(std::filesystem::exists(dir.file("informe.txt")));
     std::string lf = ReadAll(dir.file("informe.txt"));
     EXPECT_EQ(lf.find('\r'), std::string::npos);
     EXPECT_NE(lf.find("_4300000001 - CLIENTE"), std::string::npos);
 
-    port.QueueSaveFile("");  // cancelled
+    port.QueueSaveFile("");  // cancelled: nothing written, nothing said
     Print(kReportToPdf, sample);
-    EXPECT_TRUE(LastReportOutcome().cancelled);
-    EXPECT_EQ(LastReportOutcome().file, "");
+    EXPECT_FALSE(std::filesystem::exists(dir.file("Informe de punteo de extractos.pdf")));
+    EXPECT_TRUE(port.messages.empty());
     EXPECT_TRUE(port.AllAnswersUsed());
 }
 
-TEST_F(PrintReportTest, APresetPathSkipsTheDialogOnce) {
-    PresetReportFile(dir.file("a.csv"));
-    Print(kReportToCsv, sample);  // no queued save answer: a dialog would throw
-    EXPECT_TRUE(std::filesystem::exists(dir.file("a.csv")));
-    port.QueueSaveFile(dir.file("b.csv"));
-    Print(kReportToCsv, sample);
-    EXPECT_TRUE(std::filesystem::exists(dir.file("b.csv")));
+TEST_F(PrintReportTest, AFileIsWrittenWithoutADialogWhereTheCallerNamesIt) {
+    ReportRequest request{
+        kReportToCsv,  "Informe de punteo de extractos", sample, "23/11/26", kColumns, "5,0,0,0,3",
+        "EMPRESA DEMO"};
+    WriteReportFile(request, kReportToCsv, dir.file("a"));  // no ending is added
+    EXPECT_TRUE(std::filesystem::exists(dir.file("a")));
+    EXPECT_FALSE(std::filesystem::exists(dir.file("a.part.csv")));
+    EXPECT_THROW(WriteReportFile(request, kReportToCsv, dir.file("no/such/folder/b.csv")),
+                 std::runtime_error);
 }
 
 TEST_F(PrintReportTest, AnUnwritablePathIsReportedAndLeavesNothing) {
     const std::string bad = dir.file("no/such/folder/x.pdf");
-    PresetReportFile(bad);
+    port.QueueSaveFile(bad);
     Print(kReportToPdf, sample);
-    EXPECT_NE(LastReportOutcome().error, "");
     ASSERT_EQ(port.messages.size(), 1u);
     EXPECT_NE(port.messages[0].text.find(bad), std::string::npos);
 
@@ -302,14 +303,14 @@ TEST_F(PrintReportTest, AnUnwritablePathIsReportedAndLeavesNothing) {
     const std::string earlier = dir.file("keep.xlsx");
     std::ofstream(earlier) << "old";
     std::filesystem::create_directory(earlier + ".part.xlsx");  // the writer cannot create it
-    PresetReportFile(earlier);
+    port.QueueSaveFile(earlier);
     Print(kReportToSpreadsheet, sample);
-    EXPECT_NE(LastReportOutcome().error, "");
+    EXPECT_EQ(port.messages.size(), 2u);
     EXPECT_EQ(ReadAll(earlier), "old");
 }
 
 TEST_F(PrintReportTest, CsvHasTheReportColumnsAndNumericAmounts) {
-    PresetReportFile(dir.file("r.csv"));
+    port.QueueSaveFile(dir.file("r.csv"));
     Print(kReportToCsv, sample);
     std::string csv = ReadAll(dir.file("r.csv"));
     ASSERT_EQ(csv.substr(0, 3), "\xEF\xBB\xBF");
@@ -329,9 +330,9 @@ TEST_F(PrintReportTest, CsvHasTheReportColumnsAndNumericAmounts) {
 
 TEST_F(PrintReportTest, SpreadsheetHasNumericAmountAndDateCells) {
     if (!Have("unzip")) GTEST_SKIP() << "unzip is needed to read the workbook";
-    PresetReportFile(dir.file("r.xlsx"));
+    port.QueueSaveFile(dir.file("r.xlsx"));
     Print(kReportToSpreadsheet, sample);
-    ASSERT_EQ(LastReportOutcome().error, "");
+    ASSERT_TRUE(port.messages.empty());
     std::string sheet = Capture("unzip -p '" + dir.file("r.xlsx") + "' xl/worksheets/sheet1.xml");
     std::string strings = Capture("unzip -p '" + dir.file("r.xlsx") + "' xl/sharedStrings.xml");
     // Amounts are numbers (no t="s"), dates are serial numbers with a date format.
@@ -346,7 +347,7 @@ TEST_F(PrintReportTest, SpreadsheetAmountsStayNumbersUnderALocaleWithADecimalCom
     if (!Have("unzip")) GTEST_SKIP() << "unzip is needed to read the workbook";
     const std::string saved = std::setlocale(LC_ALL, nullptr);
     if (!std::setlocale(LC_ALL, "es_ES.UTF-8")) GTEST_SKIP() << "no Spanish locale";
-    PresetReportFile(dir.file("es.xlsx"));
+    port.QueueSaveFile(dir.file("es.xlsx"));
     Print(kReportToSpreadsheet, sample);
     std::setlocale(LC_ALL, saved.c_str());
     std::string sheet = Capture("unzip -p '" + dir.file("es.xlsx") + "' xl/worksheets/sheet1.xml");
@@ -358,7 +359,7 @@ TEST_F(PrintReportTest, SpreadsheetColumnsAreAsWideAsTheirCharacters) {
     if (!Have("unzip")) GTEST_SKIP() << "unzip is needed to read the workbook";
     auto descriptionWidth = [&](const std::string& description) {
         const std::string file = dir.file("w" + std::to_string(description.size()) + ".xlsx");
-        PresetReportFile(file);
+        port.QueueSaveFile(file);
         Print(kReportToSpreadsheet,
               "_4300000001 - C\r\n" + Entry("15/01/25", "1", description, "", 5));
         std::string sheet = Capture("unzip -p '" + file + "' xl/worksheets/sheet1.xml");
@@ -381,9 +382,9 @@ TEST_F(PrintReportTest, SpreadsheetColumnsAreAsWideAsTheirCharacters) {
 TEST_F(PrintReportTest, FilesAreTheSameUnderTheUsersSpanishSettings) {
     const std::string text = sample + AccountText("4300000002", "CLIENTE DOS", 30);
     auto write = [&](std::int32_t destination, const std::string& path) {
-        PresetReportFile(path);
+        port.QueueSaveFile(path);
         Print(destination, text);
-        EXPECT_EQ(LastReportOutcome().error, "") << path;
+        EXPECT_TRUE(port.messages.empty()) << path;
     };
     const std::pair<std::int32_t, const char*> kinds[] = {{kReportToCsv, "csv"},
                                                           {kReportToText, "txt"},
@@ -424,9 +425,9 @@ TEST_F(PrintReportTest, PdfShowsAccentsAndPageNumbers) {
     std::string text;
     for (int a = 0; a < 4; ++a)
         text += AccountText("43000000" + std::to_string(10 + a), "CLIENTE ÑANDÚ", 40);
-    PresetReportFile(dir.file("r.pdf"));
+    port.QueueSaveFile(dir.file("r.pdf"));
     Print(kReportToPdf, text);
-    ASSERT_EQ(LastReportOutcome().error, "");
+    ASSERT_TRUE(port.messages.empty());
     EXPECT_EQ(ReadAll(dir.file("r.pdf")).substr(0, 5), "%PDF-");
     if (!Have("pdftotext")) GTEST_SKIP() << "pdftotext is needed to read the text back";
     std::string got = Capture("pdftotext -layout '" + dir.file("r.pdf") + "' -");

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include <map>
 
 #include "companies/catalogue.h"
@@ -10,7 +12,9 @@
 #include "host/settings.h"
 #include "support/ledger.h"
 #include "support/scripted_port.h"
+#include "ui/main_window.h"
 #include "ui/pndra.h"
+#include "ui/report_handlers.h"
 
 namespace pendara {
 namespace {
@@ -269,7 +273,7 @@ TEST_F(ReportTest, FileDestinationWritesTheReport) {
     Answer({{1, kA}, {2, kA}}, true, kReportToCsv);
     Informe_Click(w);
     EXPECT_TRUE(port.reports.empty());
-    EXPECT_EQ(LastReportOutcome().file, file);
+    EXPECT_TRUE(std::filesystem::exists(file));
     EXPECT_TRUE(port.AllAnswersUsed());
 }
 

@@ -60,9 +60,4 @@ void ScriptedPort::OpenDocument(const std::string& file, const std::string& fold
     openedDocuments.emplace_back(file, folder);
 }
 
-void ScriptedPort::ShowReferenceDetail(Pndra& window) {
-    ++detailWindowsShown;
-    if (onReferenceDetail) onReferenceDetail(window);
-}
-
 }  // namespace pendara

@@ -51,7 +51,6 @@ class ScriptedPort : public DesktopPort {
     void DoEvents() override;
     void OpenDocument(const std::string& file, const std::string& folder) override;
     GaugeSurface& Gauge() override { return gauge; }
-    void ShowReferenceDetail(Pndra& window) override;
 
     // What was shown.
     std::vector<Message> messages;
@@ -60,12 +59,10 @@ class ScriptedPort : public DesktopPort {
     std::vector<std::pair<std::string, std::string>> openedDocuments;
     std::vector<std::string> parameterCaptions;
     int doEventsCalls = 0;
-    int detailWindowsShown = 0;
     RecordingGauge gauge;
 
-    // Hooks run when the program lets events through or opens the detail window.
+    // Run when the program lets events through.
     std::function<void()> onDoEvents;
-    std::function<void(Pndra&)> onReferenceDetail;
 
     // True when every queued answer was used.
     bool AllAnswersUsed() const {

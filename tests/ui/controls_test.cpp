@@ -9,7 +9,7 @@ namespace pendara {
 namespace {
 
 TEST(Grid, KeepsAtLeastOneRowAndReadsOutsideAsEmpty) {
-    Grid g(8);
+    Grid g;
     EXPECT_EQ(g.Rows(), 1);
     g.SetRows(0);
     EXPECT_EQ(g.Rows(), 1);
@@ -31,44 +31,36 @@ TEST(Grid, KeepsAtLeastOneRowAndReadsOutsideAsEmpty) {
     EXPECT_EQ(g.Text(), "RF-12");
 }
 
-TEST(Grid, ExportAndImportUseRowsAndColumnsFromOne) {
-    Grid g(8);
-    g.LoadText(
-        "1\t01/01/25\t7\tFra. 1\tRF-1\t100,00\t1\t0\r\n2\t02/01/25\t8\tCobro\t\t-5,00\t2\t1\r\n");
+TEST(Grid, CellsShowTheRowsTypedValuesAndReadTextsBack) {
+    Grid g;
+    g.SetRowsFrom(
+        {GridRow{"1", "01/01/25", "7", "Fra. 1", "RF-1", ShownAmount::Of("     100,00"), 1, "0"},
+         GridRow{"2", "02/01/25", "8", "Cobro", "", ShownAmount::Of("-5,00"), 2, "1"}});
     EXPECT_EQ(g.Rows(), 2);
-    TextTable t = g.ExportRows();
-    EXPECT_EQ(t.upperRow(), 2);
-    EXPECT_EQ(t.upperCol(), 8);
-    EXPECT_EQ(t(0, 0), "");
-    EXPECT_EQ(t(1, 1), "1");
-    EXPECT_EQ(t(1, 5), "RF-1");
-    EXPECT_EQ(t(2, 5), "");
-    EXPECT_EQ(t(2, 8), "1");
-
-    Grid h(8);
-    h.ImportRows(t);
-    EXPECT_EQ(h.ExportRows(), t);
-    // An empty grid exports one row of empty cells.
-    Grid empty(8);
-    TextTable e = empty.ExportRows();
-    EXPECT_EQ(e.upperRow(), 1);
-    EXPECT_EQ(e(1, 7), "");
-}
-
-TEST(Grid, LoadTextGrowsAndFillsShortLines) {
-    Grid g(8);
-    g.SetRows(1);
-    g.SetCell(1, 8, "old");
-    g.LoadText("a\tb\r\nc\r\nd\te\tf\tg\th\ti\tj\tk\tl");
-    EXPECT_EQ(g.Rows(), 3);
-    EXPECT_EQ(g.Cell(1, 2), "b");
-    EXPECT_EQ(g.Cell(1, 8), "");
-    EXPECT_EQ(g.Cell(2, 1), "c");
-    EXPECT_EQ(g.Cell(3, 8), "k");  // fields past column 8 are dropped
+    EXPECT_EQ(g.Cell(0, 1), "");
+    EXPECT_EQ(g.Cell(1, 1), "1");
+    EXPECT_EQ(g.Cell(1, 5), "RF-1");
+    EXPECT_EQ(g.Cell(1, 6), "     100,00");
+    EXPECT_EQ(g.Cell(2, 5), "");
+    EXPECT_EQ(g.Cell(2, 7), "2");
+    EXPECT_EQ(g.Cell(2, 8), "1");
+    // A text put into a cell is read as the grid reads that column.
+    g.SetCell(2, 6, " 1.234,50");
+    EXPECT_EQ(g.rows()[1].amount.value, 1234.5);
+    EXPECT_EQ(g.rows()[1].amount.parsed, 1234.5);
+    g.SetCell(2, 7, "3");
+    EXPECT_EQ(g.rows()[1].company, 3);
+    g.SetCell(2, 7, "x");
+    EXPECT_EQ(g.rows()[1].company, 0);
+    EXPECT_EQ(g.Cell(2, 7), "");
+    // No rows leave one empty row.
+    g.SetRowsFrom({});
+    EXPECT_EQ(g.Rows(), 1);
+    EXPECT_EQ(g.rows()[0], GridRow{});
 }
 
 TEST(Grid, VersionTellsAViewSomethingChanged) {
-    Grid g(8);
+    Grid g;
     int calls = 0;
     g.onChange = [&] { ++calls; };
     auto v0 = g.version();
@@ -138,10 +130,10 @@ TEST(Pndra, StartsAsTheWindowIsDesigned) {
     EXPECT_FALSE(w.Option1[0].value());
     EXPECT_EQ(w.SGrid1.headers[1], "N");
     EXPECT_EQ(w.SGrid2.headers[1], "R");
-    EXPECT_EQ(w.ConsultedFiles.size(), 100u);
+    EXPECT_TRUE(w.session.ConsultedFiles.empty());
     EXPECT_EQ(w.Toolbar2.buttons().size(), 4u);
     EXPECT_EQ(w.SelectedCompanyFile(), "");
-    w.ConsultedFiles[0] = "/d/EMP.QVT";
+    w.session.ConsultedFiles.push_back("/d/EMP.QVT");
     w.List1.AddItem("EMP");
     w.List1.SetListIndex(0);
     EXPECT_EQ(w.SelectedCompanyFile(), "/d/EMP.QVT");

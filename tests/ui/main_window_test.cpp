@@ -65,11 +65,11 @@ TEST_F(MainWindowTest, ClickInColumnFiveShowsSumsOtherColumnsOnlyRecordTheSelect
 TEST_F(MainWindowTest, StopKeySetsTheRequestAndUnknownKeysDoNothing) {
     Toolbar1_Click(w, 21);
     EXPECT_TRUE(w.StopRequested);
-    const TextTable before = w.SGrid1.ExportRows();
+    const std::vector<GridRow> before = w.SGrid1.rows();
     Toolbar1_Click(w, 999);
     Toolbar1_Click(w, -1);
     Toolbar2_Click(w, 21);
-    EXPECT_EQ(w.SGrid1.ExportRows(), before);
+    EXPECT_EQ(w.SGrid1.rows(), before);
     EXPECT_TRUE(port.messages.empty());
 }
 
@@ -84,12 +84,12 @@ TEST_F(MainWindowTest, UndoKeyOfSmallToolbarClearsTheCurrentReference) {
 
 TEST_F(MainWindowTest, ListEntryWithoutBlankGivesNoAccountAndLeavesGrids) {
     w.List2.AddItem("4300000138");
-    const TextTable before = w.SGrid1.ExportRows();
+    const std::vector<GridRow> before = w.SGrid1.rows();
     w.List2.SetListIndex(0);
     EXPECT_EQ(w.CTA.text(), "");
-    EXPECT_EQ(w.SGrid1.ExportRows(), before);
+    EXPECT_EQ(w.SGrid1.rows(), before);
     Option1_Click(w, 0);
-    EXPECT_EQ(w.SGrid1.ExportRows(), before);
+    EXPECT_EQ(w.SGrid1.rows(), before);
     EXPECT_TRUE(w.Option1[0].value());
     EXPECT_FALSE(w.Option1[1].value());
 }

@@ -169,10 +169,6 @@ void ConsolePort::OpenDocument(const std::string& file, const std::string& folde
     err_ << "Abra " << folder << file << "\n";
 }
 
-void ConsolePort::ShowReferenceDetail(Pndra&) {
-    err_ << "La ventana de detalle necesita el programa de escritorio.\n";
-}
-
 bool ConsolePort::WaitingForFile(const std::string& file, double seconds) {
     if (file != waitingFor_ || seconds < waited_) {
         gauge_.Cls();

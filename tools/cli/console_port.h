@@ -59,7 +59,6 @@ class ConsolePort : public DesktopPort {
     void DoEvents() override;
     void OpenDocument(const std::string& file, const std::string& folder) override;
     GaugeSurface& Gauge() override { return gauge_; }
-    void ShowReferenceDetail(Pndra& window) override;
     // Says once per wait, on standard error, which file the write waits for.
     bool WaitingForFile(const std::string& file, double seconds) override;
 

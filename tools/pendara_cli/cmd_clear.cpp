@@ -4,7 +4,7 @@
 
 #include "cli/cli.h"
 #include "cmd_session.h"
-#include "ui/main_window.h"
+#include "group/group_commands.h"
 
 namespace pendara::cli {
 namespace {
@@ -13,16 +13,17 @@ int Run(const std::vector<std::string>& args) {
     Args a(args, {}, {"--yes"});
     const std::string account = a.require(0, "la cuenta");
     a.atMost(1);
-    Session s(a.flag("--yes"));
-    s.Load();
-    s.SelectAccountQuietly(account);
-    s.Event([&] { Toolbar1_Click(s.window(), 78); });
-    // The reload sets the active account; without it the question was answered No.
-    if (s.window().CTA.text().empty()) {
+    Headless h(a.flag("--yes"));
+    h.Load();
+    const std::string entry = h.EntryOf(account);
+    if (h.port().MsgBox(ClearAccountQuestion(entry), kVbYesNo | kVbInformation | kVbDefaultButton2,
+                        kDefaultTitle) != kVbYes) {
         std::cerr << "No se ha borrado nada.\n";
         return 1;
     }
-    PrintGrids(std::cout, s.window());
+    h.Event([&] { ClearAccount(h.session(), entry); });
+    const AccountOutcome outcome = h.Process(h.Request(entry, false));
+    PrintGrids(std::cout, outcome.last());
     return 0;
 }
 

@@ -16,13 +16,13 @@ constexpr const char* kQuestion =
 int Run(const std::vector<std::string>& args) {
     Args a(args, {}, {"--yes"});
     a.atMost(0);
-    Session s(a.flag("--yes"));
-    s.Load();
+    Headless h(a.flag("--yes"));
+    h.Load();
     // The window's button does not ask; a typed command that wipes everything does.
-    if (s.port().MsgBox(kQuestion, kVbYesNo | kVbInformation | kVbDefaultButton2, "") != kVbYes)
+    if (h.port().MsgBox(kQuestion, kVbYesNo | kVbInformation | kVbDefaultButton2, "") != kVbYes)
         return 1;
-    s.Event([&] { Command1_Click(s.window()); });
-    std::cout << "Referencias y punteo borrados en " << s.window().List1.ListCount()
+    h.Event([&] { ClearAllReferences(h.session()); });
+    std::cout << "Referencias y punteo borrados en " << h.session().ConsultedFiles.size()
               << " empresas.\n";
     return 0;
 }

@@ -4,8 +4,7 @@
 
 #include "cli/cli.h"
 #include "cmd_session.h"
-#include "group/group_commands.h"
-#include "host/conversions.h"
+#include "host/paths.h"
 
 namespace pendara::cli {
 namespace {
@@ -13,13 +12,10 @@ namespace {
 int Run(const std::vector<std::string>& args) {
     Args a(args, {}, {});
     a.atMost(0);
-    Session s(false);
-    s.Load();
-    const Pndra& w = s.window();
-    for (int i = 0; i < w.List1.ListCount(); ++i) {
-        const auto k = static_cast<std::size_t>(w.List1.ItemData(i));
-        std::cout << w.List1.List(i) << '\t' << w.ConsultedFiles.at(k) << '\n';
-    }
+    Headless h(false);
+    h.Load();
+    for (const std::string& file : h.session().ConsultedFiles)
+        std::cout << CleanName(file) << '\t' << file << '\n';
     return 0;
 }
 

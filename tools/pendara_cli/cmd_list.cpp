@@ -12,10 +12,9 @@ int Run(const std::vector<std::string>& args) {
     Args a(args, {}, {"--pending"});
     a.atMost(1);
     const std::string mask = a.positional().empty() ? "" : a.positional()[0];
-    Session s(false);
-    s.Load();
-    s.FillList(mask, a.flag("--pending"));
-    PrintList(std::cout, s.window());
+    Headless h(false);
+    h.Load();
+    PrintList(std::cout, h.List(mask, a.flag("--pending")));
     return 0;
 }
 

@@ -6,28 +6,26 @@
 #include <vector>
 
 #include "cli/cli.h"
-#include "cli/console_port.h"
 #include "cmd_session.h"
 #include "companies/catalogue.h"
+#include "companies/session.h"
 #include "host/conversions.h"
 #include "host/errors.h"
 #include "host/paths.h"
 #include "host/qv_file_control.h"
-#include "matching/matching_run.h"
-#include "ui/dispatch.h"
-#include "ui/pndra.h"
+#include "host/qv_library.h"
+#include "services/account_run.h"
 
 namespace pendara {
 namespace {
 
 // Whether the chart of accounts of some company of the chain holds the code.
-bool InSomeChart(const Pndra& w, const std::string& account) {
-    for (std::int32_t i = 0; i < w.ConsultedCount; ++i) {
-        const std::string& company = w.ConsultedFiles[static_cast<std::size_t>(i)];
+bool InSomeChart(const Session& s, const std::string& account) {
+    for (const std::string& company : s.ConsultedFiles) {
         if (Trim(company).empty()) continue;
         const std::string file = NormaliseCompanyName(company);
         QvFileControl2 chart;
-        chart.OpenFile(FolderOf(file) + "Planc" + CompanyCode(file) + ".qvd", "");
+        chart.OpenFile(ChartFile(FolderOf(file), CompanyCode(file)), "");
         chart.SetFilter("Cuenta = " + Trim(account));
         chart.MoveFirst();
         const bool found = !chart.IsEof();
@@ -37,13 +35,9 @@ bool InSomeChart(const Pndra& w, const std::string& account) {
     return false;
 }
 
-void PrintGrid(std::ostream& out, const char* tag, const Grid& grid) {
-    for (int r = 1; r <= grid.Rows(); ++r) {
-        out << tag;
-        for (int c = 1; c <= 8; ++c)
-            out << '\t' << grid.Cell(r, c);
-        out << '\n';
-    }
+// A grid that shows one row of nothing.
+bool Blank(const std::vector<GridRow>& rows) {
+    return rows.size() == 1 && rows.front().record.empty();
 }
 
 int Run(const std::vector<std::string>& argv) {
@@ -51,33 +45,33 @@ int Run(const std::vector<std::string>& argv) {
     args.atMost(1);
     const std::string account = args.require(0, "la CUENTA");
 
-    ConsolePort port(std::cout, std::cerr);
-    Pndra w(port);
-    w.gauge.SetSurface(&port.Gauge());
-    w.EnhancedForced = args.flag("--mejorado");
-    cli::ReportNotices(w, port, std::cerr);
+    cli::Headless h(false);
+    AccountMatch m;
     // The end of the program (a refused key, a host failure) goes to the command runner.
-    RunEvent(w, [&] {
-        LoadEmpresas(w);
-        if (w.List1.ListCount() == 0) throw HostError("No hay empresa activa");
-        const std::string company = w.ConsultedFiles[w.List1.ItemData(0)];
-        PVporImportes(w, company, account);
+    h.Event([&] {
+        LoadCatalogue(h.session());
+        if (h.session().ConsultedFiles.empty()) throw HostError("No hay empresa activa");
+        MatchRequest request{h.session().ConsultedFiles[0], account, {}};
+        request.options.enhanced =
+            args.flag("--mejorado") || EnhancedModeSetting(h.session().Lib());
+        m = MatchAccount(h.session(), request, h.progress());
     });
+    cli::PrintNotice(m, h.port(), std::cerr);
     // Empty grids are the answer for an account without movements in the open company; for a
     // code that no chart of the chain knows they would only hide a mistyped code.
-    auto blank = [](const Grid& g) { return g.Rows() == 1 && g.Cell(1, 1).empty(); };
     bool unknown = false;
-    if (blank(w.SGrid1) && blank(w.SGrid2) && w.TituloL.caption().empty())
-        RunEvent(w, [&] { unknown = !InSomeChart(w, account); });
+    if (Blank(m.rows.debits) && Blank(m.rows.credits) && (!m.loaded || m.title.empty()))
+        h.Event([&] { unknown = !InSomeChart(h.session(), account); });
     if (unknown)
         throw HostError("la cuenta " + account +
                         " no está en el plan de cuentas de ninguna empresa de la cadena");
-    PrintGrid(std::cout, "1", w.SGrid1);
-    PrintGrid(std::cout, "2", w.SGrid2);
+    cli::PrintGrid(std::cout, "1", m.rows.debits);
+    cli::PrintGrid(std::cout, "2", m.rows.credits);
     if (args.flag("--show-state")) {
-        std::cout << "SaldoCta\t" << w.SaldoCta.caption() << '\n';
-        std::cout << "TituloL\t" << w.TituloL.caption() << '\n';
-        std::cout << "newref\t" << w.newref.text() << '\n';
+        std::cout << "SaldoCta\t"
+                  << (m.loaded ? "Saldo Cuenta: " + FormatAmountPlain(m.balance) : "") << '\n';
+        std::cout << "TituloL\t" << (m.loaded ? m.title : "") << '\n';
+        std::cout << "newref\t" << '\n';
     }
     return 0;
 }

@@ -1,5 +1,6 @@
-// pendara-cli report: the open-items and matching report without a window. It runs the same
-// Informe_Click as the desktop program; the dialog is answered with the options given here.
+// pendara-cli report: the open-items and matching report without a window: the same dialog as
+// the desktop program's, answered with the options given here, the same report, written to a
+// file or to standard output.
 
 #include <algorithm>
 #include <iostream>
@@ -7,18 +8,15 @@
 #include <optional>
 
 #include "cli/cli.h"
-#include "cli/console_port.h"
-#include "companies/catalogue.h"
+#include "cmd_session.h"
 #include "host/company_store.h"
 #include "host/conversions.h"
 #include "host/errors.h"
 #include "host/numbers.h"
 #include "host/report_output.h"
-#include "host/settings.h"
 #include "reports/menu.h"
 #include "reports/report.h"
-#include "ui/dispatch.h"
-#include "ui/pndra.h"
+#include "services/report.h"
 
 namespace pendara::cli {
 namespace {
@@ -50,30 +48,6 @@ const char* const kUsage =
     "                       (obligatorio para csv, pdf y xlsx)\n\n"
     "Toma la empresa activa del valor \"Active\" del registro (QUORVEX_HOME). Con la salida\n"
     "de errores en un terminal muestra una barra de progreso.";
-
-// A console whose parameter dialog is answered by the command's options and whose screen
-// output is the plain report text.
-class ReportConsole : public ConsolePort {
-  public:
-    using ConsolePort::ConsolePort;
-    std::function<void(ParameterValues&)> fill;
-
-    bool ParameterDialog(const std::string& caption, ParameterValues& values,
-                         const ParameterKinds& kinds,
-                         const std::function<std::vector<AccountChoice>()>& accounts) override {
-        if (fill) fill(values);
-        return ConsolePort::ParameterDialog(caption, values, kinds, accounts);
-    }
-    void ShowReport(const ReportRequest& request, ReportScreenTarget) override {
-        std::string lf;
-        lf.reserve(request.text.size());
-        for (std::size_t i = 0; i < request.text.size(); ++i)
-            if (!(request.text[i] == '\r' && i + 1 < request.text.size() &&
-                  request.text[i + 1] == '\n'))
-                lf += request.text[i];
-        std::cout << lf << std::flush;
-    }
-};
 
 // A day-first date as the dialog shows it (dd/mm/yy); UsageError naming the option otherwise.
 std::string DateOption(const Args& a, const std::string& name) {
@@ -129,7 +103,8 @@ int Run(const std::vector<std::string>& raw) {
     if (!output && destination != kReportToScreen)
         throw UsageError("--format " + format + " necesita -o ARCHIVO");
 
-    std::map<int, std::string> answers;
+    ReportPresets presets;
+    std::map<int, std::string>& answers = presets.texts;
     if (a.value("--mask")) answers[kItemMask] = *a.value("--mask");
     if (a.value("--from-date")) answers[kItemFromDate] = DateOption(a, "--from-date");
     if (a.value("--to-date")) answers[kItemToDate] = DateOption(a, "--to-date");
@@ -142,22 +117,17 @@ int Run(const std::vector<std::string>& raw) {
     if (a.value("--min-unbalanced"))
         answers[kItemMinUnbalanced] = AmountOption(a, "--min-unbalanced");
 
-    if (Trim(GetRegValue("Active").text()).empty())
-        throw HostError("no hay empresa activa: el valor \"Active\" del registro está vacío en " +
-                        QuorvexHome() +
-                        " (cree una con \"qvdata demo CARPETA\" o márquela con qvdata)");
-    ReportConsole port(std::cout, std::cerr);
-    Pndra w(port);
-    RunEvent(w, [&] { LoadEmpresas(w); });
+    Headless h(false);
+    h.Load();
+    Session& s = h.session();
 
     const std::string account = Trim(a.value("--account", ""));
-    w.CTA.setText(account);
     std::string from = a.value("--from", account);
     std::string to = a.value("--to", account);
     if (from.empty() || to.empty()) {
         // No active account: the whole chart.
         std::string lowest, highest;
-        for (const ChartAccount& c : ReadAccounts(w.ActiveCompanyFile)) {
+        for (const ChartAccount& c : ReadAccounts(s.ActiveCompanyFile)) {
             if (c.nivel != 0) continue;
             if (lowest.empty() || c.cuenta < lowest) lowest = c.cuenta;
             if (highest.empty() || c.cuenta > highest) highest = c.cuenta;
@@ -167,16 +137,34 @@ int Run(const std::vector<std::string>& raw) {
     }
     answers[kItemFromAccount] = from;
     answers[kItemToAccount] = to;
-    port.fill = [&](ParameterValues& values) {
-        for (const auto& [item, text] : answers)
-            values[static_cast<std::size_t>(item - 1)][1] = text;
-        values[kItemOutput - 1][0] = std::to_string(destination);
-    };
+    presets.destination = destination;
 
-    if (output) PresetReportFile(*output);
-    RunEvent(w, [&] { Informe_Click(w); });
-    if (!LastReportOutcome().error.empty()) return 1;
-    if (output) std::cerr << "Informe escrito en " << *output << "\n";
+    Report report;
+    h.Event([&] {
+        // The console's dialog shows the answers and accepts them.
+        std::optional<ReportOptions> options = AskReportOptions(s, account, presets);
+        if (options) report = GenerateReport(s, *options, h.progress());
+    });
+    const ReportRequest request = RequestOf(report);
+    if (!output) {
+        // On standard output the report text with plain line ends.
+        std::string lf;
+        lf.reserve(request.text.size());
+        for (std::size_t i = 0; i < request.text.size(); ++i)
+            if (!(request.text[i] == '\r' && i + 1 < request.text.size() &&
+                  request.text[i + 1] == '\n'))
+                lf += request.text[i];
+        std::cout << lf << std::flush;
+        return 0;
+    }
+    try {
+        WriteReportFile(request, report.destination, *output);
+    } catch (const std::exception& e) {
+        h.port().MsgBox("No se pudo guardar el informe en " + *output + ":\r\n" + e.what(),
+                        kVbOKOnly + kVbExclamation, "");
+        return 1;
+    }
+    std::cerr << "Informe escrito en " << *output << "\n";
     return 0;
 }
 

@@ -4,7 +4,8 @@
 
 #include "cli/cli.h"
 #include "cmd_session.h"
-#include "reports/balance_review.h"
+#include "companies/account_list.h"
+#include "host/conversions.h"
 
 namespace pendara::cli {
 namespace {
@@ -13,11 +14,18 @@ int Run(const std::vector<std::string>& args) {
     Args a(args, {}, {});
     const std::string account = a.require(0, "la cuenta");
     a.atMost(1);
-    Session s(false);
-    s.Load();
-    s.SelectAccount(account);
-    s.Event([&] { revisarsaldos_Click(s.window()); });
-    PrintGrids(std::cout, s.window());
+    Headless h(false);
+    h.Load();
+    const std::string entry = h.EntryOf(account);
+    const AccountOutcome outcome = h.Process(h.Request(entry, false));
+    const SaveResult& clicked = outcome.last();
+    ReviewResult review;
+    h.Event([&] {
+        review = ReviewBalance(h.session(), Trim(ListEntryAccount(entry)),
+                               outcome.match.rows.WithGrids(clicked.debits, clicked.credits),
+                               h.progress());
+    });
+    PrintGrids(std::cout, review.saved);
     return 0;
 }
 

@@ -5,7 +5,7 @@
 #include "cli/cli.h"
 #include "cmd_session.h"
 #include "host/errors.h"
-#include "ui/main_window.h"
+#include "host/utf8.h"
 
 namespace pendara::cli {
 namespace {
@@ -14,13 +14,29 @@ int Run(const std::vector<std::string>& args) {
     Args a(args, {}, {});
     const std::string account = a.require(0, "la cuenta");
     a.atMost(1);
-    Session s(false, account);
-    s.Load();
-    s.Event([&] { Form_Activate(s.window()); });
-    if (s.window().List2.ListIndex() < 0)
+    Headless h(false);
+    h.Load();
+    // The start with a command line: the full list of the accounts that begin with it, the
+    // first entry that contains it clicked, then saved once more.
+    std::string entry;
+    bool found = false;
+    for (const std::string& e : h.List(account, false))
+        if (!found && Utf8Contains(e, account)) {
+            entry = e;
+            found = true;
+        }
+    if (!found)
         throw HostError("la cuenta " + account +
                         " no está entre las cuentas de la lista; no se hace nada");
-    PrintGrids(std::cout, s.window());
+    const AccountOutcome outcome = h.Process(h.Request(entry, false));
+    const SaveResult& clicked = outcome.last();
+    SaveResult saved;
+    h.Event([&] {
+        saved =
+            SaveAccount(h.session(), outcome.match.rows.WithGrids(clicked.debits, clicked.credits),
+                        h.progress());
+    });
+    PrintGrids(std::cout, saved);
     return 0;
 }
 

@@ -48,9 +48,9 @@ int Run(const std::vector<std::string>& args) {
     a.atMost(1);
     std::optional<std::int64_t> run;
     if (!a.positional().empty()) run = RunNumber(a.positional()[0]);
-    Session s(false);
-    s.Load();
-    const std::string& first = s.window().FirstCompanyFile;
+    Headless h(false);
+    h.Load();
+    const std::string& first = h.session().FirstCompanyFile;
     if (Trim(first).empty() || !RunJournal::Exists(first)) {
         if (run) throw HostError("No existe la ejecución " + std::to_string(*run));
         std::cout << "No hay ejecuciones registradas.\n";

@@ -12,11 +12,10 @@ int Run(const std::vector<std::string>& args) {
     Args a(args, {}, {"--mejorado"});
     const std::string account = a.require(0, "la cuenta");
     a.atMost(1);
-    Session s(false);
-    s.window().EnhancedForced = a.flag("--mejorado");
-    s.Load();
-    s.SelectAccount(account);
-    PrintGrids(std::cout, s.window());
+    Headless h(false);
+    h.Load();
+    const AccountOutcome outcome = h.Process(h.Request(h.EntryOf(account), a.flag("--mejorado")));
+    PrintGrids(std::cout, outcome.last());
     return 0;
 }
 

@@ -4,7 +4,9 @@
 
 #include "cli/cli.h"
 #include "cmd_session.h"
-#include "ui/main_window.h"
+#include "companies/account_list.h"
+#include "group/group_commands.h"
+#include "services/group_save.h"
 
 namespace pendara::cli {
 namespace {
@@ -13,14 +15,31 @@ int Run(const std::vector<std::string>& args) {
     Args a(args, {}, {"--pending", "--yes", "--mejorado"});
     a.atMost(1);
     const std::string mask = a.positional().empty() ? "" : a.positional()[0];
-    Session s(a.flag("--yes"));
-    s.window().EnhancedForced = a.flag("--mejorado");
-    s.Load();
-    s.FillList(mask, a.flag("--pending"));
-    s.StopOnInterrupt();
-    s.LabelProgressWithAccount();
-    s.Event([&] { Toolbar1_Click(s.window(), 17); });
-    PrintList(std::cout, s.window());
+    Headless h(a.flag("--yes"));
+    h.Load();
+    std::vector<std::string> entries = h.List(mask, a.flag("--pending"));
+    // In place before the question, so that a Ctrl-C once it is answered never kills the run.
+    h.StopOnInterrupt();
+    if (h.port().MsgBox(kGroupRunQuestion, kVbYesNo | kVbInformation | kVbDefaultButton2,
+                        kDefaultTitle) != kVbYes) {
+        PrintList(std::cout, entries);
+        return 0;
+    }
+    std::stop_source stop;
+    SaveAllCallbacks callbacks;
+    callbacks.beforeAccount = [&h](const GroupStep& step) {
+        h.LabelProgress("(" + std::to_string(step.index + 1) + ") " + AccountCode(step.entry));
+    };
+    callbacks.afterAccount = [&h, &stop](const GroupStep&, const AccountOutcome& outcome, bool) {
+        PrintNotice(outcome.match, h.port(), std::cerr);
+        if (h.StopRequested()) stop.request_stop();
+    };
+    SaveAllResult result;
+    h.Event([&] {
+        result = SaveAll(h.session(), std::move(entries), mask, h.Request("", a.flag("--mejorado")),
+                         false, stop.get_token(), callbacks, h.progress());
+    });
+    PrintList(std::cout, result.remaining);
     return 0;
 }
 

@@ -1,14 +1,17 @@
 #include "cmd_session.h"
 
+#include <atomic>
 #include <csignal>
 #include <iostream>
 
 #include "companies/account_list.h"
+#include "companies/catalogue.h"
 #include "host/conversions.h"
 #include "host/errors.h"
+#include "host/qv_library.h"
+#include "host/run_event.h"
 #include "host/settings.h"
-#include "ui/dispatch.h"
-#include "ui/main_window.h"
+#include "model/columns.h"
 
 namespace pendara::cli {
 
@@ -22,117 +25,109 @@ extern "C" void OnInterrupt(int) {
     std::signal(SIGINT, SIG_DFL);
 }
 
-void PrintGrid(std::ostream& out, const Grid& grid, const char* side) {
-    for (int r = 1; r <= grid.Rows(); ++r) {
+void PrintCells(std::ostream& out, const char* tag, const GridRow& row) {
+    out << tag;
+    for (int c = 1; c <= GridCol::kCount; ++c)
+        out << '\t' << CellText(row, c);
+    out << '\n';
+}
+
+void PrintFilled(std::ostream& out, const char* tag, const std::vector<GridRow>& rows) {
+    for (const GridRow& row : rows) {
         bool blank = true;
-        for (int c = 1; c <= grid.Cols() && blank; ++c)
-            blank = grid.Cell(r, c).empty();
-        if (blank) continue;
-        out << side;
-        for (int c = 1; c <= grid.Cols(); ++c)
-            out << '\t' << grid.Cell(r, c);
-        out << '\n';
+        for (int c = 1; c <= GridCol::kCount && blank; ++c)
+            blank = CellText(row, c).empty();
+        if (!blank) PrintCells(out, tag, row);
     }
 }
 
 }  // namespace
 
-Session::Session(bool assumeYes, std::string commandLine)
-    : port_(std::cout, std::cerr, assumeYes), window_(std::make_unique<Pndra>(port_)) {
-    window_->CommandLine = std::move(commandLine);
-    ReportNotices(*window_, port_, std::cerr);
+Headless::Headless(bool assumeYes) : port_(std::cout, std::cerr, assumeYes), session_(port_) {
+    gauge_.SetSurface(&port_.Gauge());
 }
 
-void ReportNotices(Pndra& w, DesktopPort& port, std::ostream& err) {
-    w.AvisoPunteo.onChange = [&w, &port, &err] {
-        if (w.AvisoPunteo.caption().empty()) return;
-        port.Gauge().Cls();
-        err << w.AvisoPunteo.caption() << '\n';
-    };
-}
-
-void Session::Load() {
+void Headless::Load() {
     if (Trim(GetRegValue("Active").text()).empty())
         throw HostError("no hay empresa activa: el valor \"Active\" del registro está vacío en " +
                         QuorvexHome() +
                         " (cree una con \"qvdata demo CARPETA\" o márquela con qvdata)");
-    Event([this] { Form_Load(*window_); });
+    Event([this] { LoadCatalogue(session_); });
 }
 
-void Session::Event(const std::function<void()>& handler) {
-    RunEvent(*window_, handler);
+void Headless::Event(const std::function<void()>& handler) {
+    RunEvent(port_, handler);
 }
 
-void Session::FillList(const std::string& mask, bool pending) {
+std::vector<std::string> Headless::List(const std::string& mask, bool pending) {
+    std::vector<std::string> entries;
     Event([&] {
-        Pndra& w = *window_;
-        w.Text1.setText(mask);
-        // Carga_cuentas flips the kind before it fills.
-        w.PendingOnly = pending;
-        bool mode = false;
-        Carga_cuentas(w, mode);
+        entries = ListAccounts(session_, mask,
+                               pending ? AccountListKind::Pending : AccountListKind::Full);
     });
+    return entries;
 }
 
-int Session::FindAccount(const std::string& account) {
+std::string Headless::EntryOf(const std::string& account) {
     const std::string code = Trim(account);
     if (code.empty()) throw HostError("falta la cuenta");
-    FillList(code, false);
-    const Pndra& w = *window_;
-    for (int i = 0; i < w.List2.ListCount(); ++i) {
-        const std::string& entry = w.List2.List(i);
-        if (entry.substr(0, entry.find(' ')) == code) return i;
-    }
+    for (const std::string& entry : List(code, false))
+        if (AccountCode(entry) == code) return entry;
     throw HostError("la cuenta " + code +
                     " no está entre las cuentas de detalle de la empresa activa");
 }
 
-void Session::SelectAccount(const std::string& account) {
-    const int i = FindAccount(account);
-    Event([&] { window_->List2.SetListIndex(i); });
+AccountRequest Headless::Request(const std::string& entry, bool enhanced) {
+    AccountRequest r;
+    r.entry = entry;
+    // The company list's first entry, selected at start: the active company.
+    r.company = session_.ConsultedFiles.empty() ? std::string() : session_.ConsultedFiles[0];
+    r.options.enhanced = enhanced || EnhancedModeSetting(session_.Lib());
+    return r;
 }
 
-void Session::SelectAccountQuietly(const std::string& account) {
-    const int i = FindAccount(account);
-    auto click = std::move(window_->List2.onClick);
-    window_->List2.onClick = nullptr;
-    window_->List2.SetListIndex(i);
-    window_->List2.onClick = std::move(click);
+AccountOutcome Headless::Process(const AccountRequest& request) {
+    AccountOutcome outcome;
+    Event([&] { outcome = ProcessAccount(session_, request, progress()); });
+    PrintNotice(outcome.match, port_, std::cerr);
+    return outcome;
 }
 
-void Session::LabelProgressWithAccount() {
-    auto* bar = dynamic_cast<ConsoleGauge*>(&port_.Gauge());
-    if (!bar) return;
-    Pndra& w = *window_;
-    auto click = std::move(w.List2.onClick);
-    w.List2.onClick = [&w, bar, click] {
-        const std::string& entry = w.List2.List(w.List2.ListIndex());
-        bar->SetLabel("(" + std::to_string(w.List2.ListIndex() + 1) + ") " +
-                      entry.substr(0, entry.find(' ')));
-        if (click) click();
-    };
+void Headless::LabelProgress(const std::string& label) {
+    if (auto* bar = dynamic_cast<ConsoleGauge*>(&port_.Gauge())) bar->SetLabel(label);
 }
 
-void Session::StopOnInterrupt() {
+void Headless::StopOnInterrupt() {
     interrupted.store(false);
     std::signal(SIGINT, OnInterrupt);
-    port_.onDoEvents = [this] {
-        if (interrupted.exchange(false)) {
-            std::cerr << "\nParada pedida: se termina la cuenta en curso.\n";
-            window_->StopRequested = true;
-        }
-    };
 }
 
-void PrintGrids(std::ostream& out, const Pndra& w) {
-    PrintGrid(out, w.SGrid1, "1");
-    PrintGrid(out, w.SGrid2, "2");
-    out << "newref\t" << w.newref.text() << '\n';
+bool Headless::StopRequested() {
+    if (!interrupted.exchange(false)) return false;
+    std::cerr << "\nParada pedida: se termina la cuenta en curso.\n";
+    return true;
 }
 
-void PrintList(std::ostream& out, const Pndra& w) {
-    for (int i = 0; i < w.List2.ListCount(); ++i)
-        out << w.List2.List(i) << '\n';
+void PrintNotice(const AccountMatch& match, DesktopPort& port, std::ostream& err) {
+    if (!match.searchLimitReached) return;
+    port.Gauge().Cls();
+    err << SearchLimitNotice(match.account) << '\n';
+}
+
+void PrintGrids(std::ostream& out, const SaveResult& grids) {
+    PrintFilled(out, "1", grids.debits);
+    PrintFilled(out, "2", grids.credits);
+    out << "newref\t" << grids.nextReference << '\n';
+}
+
+void PrintGrid(std::ostream& out, const char* tag, const std::vector<GridRow>& rows) {
+    for (const GridRow& row : rows)
+        PrintCells(out, tag, row);
+}
+
+void PrintList(std::ostream& out, const std::vector<std::string>& entries) {
+    for (const std::string& entry : entries)
+        out << entry << '\n';
 }
 
 }  // namespace pendara::cli

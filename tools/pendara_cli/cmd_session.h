@@ -1,58 +1,65 @@
 #pragma once
-// What the headless commands share: a window state over the console port, started as the
-// desktop program starts, and the printing of what stays on the grids and in the account list.
+// What the headless commands share: a session over the console port, started as the desktop
+// program starts (the company catalogue, access keys asked on the terminal), the services called
+// with it, and the printing of what stays on the grids and in the account list.
 
-#include <atomic>
 #include <iosfwd>
-#include <memory>
 #include <string>
+#include <vector>
 
 #include "cli/console_port.h"
-#include "ui/pndra.h"
+#include "companies/session.h"
+#include "host/gauge.h"
+#include "services/account_list.h"
+#include "services/account_run.h"
 
 namespace pendara::cli {
 
-class Session {
+class Headless {
   public:
-    // A window on the console; the command line is the desktop program's (an account or "").
-    explicit Session(bool assumeYes, std::string commandLine = "");
+    explicit Headless(bool assumeYes);
 
-    // Form_Load through the dispatcher; a missing active company is a clear error (HostError).
+    // Builds the company catalogue; a missing active company is a clear error (HostError).
     void Load();
     // Runs a handler as a user event (a host failure is shown and ends the command).
     void Event(const std::function<void()>& handler);
 
-    // Fills the account list with the accounts beginning with mask: the full or the pending list.
-    void FillList(const std::string& mask, bool pending);
-    // Fills the full list for the account and selects its entry (which loads, matches and saves
-    // it). HostError when the chart of the active company has no such account.
-    void SelectAccount(const std::string& account);
-    // The same selection without running the list click.
-    void SelectAccountQuietly(const std::string& account);
+    // The account list: every account beginning with the mask, or only the pending ones.
+    std::vector<std::string> List(const std::string& mask, bool pending);
+    // The full list's entry of the account. HostError when the active company's chart has no
+    // such posting account.
+    std::string EntryOf(const std::string& account);
+    // What a click on the entry asks, with the window's options as the program starts (the
+    // invoice key " Fra", the enhanced mode stored or forced by `enhanced`).
+    AccountRequest Request(const std::string& entry, bool enhanced);
+    // A click on the entry, its notice (the enhanced search reached its limit) on standard error.
+    AccountOutcome Process(const AccountRequest& request);
 
-    // The progress bar on the terminal names the account in progress and how many are left.
-    void LabelProgressWithAccount();
-    // Ctrl-C sets the stop request of the window at its next chance to see events.
+    // The progress bar on the terminal; `label` (the account in progress) stands before it.
+    Progress progress() { return GaugeProgress(gauge_); }
+    void LabelProgress(const std::string& label);
+    // Ctrl-C asks for a stop at the run's next chance (StopRequested).
     void StopOnInterrupt();
+    bool StopRequested();
 
-    Pndra& window() { return *window_; }
+    Session& session() { return session_; }
     ConsolePort& port() { return port_; }
 
   private:
-    int FindAccount(const std::string& account);
-
     ConsolePort port_;
-    std::unique_ptr<Pndra> window_;
+    Session session_;
+    Gauge gauge_;
 };
 
-// Notices of the matching runs (the enhanced search reaching its limit on an account) go to
-// `err`, one line each.
-void ReportNotices(Pndra& w, DesktopPort& port, std::ostream& err);
+// The notice of an account on which the enhanced search reached its limit, on `err`.
+void PrintNotice(const AccountMatch& match, DesktopPort& port, std::ostream& err);
 
-// The rows still open in both grids ("1" or "2", TAB, the row's 8 cells) and "newref" TAB the
-// next reference.
-void PrintGrids(std::ostream& out, const Pndra& w);
+// The rows of both grids that hold anything ("1" or "2", TAB, the row's 8 cells) and "newref"
+// TAB the next reference.
+void PrintGrids(std::ostream& out, const SaveResult& grids);
+// Every row of a grid, blank ones too: its tag, TAB, the 8 cells.
+void PrintGrid(std::ostream& out, const char* tag, const std::vector<GridRow>& rows);
 // The account list entries, one per line.
-void PrintList(std::ostream& out, const Pndra& w);
+void PrintList(std::ostream& out, const std::vector<std::string>& entries);
 
 }  // namespace pendara::cli

@@ -17,10 +17,10 @@ int Run(const std::vector<std::string>& args) {
     if (text.size() > 15 || text.find_first_not_of("0123456789") != std::string::npos)
         throw UsageError("la ejecución es un número: \"" + text + "\"");
     const std::int64_t run = std::stoll(text);
-    Session s(false);
-    s.Load();
-    UndoResult r = UndoRun(s.window().FirstCompanyFile, run, a.value("--account", ""),
-                           PostingOptionsFor(s.window()));
+    Headless h(false);
+    h.Load();
+    UndoResult r = UndoRun(h.session().FirstCompanyFile, run, a.value("--account", ""),
+                           PostingOptionsFor(h.session()));
     for (const auto& [account, rows] : r.undone)
         std::cout << "Cuenta " << account << ": " << std::to_string(rows)
                   << (rows == 1 ? " apunte restaurado\n" : " apuntes restaurados\n");

@@ -4,7 +4,7 @@
 #include <QDialog>
 #include <array>
 
-#include "group/detail_window.h"
+#include "ui/detail_window.h"
 
 class QLabel;
 class QLineEdit;

@@ -7,8 +7,8 @@
 #include <QAbstractTableModel>
 #include <cstdint>
 
-#include "group/detail_window.h"
 #include "ui/controls.h"
+#include "ui/detail_window.h"
 
 namespace pendara {
 

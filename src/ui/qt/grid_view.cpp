@@ -42,7 +42,7 @@ QString Entries(long long n) {
     return Count(n) + (n == 1 ? QStringLiteral(" apunte") : QStringLiteral(" apuntes"));
 }
 
-QString Amount(long long cents) {
+QString CentsText(long long cents) {
     return Q(FormatAmountPlain(static_cast<double>(cents) / 100.0));
 }
 
@@ -132,10 +132,10 @@ GridTotals ComputeTotals(const Grid& grid, const GridProxy& proxy) {
 
 QString TotalsText(const GridTotals& t, bool filtered) {
     QString text =
-        QStringLiteral("Pendiente: %1, %2").arg(Entries(t.openCount), Amount(t.openCents));
+        QStringLiteral("Pendiente: %1, %2").arg(Entries(t.openCount), CentsText(t.openCents));
     if (filtered)
         text += QStringLiteral("   ·   Filtro: %1, %2")
-                    .arg(Entries(t.shownCount), Amount(t.shownCents));
+                    .arg(Entries(t.shownCount), CentsText(t.shownCents));
     return text;
 }
 

@@ -52,12 +52,26 @@ QString DescribeOutcome(const Outcome& o) {
                      Counted(o.accountsLeft, "cuenta sigue en la lista",
                              "cuentas siguen en la lista"));
         case K::GroupSaveStopped:
-            return QStringLiteral(
-                       "Grabación del grupo detenida después de la cuenta %1: %2 de %3 (%4).")
-                .arg(Q(o.lastAccount),
-                     Counted(o.accountsDone, "cuenta guardada", "cuentas guardadas"),
-                     QString::number(o.accountsTotal),
+            return QStringLiteral("Proceso detenido tras %1 de %2 cuentas (la última, %3; %4).")
+                .arg(QString::number(o.accountsDone), QString::number(o.accountsTotal),
+                     Q(o.lastAccount),
                      Counted(o.entriesWritten, "apunte escrito", "apuntes escritos"));
+        case K::RunUndone: {
+            QString text =
+                QStringLiteral("Proceso %1 deshecho: %2, %3.")
+                    .arg(QString::number(o.run), Counted(o.accountsDone, "cuenta", "cuentas"),
+                         Counted(o.entriesWritten, "apunte restaurado", "apuntes restaurados"));
+            if (o.accountsLeft > 0)
+                text += QStringLiteral(" %1 sin deshacer por cambios posteriores.")
+                            .arg(Counted(o.accountsLeft, "cuenta queda", "cuentas quedan"));
+            if (o.accountsDone > 0)
+                text += QStringLiteral(
+                    " Las rejillas se han vaciado: un clic en la cuenta la "
+                    "vuelve a puntear y guardar.");
+            return text;
+        }
+        case K::NoRuns:
+            return QStringLiteral("No hay procesos grabados que deshacer.");
         case K::ListFilled:
             return (o.pendingList ? QStringLiteral("Cuentas con partidas pendientes: %1.")
                                   : QStringLiteral("Todas las cuentas: %1."))

@@ -24,6 +24,8 @@ struct Outcome {
         RowsCopied,    // rows, side
         RowsExported,  // rows, side, file
         ExportFailed,  // side, error
+        RunUndone,     // run; accountsDone undone, entriesWritten restored, accountsLeft refused
+        NoRuns,
     };
     Kind kind = Kind::AccountSaved;
     AccountSaveSummary save;
@@ -38,6 +40,7 @@ struct Outcome {
     std::string error;
     int rows = 0;
     int side = 1;  // 1 debit grid, 2 credit grid
+    long long run = 0;
 };
 
 QString DescribeOutcome(const Outcome& o);

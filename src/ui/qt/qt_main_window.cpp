@@ -31,14 +31,18 @@
 #include "host/report_output.h"
 #include "posting/maintenance.h"
 #include "posting/manual.h"
+#include "posting/posting_runs.h"
+#include "ui/account_list_handlers.h"
 #include "ui/main_window.h"
 #include "ui/pndra.h"
+#include "ui/posting_handlers.h"
 #include "ui/qt/gauge_widget.h"
 #include "ui/qt/grid_model.h"
 #include "ui/qt/grid_view.h"
 #include "ui/qt/icons.h"
 #include "ui/qt/qt_port.h"
 #include "ui/qt/qt_text.h"
+#include "ui/qt/runs_dialog.h"
 #include "ui/qt/window_settings.h"
 
 namespace pendara {
@@ -124,7 +128,9 @@ MainWindow::MainWindow(Pndra& w, QtPort& port) : QWidget(nullptr), w_(w), port_(
     if (QScreen* s = screen()) dpi_ = s->logicalDotsPerInch();
     layout_ = DesignLayout();
     port_.SetParentWidget(this);
+    w_.showReferenceDetail = [this](Pndra& window) { port_.ShowReferenceDetail(window); };
     w_.onAccountSaved = [this](const AccountSaveSummary& s) { OnAccountSaved(s); };
+    w_.onReportOutput = [this](const ReportOutcome& r) { lastReport_ = r; };
     Build();
     BuildHidden();
     Refresh();
@@ -137,6 +143,7 @@ MainWindow::~MainWindow() {
     for (auto& [o, v] : seen_)
         o->onChange = nullptr;
     w_.onAccountSaved = nullptr;
+    w_.onReportOutput = nullptr;
     // The gauge belongs to the port, which outlives the window.
     if (gauge_) gauge_->setParent(nullptr);
     port_.SetParentWidget(nullptr);
@@ -422,9 +429,15 @@ void MainWindow::BuildStatusBar() {
     unsaved_->setObjectName(QStringLiteral("SinGuardar"));
     unsaved_->setStyleSheet(QStringLiteral("color: #b00000;"));
     unsaved_->hide();
+    runsButton_ = new QPushButton(QStringLiteral("Procesos…"), statusBar_);
+    runsButton_->setObjectName(QStringLiteral("Procesos"));
+    runsButton_->setToolTip(QStringLiteral("Procesos grabados y deshacer (Ctrl+Z: el último)"));
+    runsButton_->setFocusPolicy(Qt::TabFocus);
+    connect(runsButton_, &QPushButton::clicked, this, [this] { ShowRuns(false); });
     row->addWidget(progress_);
     row->addWidget(message_, 1);
     row->addWidget(unsaved_);
+    row->addWidget(runsButton_);
 }
 
 void MainWindow::BuildShortcuts() {
@@ -436,6 +449,7 @@ void MainWindow::BuildShortcuts() {
     shortcut(QKeySequence(Qt::CTRL | Qt::Key_P), [this] { ClickToolbar(1, 25); });
     shortcut(QKeySequence(Qt::CTRL | Qt::Key_S), [this] { SaveActiveAccount(); });
     shortcut(QKeySequence(Qt::CTRL | Qt::Key_F), [this] { FocusFilter(); });
+    shortcut(QKeySequence(Qt::CTRL | Qt::Key_Z), [this] { ShowRuns(true); });
     // The design's captions with "&": "&Sumar Contador Referencia", "&Informe", "&Ayuda".
     shortcut(QKeySequence(Qt::ALT | Qt::Key_S), [this] { NewReferenceKey(); });
     shortcut(QKeySequence(Qt::ALT | Qt::Key_I), [this] { ClickToolbar(1, 25); });
@@ -727,6 +741,7 @@ std::vector<QWidget*> MainWindow::tabOrder() const {
         order.push_back(filters_[i]);
         order.push_back(exports_[i]);
     }
+    order.push_back(runsButton_);
     return order;
 }
 
@@ -1134,7 +1149,7 @@ void MainWindow::ClickToolbar(int toolbar, int key) {
         RestoreListSelection();
         return;
     }
-    const int reports = port_.reportOutputs;
+    lastReport_.reset();
     BeginOutcome();
     Gesture([this, toolbar, key] {
         if (toolbar == 1)
@@ -1143,8 +1158,8 @@ void MainWindow::ClickToolbar(int toolbar, int key) {
             Toolbar2_Click(w_, key);
     });
     if (ending_) return;
-    if (toolbar == 1 && key == 25 && port_.reportOutputs != reports) {
-        const ReportOutcome& r = LastReportOutcome();
+    if (toolbar == 1 && key == 25 && lastReport_) {
+        const ReportOutcome& r = *lastReport_;
         Outcome o;
         o.destination = r.destination;
         o.file = r.file;
@@ -1179,6 +1194,66 @@ void MainWindow::ClickCommand1() {
 void MainWindow::SaveActiveAccount() {
     if (Busy() || Trim(w_.CTA.text()).empty()) return;
     ClickToolbar(2, 17);
+}
+
+void MainWindow::ShowRuns(bool lastOnly) {
+    if (Busy() || ending_ || !KeepOrSaveEdits()) return;
+    const std::string first = w_.session.FirstCompanyFile;
+    std::vector<RunInfo> runs;
+    Gesture([&] {
+        if (!Trim(first).empty() && RunJournal::Exists(first))
+            runs = RunJournal(first, false).Runs();
+    });
+    if (ending_) return;
+    std::optional<RunInfo> chosen;
+    if (lastOnly) {
+        if (!runs.empty()) chosen = runs.back();
+    } else {
+        RunsDialog dialog(runs, this);
+        if (port_.Exec(dialog) != QDialog::Accepted) return;
+        for (const RunInfo& r : runs)
+            if (r.id == dialog.chosenRun()) chosen = r;
+    }
+    Outcome outcome;
+    outcome.kind = Outcome::Kind::RunUndone;
+    if (!chosen) {
+        outcome.kind = Outcome::Kind::NoRuns;
+        ShowOutcome(outcome);
+        return;
+    }
+    const std::string question = "¿Deshacer el " + S(DescribeRun(*chosen)) + "?";
+    if (port_.MsgBox(question, kVbYesNo | kVbQuestion, "Deshacer") != kVbYes) return;
+    UndoResult result;
+    Gesture([&] { result = UndoRun(first, chosen->id, "", PostingOptionsFor(w_.session)); });
+    if (ending_) return;
+    outcome.run = chosen->id;
+    outcome.accountsDone = static_cast<int>(result.undone.size());
+    for (const auto& [account, rows] : result.undone)
+        outcome.entriesWritten += static_cast<int>(rows);
+    outcome.accountsLeft = static_cast<int>(result.refused.size());
+    if (!result.refused.empty()) {
+        std::string text =
+            "Estas cuentas no se han deshecho, porque tienen apuntes que han "
+            "cambiado después del proceso " +
+            std::to_string(chosen->id) + ":\n";
+        int shown = 0;
+        for (const auto& [account, conflicts] : result.refused) {
+            if (++shown > 10) {
+                text += "… y " + std::to_string(result.refused.size() - 10) + " cuentas más.";
+                break;
+            }
+            text += "\nCuenta " + account + ":";
+            for (std::size_t i = 0; i < conflicts.size() && i < 3; ++i)
+                text += "\n  " + DescribeConflict(conflicts[i]);
+            if (conflicts.size() > 3)
+                text += "\n  … y " + std::to_string(conflicts.size() - 3) + " apuntes más";
+        }
+        port_.MsgBox(text, kVbExclamation, "Deshacer");
+    }
+    // The grids no longer show what the books hold; loading the account again would match and
+    // save it again, so that is left to the user.
+    if (outcome.accountsDone > 0) Gesture([this] { ClearGrids(w_); });
+    ShowOutcome(outcome);
 }
 
 void MainWindow::NewReferenceKey() {

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "host/report_output.h"
 #include "ui/layout.h"
 #include "ui/pndra.h"
 #include "ui/qt/outcome.h"
@@ -68,6 +69,10 @@ class MainWindow : public QWidget {
     void ClickCommand1();
     // Ctrl+S: saves the active account.
     void SaveActiveAccount();
+    // The processes of the run journal, one of which may be undone (Ctrl+Z: the last one, after
+    // a confirmation). The active account is loaded again afterwards.
+    void ShowRuns(bool lastOnly);
+    QPushButton* runsButton() const { return runsButton_; }
     // Alt+S ("&Sumar Contador Referencia"): a new reference for the next manual group.
     void NewReferenceKey();
     // Ctrl+F: the filter box of the grid that has the focus (the debit grid otherwise).
@@ -190,6 +195,7 @@ class MainWindow : public QWidget {
     QLabel* progress_ = nullptr;  // "Cuenta n de N: CÓDIGO" during a group save
     QLabel* message_ = nullptr;   // the last operation's outcome
     QLabel* unsaved_ = nullptr;   // shown while the grids hold unsaved edits
+    QPushButton* runsButton_ = nullptr;
     QPushButton* command1_ = nullptr;
     std::array<QLabel*, 3> sumas_{};
     QLabel* saldoCta_ = nullptr;
@@ -218,6 +224,7 @@ class MainWindow : public QWidget {
     // The outcome of the gesture in progress, and the last save it made.
     std::optional<Outcome> outcome_;
     std::optional<AccountSaveSummary> lastSave_;
+    std::optional<ReportOutcome> lastReport_;
     // The group save in progress, as the window follows it.
     bool groupRun_ = false;
     int runTotal_ = 0;

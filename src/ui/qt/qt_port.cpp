@@ -188,9 +188,8 @@ bool QtPort::ParameterDialog(const std::string& caption, ParameterValues& values
     };
     dlg.accountKey = [this](int key) {
         QvLibrary lib(*this);
-        TextBox box;
         std::int32_t k = key;
-        lib.AccountKeyPress(box, 3, 8, k);
+        lib.AccountKeyPress("", 3, 8, k);
         return static_cast<int>(k);
     };
     if (Exec(dlg) != QDialog::Accepted) return false;
@@ -199,13 +198,11 @@ bool QtPort::ParameterDialog(const std::string& caption, ParameterValues& values
 }
 
 void QtPort::ShowReport(const ReportRequest& request, ReportScreenTarget target) {
-    ++reportOutputs;
     ShowReportDialog(request, target, parent_, [this](QDialog& d) { return Exec(d); });
 }
 
 std::string QtPort::AskSaveFile(const std::string& title, const std::string& suggestedName,
                                 const std::string& filter) {
-    ++reportOutputs;
     QFileDialog dlg(parent_, TitleOr(title), QDir::home().filePath(Q(suggestedName)), Q(filter));
     dlg.setAcceptMode(QFileDialog::AcceptSave);
     dlg.setFileMode(QFileDialog::AnyFile);

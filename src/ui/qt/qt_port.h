@@ -17,6 +17,8 @@ class QDialog;
 
 namespace pendara {
 
+class Pndra;
+
 class QtPort : public DesktopPort {
   public:
     QtPort();
@@ -39,15 +41,14 @@ class QtPort : public DesktopPort {
     void DoEvents() override;
     void OpenDocument(const std::string& file, const std::string& folder) override;
     GaugeSurface& Gauge() override { return *gauge_; }
-    void ShowReferenceDetail(Pndra& window) override;
+    // The detail window "Detalle de Referencias", modal over the main window's state.
+    void ShowReferenceDetail(Pndra& window);
     bool WaitingForFile(const std::string& file, double seconds) override;
 
     GaugeWidget& gaugeWidget() { return *gauge_; }
 
     // How many gestures are running, one inside another.
     int depth = 0;
-    // How many reports went to the screen or the printer or asked for a file.
-    int reportOutputs = 0;
     // Asks the outermost gesture to end the program with the code.
     void RequestEnd(int code);
     bool EndRequested() const { return endCode_.has_value(); }

@@ -366,7 +366,7 @@ TEST_F(LedgerWindow, ExportWritesTheVisibleRowsAsCsvAndSpreadsheet) {
 
 TEST_F(LedgerWindow, SortingChangesTheViewOnlyAndClicksReachTheRightRow) {
     ClickListRow(0);
-    const TextTable rows = w->SGrid1.ExportRows();
+    const std::vector<GridRow> rows = w->SGrid1.rows();
     QHeaderView* header = window->grid(1)->horizontalHeader();
     auto clickHeader = [&](int section) {
         QTest::mouseClick(header->viewport(), Qt::LeftButton, Qt::NoModifier,
@@ -381,7 +381,7 @@ TEST_F(LedgerWindow, SortingChangesTheViewOnlyAndClicksReachTheRightRow) {
     clickHeader(kColDate);
     EXPECT_EQ(Column(1, kColDate), (QStringList{"31/12/24", "15/01/25", "20/01/25"}));
     // The logic sees the grid as it was.
-    EXPECT_EQ(w->SGrid1.ExportRows(), rows);
+    EXPECT_EQ(w->SGrid1.rows(), rows);
     // A Shift+click on the first row shown gives the new reference to that entry.
     ShiftClickCell(1, 0, kColDescription);
     EXPECT_EQ(w->SGrid1.Cell(3, 5), w->newref.text());
@@ -493,7 +493,8 @@ TEST(Keyboard, TabVisitsEveryControlAndLeavesTheMaskBox) {
     FillGrid(f.w->SGrid2, 4);
     win.Refresh();
     std::vector<QWidget*> order = win.tabOrder();
-    EXPECT_EQ(order.size(), 1u + 10u + 5u + 4u + 6u);  // every button of both toolbars too
+    // Every button of both toolbars, the grids with their filters, and the processes button.
+    EXPECT_EQ(order.size(), 1u + 10u + 5u + 4u + 6u + 1u);
     // Of two exclusive option buttons Tab visits the chosen one only.
     std::erase(order, win.control(Ctl::Option1_0));
     order.front()->setFocus();

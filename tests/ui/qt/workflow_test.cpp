@@ -16,6 +16,7 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTableView>
+#include <QTableWidget>
 #include <QTest>
 #include <QTimer>
 #include <QToolBar>
@@ -26,6 +27,7 @@
 #include "ui/qt/grid_model.h"
 #include "ui/qt/parameter_dialog.h"
 #include "ui/qt/qt_support.h"
+#include "ui/qt/runs_dialog.h"
 
 namespace pendara {
 namespace {
@@ -279,9 +281,73 @@ TEST_F(Workflow, TheGroupSaveKeepsTheWindowPaintedAndTheStopButtonStopsIt) {
     EXPECT_TRUE(drawnDuringRun);
     EXPECT_TRUE(ignoredDuringRun);
     // The status bar says where it stopped.
-    EXPECT_TRUE(window->statusText().startsWith(
-        QStringLiteral("Grabación del grupo detenida después de la cuenta ")))
+    EXPECT_TRUE(window->statusText().startsWith(QStringLiteral("Proceso detenido tras ")))
         << window->statusText().toStdString();
+}
+
+// Every company of the demo chain as qvdata exports it.
+std::string Books(const std::filesystem::path& folder) {
+    std::string all;
+    for (const char* year : {"DEMO2024.QVT", "DEMO2025.QVT"}) {
+        QProcess p;
+        p.start(QStringLiteral(QVDATA_EXE), {QStringLiteral("export-entries"),
+                                             QString::fromStdString((folder / year).string())});
+        p.waitForFinished(60000);
+        all += p.readAllStandardOutput().toStdString();
+    }
+    return all;
+}
+
+TEST_F(Workflow, TheLastProcessIsUndoneAndTheUndoItselfFromTheList) {
+    // Nothing written yet: nothing to undo.
+    window->ShowRuns(true);
+    EXPECT_EQ(window->statusText(), QStringLiteral("No hay procesos grabados que deshacer."));
+
+    // A click on an account saves it.
+    const std::string unsaved = Books(home.path() / "demo");
+    ASSERT_GE(OpenFirstCustomer(), 0);
+    const std::string code = w->CTA.text();
+    const std::string saved = Books(home.path() / "demo");
+    ASSERT_TRUE(saved != unsaved);
+
+    // Ctrl+Z asks first; No leaves the books alone.
+    QString question;
+    int answer = QMessageBox::No;
+    port->onDialog = [&](QDialog& d) {
+        auto* box = qobject_cast<QMessageBox*>(&d);
+        ASSERT_NE(box, nullptr);
+        question = box->text();
+        box->button(static_cast<QMessageBox::StandardButton>(answer))->click();
+    };
+    QTest::keyClick(window.get(), Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_TRUE(question.startsWith(QStringLiteral("¿Deshacer el proceso ")))
+        << question.toStdString();
+    EXPECT_TRUE(Books(home.path() / "demo") == saved);
+    answer = QMessageBox::Yes;
+    window->ShowRuns(true);
+    EXPECT_TRUE(Books(home.path() / "demo") == unsaved);
+    EXPECT_TRUE(window->statusText().contains(QStringLiteral("deshecho: 1 cuenta, ")))
+        << window->statusText().toStdString();
+    // The grids no longer show the books: they are emptied, the account stays active.
+    EXPECT_EQ(w->CTA.text(), code);
+    EXPECT_EQ(w->SGrid1.Rows() + w->SGrid2.Rows(), 2);
+    EXPECT_EQ(window->gridModel(1)->rowCount(), 1);
+
+    // The list shows both processes, newest first; undoing the undo saves the account again.
+    int listed = 0;
+    port->onDialog = [&](QDialog& d) {
+        if (auto* runs = dynamic_cast<RunsDialog*>(&d)) {
+            listed = runs->table()->rowCount();
+            runs->table()->selectRow(0);
+            runs->undoButton()->click();
+            return;
+        }
+        static_cast<QMessageBox&>(d).button(QMessageBox::Yes)->click();
+    };
+    QTest::mouseClick(window->runsButton(), Qt::LeftButton);
+    port->onDialog = nullptr;
+    EXPECT_EQ(listed, 2);
+    EXPECT_TRUE(Books(home.path() / "demo") == saved);
 }
 
 TEST_F(Workflow, EnterInTheMaskBoxListsTheAccountsAndOtherKeysAreFiltered) {

@@ -1,10 +1,10 @@
-#include "group/detail_window.h"
+#include "ui/detail_window.h"
 
 #include <cmath>
 
-#include "group/reference_rows.h"
 #include "host/conversions.h"
 #include "host/utf8.h"
+#include "ui/group_handlers.h"
 #include "ui/pndra.h"
 
 namespace pendara {

@@ -1,4 +1,4 @@
-#include "ui/gauge.h"
+#include "host/gauge.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "ui/gauge.h"
+#include "host/gauge.h"
 
 #include <cfenv>
 #include <cmath>
@@ -39,6 +39,20 @@ void Gauge::Update(std::int32_t value, std::optional<std::int32_t> maximum) {
     auto y = static_cast<long long>(std::nearbyint(s.ScaleHeight() - s.TextHeight(text))) / 2;
     s.PrintText(static_cast<double>(x), static_cast<double>(y), text);
     s.Refresh();
+}
+
+Progress GaugeProgress(Gauge& gauge) {
+    return [&gauge, shown = -2](std::int32_t value, std::int32_t maximum) mutable {
+        if (value == -1 || maximum <= 0) {
+            gauge.Update(value);
+            shown = -2;
+            return;
+        }
+        int p = Gauge::Percent(value, maximum);
+        if (p == shown) return;
+        shown = p;
+        gauge.Update(value, maximum);
+    };
 }
 
 }  // namespace pendara

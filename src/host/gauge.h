@@ -3,6 +3,7 @@
 // the main window hands over at start.
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 
 #include "host/desktop_port.h"
@@ -28,5 +29,12 @@ class Gauge {
   private:
     GaugeSurface* surface_ = nullptr;
 };
+
+// How a long operation reports its progress, as the gauge takes it: (-1, 0) starts, (value,
+// maximum) shows value/maximum, (0, 0) clears.
+using Progress = std::function<void(std::int32_t value, std::int32_t maximum)>;
+
+// A progress drawn on the gauge, redrawn only when the percentage it shows changes.
+Progress GaugeProgress(Gauge& gauge);
 
 }  // namespace pendara

@@ -1,0 +1,47 @@
+#include "services/report.h"
+
+#include "companies/catalogue.h"
+#include "companies/session.h"
+#include "host/conversions.h"
+#include "host/paths.h"
+#include "host/qv_file_control.h"
+
+namespace pendara {
+
+Report GenerateReport(Session& s, const ReportOptions& options, const Progress& progress,
+                      const std::function<void()>& afterAccount) {
+    auto report = [&progress](std::int32_t value, std::int32_t maximum) {
+        if (progress) progress(value, maximum);
+    };
+    QvFileControl2 chart;
+    std::int32_t status = 0;
+    chart.OpenFile(ChartFile(FolderOf(s.ActiveCompanyFile), CompanyCode(s.ActiveCompanyFile)), "",
+                   status);
+    chart.SetFilter(ChartFilter(options.fromAccount, options.toAccount, options.mask));
+    chart.MoveFirst();
+
+    Report r;
+    r.title = kReportTitle;
+    r.columns = kReportColumns;
+    r.alignments = kReportAlignments;
+    r.destination = options.destination;
+    report(-1, 0);
+    // Nothing is written while the report runs, so the selection's size does not change.
+    const std::int32_t selected = chart.GetRecordCount();
+    std::int32_t done = 0;
+    while (!chart.IsEof()) {
+        const std::string account = Trim(chart.GetFieldByName("Cuenta"));
+        r.accounts.push_back(DoInforme(s, account, options));
+        ++done;
+        report(done, selected);
+        if (afterAccount) afterAccount();
+        chart.MoveNext();
+    }
+    report(0, 0);
+    chart.CloseFile();
+    r.date = DateText(TodaySystemText());
+    r.companyName = CleanName(s.ActiveCompanyFile);
+    return r;
+}
+
+}  // namespace pendara

@@ -1,0 +1,20 @@
+#pragma once
+// The open-items and matching report over the accounts of the active company's chart.
+
+#include <functional>
+
+#include "host/gauge.h"
+#include "model/report.h"
+#include "reports/report.h"
+
+namespace pendara {
+
+class Session;
+
+// The report of every posting account of the chart in the options' range (Informe_Click after
+// its dialog): one AccountReport per account, in chart order, dated today. `afterAccount` runs
+// after each account (the window lets pending events through).
+Report GenerateReport(Session& s, const ReportOptions& options, const Progress& progress = {},
+                      const std::function<void()>& afterAccount = {});
+
+}  // namespace pendara
