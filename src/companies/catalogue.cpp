@@ -79,6 +79,8 @@ void LoadEmp(Session& s, const std::string& empresa,
 }
 
 void OpenEmp(Session& s, QvOLE70& server, const std::string& empresa, bool& ok) {
+    // The key kept from another company is tried silently; a key typed for this one is not.
+    bool typed = false;
     for (;;) {
         try {
             server.OpenCompany(empresa, s.AccessKey);
@@ -90,7 +92,10 @@ void OpenEmp(Session& s, QvOLE70& server, const std::string& empresa, bool& ok) 
                 throw ProgramEnd{1};
             }
         }
+        if (typed && !s.AccessKey.empty())
+            s.port.MsgBox("Clave de acceso incorrecta", kVbExclamation, "");
         s.AccessKey = s.Lib().InputText("Clave de acesso para " + empresa, 21, 4, "", "", 0);
+        typed = true;
         if (s.AccessKey.empty()) throw ProgramEnd{0};
     }
 }

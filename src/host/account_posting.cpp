@@ -350,10 +350,6 @@ std::string DescribeConflict(const RowConflict& c) {
     return c.company + ", registro " + std::to_string(c.record) + ": " + parts;
 }
 
-std::string WaitingMessage(const std::string& file) {
-    return "Esperando a que otro puesto libere " + file + "...";
-}
-
 // --- PostingRun ----------------------------------------------------------------------------------
 
 struct PostingRun::Impl {

@@ -35,6 +35,7 @@
 #include <vector>
 
 #include "host/run_journal.h"
+#include "host/waits.h"
 
 namespace pendara {
 
@@ -83,19 +84,6 @@ struct PostResult {
     // Not empty: the account was refused and nothing was written.
     std::vector<RowConflict> conflicts;
 };
-
-// How long a write waits for an entries file that another process is writing.
-struct WaitPolicy {
-    std::chrono::milliseconds limit{30000};
-    std::chrono::milliseconds noticeAfter{2000};
-    std::chrono::milliseconds poll{100};
-    // Called on every poll once noticeAfter has passed, with the file and the time waited;
-    // false gives up at once. Runs on the caller's thread between polls.
-    std::function<bool(const std::string& file, std::chrono::milliseconds waited)> onWait;
-};
-
-// "Esperando a que otro puesto libere FICHERO..."
-std::string WaitingMessage(const std::string& file);
 
 struct PostingOptions {
     WaitPolicy wait;

@@ -3,9 +3,11 @@
 #include <sqlite3.h>
 
 #include <filesystem>
+#include <set>
 
 #include "host/company_file.h"
 #include "host/conversions.h"
+#include "host/crypt_vfs.h"
 #include "host/errors.h"
 #include "host/paths.h"
 #include "host/store.h"
@@ -17,6 +19,40 @@ namespace {
 // Above this many new entries on an empty file the indexes are rebuilt once at the end, which
 // is several times faster than keeping them up to date row by row.
 constexpr std::size_t kBulkRows = 100000;
+
+// The first thing wrong with an entry, as "campo X: ..." ("" when it may be stored).
+std::string EntryProblem(const EntryRecord& e, std::int32_t* date) {
+    const FileCatalogue& cat = EntriesCatalogue();
+    auto text = [&](const char* name, const std::string& value) -> std::string {
+        const FieldDef* f = cat.ByName(name);
+        std::string p = TextProblem(value, f->maxChars);
+        return p.empty() ? p
+                         : std::string("campo ") + f->name + " " + QuotedValue(value) + ": " + p;
+    };
+    for (const auto& [name, value] :
+         {std::pair<const char*, const std::string*>{"Cuenta", &e.cuenta},
+          {"Campo2", &e.campo2},
+          {"Asiento", &e.asiento},
+          {"Descripcion", &e.descripcion},
+          {"Marca", &e.marca},
+          {"Tipo", &e.tipo},
+          {"Campo14", &e.campo14},
+          {"Campo22", &e.campo22},
+          {"Referencia punteo", &e.referencia}})
+        if (std::string p = text(name, *value); !p.empty()) return p;
+    if (Trim(e.cuenta).empty()) return "falta la cuenta";
+    *date = 0;
+    if (!Trim(e.fecha).empty()) {
+        std::optional<std::int32_t> d = ParseDayFirstDate(e.fecha);
+        if (!d) return "fecha incorrecta " + QuotedValue(e.fecha);
+        if (std::string p = DateProblem(*d); !p.empty())
+            return "fecha " + QuotedValue(e.fecha) + ": " + p;
+        *date = *d;
+    }
+    if (std::string p = DebeHaberProblem(e.debeHaber); !p.empty()) return p;
+    if (std::string p = AmountProblem(e.importe); !p.empty()) return p;
+    return "";
+}
 
 std::string ExistingDataFile(const std::string& path) {
     std::error_code ec;
@@ -55,6 +91,9 @@ void CreateCompany(const std::string& companyFile, const CompanyDetails& details
     h.year = details.year;
     h.previous = PreviousLink(companyFile, details.previous);
     SetAccessKey(h, details.key);
+    // The creator knows the key: the new data files are encrypted with it.
+    if (h.hasKey) RegisterDataKey(h.salt, DeriveKeys(details.key, h.salt, h.keyCost).data);
+    const Salt* salt = h.hasKey ? &h.salt : nullptr;
     std::string folder = FolderOf(companyFile);
     // Another company with the same code in this folder would share its data files.
     for (const std::string& data :
@@ -64,17 +103,37 @@ void CreateCompany(const std::string& companyFile, const CompanyDetails& details
                             ": otra empresa de esta carpeta usa el código " + details.code);
     if (!folder.empty()) std::filesystem::create_directories(folder, ec);
     // The data files first: a company file is only there once its data files are.
-    CreateDataFile(folder + "extra" + details.code + ".qvd", FileKind::Entries);
-    CreateDataFile(folder + "Planc" + details.code + ".qvd", FileKind::Chart);
+    CreateDataFile(folder + "extra" + details.code + ".qvd", FileKind::Entries, salt);
+    CreateDataFile(folder + "Planc" + details.code + ".qvd", FileKind::Chart, salt);
     CreateCompanyFile(companyFile, h);
 }
 
 void AddAccounts(const std::string& companyFile, const std::vector<ChartAccount>& accounts) {
+    const FileCatalogue& cat = ChartCatalogue();
+    std::set<std::string> added;
+    for (const ChartAccount& a : accounts) {
+        const std::string where = "Cuenta " + QuotedValue(a.cuenta) + " del plan de cuentas: ";
+        for (const auto& [name, value] :
+             {std::pair<const char*, const std::string*>{"Cuenta", &a.cuenta},
+              {"Nombre", &a.nombre}})
+            if (std::string p = TextProblem(*value, cat.ByName(name)->maxChars); !p.empty())
+                throw HostError(where + "campo " + cat.ByName(name)->name + ": " + p);
+        if (Trim(a.cuenta).empty()) throw HostError("Una cuenta del plan de cuentas está vacía");
+        if (a.nivel < 0 || a.nivel > 99) throw HostError(where + "nivel fuera de 0 a 99");
+        if (!added.insert(a.cuenta).second) throw HostError(where + "repetida");
+    }
     Db db(ExistingDataFile(ChartFileOf(companyFile)), Db::Mode::ReadWrite);
     db.Exec("BEGIN IMMEDIATE");
     try {
+        // A code twice in the chart would be listed, matched and saved twice.
+        Stmt exists(db, "SELECT 1 FROM accounts WHERE cuenta = ? LIMIT 1");
         Stmt st(db, "INSERT INTO accounts(cuenta, nombre, nivel) VALUES (?, ?, ?)");
         for (const ChartAccount& a : accounts) {
+            exists.Reset();
+            exists.Bind(1, std::string_view(a.cuenta));
+            if (exists.Step())
+                throw HostError("La cuenta " + QuotedValue(a.cuenta) +
+                                " ya está en el plan de cuentas");
             st.Reset();
             st.Bind(1, std::string_view(a.cuenta));
             st.Bind(2, std::string_view(a.nombre));
@@ -128,11 +187,8 @@ EntryWriter::~EntryWriter() {
 
 std::int32_t EntryWriter::Add(const EntryRecord& e) {
     std::int32_t date = 0;
-    if (!Trim(e.fecha).empty()) {
-        std::optional<std::int32_t> d = ParseDayFirstDate(e.fecha);
-        if (!d) throw HostError("Fecha incorrecta \"" + e.fecha + "\" en un apunte de " + e.cuenta);
-        date = *d;
-    }
+    if (std::string p = EntryProblem(e, &date); !p.empty())
+        throw HostError("Apunte de la cuenta " + QuotedValue(e.cuenta) + ": " + p);
     Stmt& st = impl_->insert;
     st.Reset();
     st.Bind(1, std::string_view(e.cuenta));
@@ -162,10 +218,11 @@ void EntryWriter::Commit() {
 }
 
 void AddEntries(const std::string& companyFile, std::vector<EntryRecord>& entries) {
-    for (std::size_t i = 0; i < entries.size(); ++i)
-        if (!Trim(entries[i].fecha).empty() && !ParseDayFirstDate(entries[i].fecha))
-            throw HostError("Apunte " + std::to_string(i + 1) + ": fecha incorrecta \"" +
-                            entries[i].fecha + "\"");
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        std::int32_t date = 0;
+        if (std::string p = EntryProblem(entries[i], &date); !p.empty())
+            throw HostError("Apunte " + std::to_string(i + 1) + ": " + p);
+    }
     EntryWriter writer(companyFile, entries.size() >= kBulkRows);
     for (EntryRecord& e : entries)
         e.registro = writer.Add(e);

@@ -1,11 +1,14 @@
 #include "host/csv.h"
 
+#include <algorithm>
 #include <cmath>
 #include <map>
+#include <set>
 
 #include "host/conversions.h"
 #include "host/errors.h"
 #include "host/store.h"
+#include "host/utf8.h"
 
 namespace pendara {
 
@@ -13,6 +16,17 @@ namespace {
 
 [[noreturn]] void LineError(int line, const std::string& what) {
     throw HostError("línea " + std::to_string(line) + ": " + what);
+}
+
+[[noreturn]] void FieldError(int line, const std::string& column, const std::string& what) {
+    throw HostError("línea " + std::to_string(line) + ", columna " + column + ": " + what);
+}
+
+// Invalid UTF-8 most often means a file saved in an 8-bit code page.
+std::string TextHint(const std::string& problem) {
+    if (problem.rfind("no es texto UTF-8", 0) == 0)
+        return problem + "; un fichero en Latin-1 o Windows-1252 se importa con --encoding";
+    return problem;
 }
 
 enum class Col {
@@ -69,9 +83,10 @@ std::vector<Col> Header(const std::vector<CsvRecord>& records, const ColName (&k
         const ColName* found = nullptr;
         for (const ColName& k : known)
             if (EqualsNoCase(name, k.name)) found = &k;
-        if (!found) LineError(records[0].line, "columna desconocida \"" + name + "\"");
+        if (!found) LineError(records[0].line, "columna desconocida " + QuotedValue(name));
         for (Col c : cols)
-            if (c == found->col) LineError(records[0].line, "columna repetida \"" + name + "\"");
+            if (c == found->col)
+                LineError(records[0].line, "columna repetida " + QuotedValue(name));
         cols.push_back(found->col);
     }
     return cols;
@@ -93,6 +108,22 @@ CsvReader::CsvReader(std::string_view text, char separator) : text_(text), sep_(
     if (text_.substr(0, 3) == "\xEF\xBB\xBF") text_.remove_prefix(3);
 }
 
+void CsvReader::SetColumns(std::vector<std::string> names, std::vector<std::size_t> maxChars) {
+    names_ = std::move(names);
+    maxChars_ = std::move(maxChars);
+}
+
+void CsvReader::FieldTooLong(int line, std::size_t index) const {
+    const std::size_t chars = index < maxChars_.size() ? maxChars_[index] : 0;
+    std::string what =
+        "pasa de " +
+        std::to_string(chars ? std::min(4 * chars, kMaxCsvFieldBytes) : kMaxCsvFieldBytes) +
+        " bytes";
+    if (chars) what += "; el máximo es " + std::to_string(chars) + " caracteres";
+    if (index < names_.size()) FieldError(line, names_[index], what);
+    LineError(line, "el campo " + std::to_string(index + 1) + " " + what);
+}
+
 bool CsvReader::Next(CsvRecord& rec) {
     std::string_view text = text_;
     const char sep = sep_;
@@ -104,6 +135,10 @@ bool CsvReader::Next(CsvRecord& rec) {
     std::string field;
     for (;;) {
         field.clear();
+        const std::size_t index = rec.fields.size();
+        const std::size_t chars = index < maxChars_.size() ? maxChars_[index] : 0;
+        const std::size_t limit =
+            chars ? std::min(4 * chars, kMaxCsvFieldBytes) : kMaxCsvFieldBytes;
         if (i < text.size() && text[i] == '"') {
             int startLine = line;
             ++i;
@@ -121,6 +156,7 @@ bool CsvReader::Next(CsvRecord& rec) {
                     if (c == '\n') ++line;
                     field += c;
                 }
+                if (field.size() > limit) FieldTooLong(startLine, index);
             }
             if (i < text.size() && text[i] != sep && text[i] != '\r' && text[i] != '\n')
                 LineError(line, "texto después de unas comillas de cierre");
@@ -128,7 +164,7 @@ bool CsvReader::Next(CsvRecord& rec) {
             std::size_t start = i;
             while (i < text.size() && text[i] != sep && text[i] != '\r' && text[i] != '\n') {
                 if (text[i] == '"') LineError(line, "comillas dentro de un campo sin comillas");
-                ++i;
+                if (++i - start > limit) FieldTooLong(line, index);
             }
             field.assign(text.substr(start, i - start));
         }
@@ -165,21 +201,67 @@ std::string CsvField(const std::string& value, char sep) {
 
 namespace {
 
+// The store's field for a column of the entries file, and the column's name in messages.
+const FieldDef& EntryField(Col col) {
+    const FileCatalogue& cat = EntriesCatalogue();
+    switch (col) {
+        case Col::Cuenta:
+            return *cat.ByName("Cuenta");
+        case Col::Fecha:
+            return *cat.ByName("Fecha");
+        case Col::Campo2:
+            return *cat.ByName("Campo2");
+        case Col::Asiento:
+            return *cat.ByName("Asiento");
+        case Col::Descripcion:
+            return *cat.ByName("Descripcion");
+        case Col::DebeHaber:
+            return *cat.ByName("DebeHaber");
+        case Col::Importe:
+            return *cat.ByName("Importe");
+        case Col::Marca:
+            return *cat.ByName("Marca");
+        case Col::Tipo:
+            return *cat.ByName("Tipo");
+        case Col::Campo14:
+            return *cat.ByName("Campo14");
+        case Col::Campo22:
+            return *cat.ByName("Campo22");
+        case Col::Referencia:
+            return *cat.ByName("Referencia punteo");
+        default:
+            break;
+    }
+    static const FieldDef registro{0, "Registro", nullptr, "id", FieldType::Text, 0};
+    return registro;
+}
+
 EntryRecord EntryFromRecord(const CsvRecord& rec, const std::vector<Col>& cols) {
     CheckWidth(rec, cols.size());
     EntryRecord e;
     std::string debeHaber;
+    bool hasDebeHaber = false;
     for (std::size_t k = 0; k < cols.size(); ++k) {
         const std::string& v = rec.fields[k];
+        if (cols[k] == Col::Registro) continue;
+        const FieldDef& f = EntryField(cols[k]);
+        auto bad = [&](const std::string& what) { FieldError(rec.line, f.name, what); };
+        if (f.type == FieldType::Text) {
+            if (std::string p = TextProblem(v, f.maxChars); !p.empty())
+                bad(QuotedValue(v) + " " + TextHint(p));
+        }
         switch (cols[k]) {
             case Col::Cuenta:
                 e.cuenta = Trim(v);
                 break;
-            case Col::Fecha:
-                if (!Trim(v).empty() && !ParseDayFirstDate(v))
-                    LineError(rec.line, "fecha incorrecta \"" + v + "\" (dd/mm/aa o dd/mm/aaaa)");
+            case Col::Fecha: {
+                if (Trim(v).empty()) break;
+                std::optional<std::int32_t> d = ParseDayFirstDate(v);
+                if (!d) bad("fecha incorrecta " + QuotedValue(v) + " (dd/mm/aa o dd/mm/aaaa)");
+                if (std::string p = DateProblem(*d); !p.empty()) bad(QuotedValue(v) + ": " + p);
                 e.fecha = Trim(v);
                 break;
+            }
             case Col::Campo2:
                 e.campo2 = v;
                 break;
@@ -191,11 +273,13 @@ EntryRecord EntryFromRecord(const CsvRecord& rec, const std::vector<Col>& cols) 
                 break;
             case Col::DebeHaber:
                 debeHaber = Trim(v);
+                hasDebeHaber = !debeHaber.empty();
                 break;
             case Col::Importe: {
                 if (Trim(v).empty()) break;
                 std::optional<double> n = ParsePlainNumber(v);
-                if (!n) LineError(rec.line, "importe incorrecto \"" + v + "\"");
+                if (!n) bad("importe incorrecto " + QuotedValue(v));
+                if (std::string p = AmountProblem(*n); !p.empty()) bad(QuotedValue(v) + ": " + p);
                 e.importe = *n;
                 break;
             }
@@ -219,22 +303,32 @@ EntryRecord EntryFromRecord(const CsvRecord& rec, const std::vector<Col>& cols) 
         }
     }
     if (e.cuenta.empty()) LineError(rec.line, "falta la cuenta");
-    if (debeHaber.empty()) {
+    if (!hasDebeHaber) {
         e.debeHaber = e.importe < 0 ? 2 : 1;
+    } else if (debeHaber == "1" || debeHaber == "2") {
+        e.debeHaber = debeHaber[0] - '0';
     } else {
-        std::optional<double> n = ParsePlainNumber(debeHaber);
-        if (!n || *n != std::floor(*n) || std::fabs(*n) > 1e9)
-            LineError(rec.line, "indicador debe/haber incorrecto \"" + debeHaber + "\"");
-        e.debeHaber = static_cast<std::int32_t>(*n);
+        FieldError(
+            rec.line, "DebeHaber",
+            "indicador debe/haber incorrecto " + QuotedValue(debeHaber) + " (1 debe, 2 haber)");
     }
     return e;
 }
 
-// The header's columns, read from the first record of `reader`.
+// The header's columns, read from the first record of `reader`; the reader then knows their
+// names and limits.
 std::vector<Col> EntryHeader(CsvReader& reader) {
     std::vector<CsvRecord> first(1);
     if (!reader.Next(first[0])) first.clear();
-    return Header(first, kEntryColumns);
+    std::vector<Col> cols = Header(first, kEntryColumns);
+    std::vector<std::string> names;
+    std::vector<std::size_t> limits;
+    for (Col c : cols) {
+        names.push_back(EntryField(c).name);
+        limits.push_back(EntryField(c).maxChars);
+    }
+    reader.SetColumns(std::move(names), std::move(limits));
+    return cols;
 }
 
 }  // namespace
@@ -249,29 +343,65 @@ std::vector<EntryRecord> ParseEntriesCsv(const std::string& text) {
     return out;
 }
 
-std::vector<ChartAccount> ParseChartCsv(const std::string& text) {
-    std::vector<CsvRecord> records = ParseCsv(text);
-    std::vector<Col> cols = Header(records, kChartColumns);
-    std::vector<ChartAccount> out;
-    for (std::size_t r = 1; r < records.size(); ++r) {
-        const CsvRecord& rec = records[r];
+namespace {
+
+// The accounts of a chart file, each with the line it came from.
+std::vector<std::pair<int, ChartAccount>> ChartLines(const std::string& text) {
+    CsvReader reader(text);
+    std::vector<CsvRecord> first(1);
+    if (!reader.Next(first[0])) first.clear();
+    std::vector<Col> cols = Header(first, kChartColumns);
+    const FileCatalogue& cat = ChartCatalogue();
+    auto fieldOf = [&](Col c) -> const FieldDef& {
+        return *cat.ByName(c == Col::Cuenta ? "Cuenta" : c == Col::Nombre ? "Nombre" : "Nivel");
+    };
+    std::vector<std::string> names;
+    std::vector<std::size_t> limits;
+    for (Col c : cols) {
+        names.push_back(fieldOf(c).name);
+        limits.push_back(fieldOf(c).maxChars);
+    }
+    reader.SetColumns(names, limits);
+    std::vector<std::pair<int, ChartAccount>> out;
+    std::map<std::string, int> seen;
+    CsvRecord rec;
+    while (reader.Next(rec)) {
         if (Blank(rec)) continue;
         CheckWidth(rec, cols.size());
         ChartAccount a;
         for (std::size_t k = 0; k < cols.size(); ++k) {
             const std::string& v = rec.fields[k];
+            const FieldDef& f = fieldOf(cols[k]);
+            if (f.type == FieldType::Text) {
+                if (std::string p = TextProblem(v, f.maxChars); !p.empty())
+                    FieldError(rec.line, f.name, QuotedValue(v) + " " + TextHint(p));
+            }
             if (cols[k] == Col::Cuenta) a.cuenta = Trim(v);
             if (cols[k] == Col::Nombre) a.nombre = v;
             if (cols[k] == Col::Nivel && !Trim(v).empty()) {
                 std::optional<double> n = ParsePlainNumber(v);
                 if (!n || *n != std::floor(*n) || *n < 0 || *n > 99)
-                    LineError(rec.line, "nivel incorrecto \"" + v + "\"");
+                    FieldError(rec.line, f.name,
+                               "nivel incorrecto " + QuotedValue(v) + " (0 a 99)");
                 a.nivel = static_cast<std::int32_t>(*n);
             }
         }
         if (a.cuenta.empty()) LineError(rec.line, "falta la cuenta");
-        out.push_back(std::move(a));
+        if (auto [it, added] = seen.emplace(a.cuenta, rec.line); !added)
+            FieldError(rec.line, "Cuenta",
+                       "la cuenta " + QuotedValue(a.cuenta) + " ya está en la línea " +
+                           std::to_string(it->second));
+        out.emplace_back(rec.line, std::move(a));
     }
+    return out;
+}
+
+}  // namespace
+
+std::vector<ChartAccount> ParseChartCsv(const std::string& text) {
+    std::vector<ChartAccount> out;
+    for (auto& [line, account] : ChartLines(text))
+        out.push_back(std::move(account));
     return out;
 }
 
@@ -285,7 +415,12 @@ std::size_t ImportEntriesCsv(const std::string& companyFile, const std::string& 
     CsvRecord rec;
     while (reader.Next(rec)) {
         if (Blank(rec)) continue;
-        writer.Add(EntryFromRecord(rec, cols));
+        EntryRecord e = EntryFromRecord(rec, cols);
+        try {
+            writer.Add(e);
+        } catch (const HostError& err) {
+            LineError(rec.line, err.description());
+        }
         ++n;
     }
     writer.Commit();
@@ -293,9 +428,28 @@ std::size_t ImportEntriesCsv(const std::string& companyFile, const std::string& 
 }
 
 std::size_t ImportChartCsv(const std::string& companyFile, const std::string& text) {
-    std::vector<ChartAccount> accounts = ParseChartCsv(text);
+    std::vector<std::pair<int, ChartAccount>> lines = ChartLines(text);
+    std::set<std::string> existing;
+    for (const ChartAccount& a : ReadAccounts(companyFile))
+        existing.insert(a.cuenta);
+    std::vector<ChartAccount> accounts;
+    for (auto& [line, a] : lines) {
+        if (existing.count(a.cuenta))
+            FieldError(line, "Cuenta",
+                       "la cuenta " + QuotedValue(a.cuenta) + " ya está en el plan de cuentas");
+        accounts.push_back(std::move(a));
+    }
     AddAccounts(companyFile, accounts);
     return accounts.size();
+}
+
+std::string CsvTextFromEncoding(std::string text, const std::string& encoding) {
+    const std::string name = Upper(Trim(encoding));
+    if (name == "UTF8" || name == "UTF-8") return text;
+    if (name == "LATIN1" || name == "LATIN-1" || name == "ISO-8859-1") return Latin1ToUtf8(text);
+    if (name == "CP1252" || name == "WINDOWS-1252") return Latin1ToUtf8(text, true);
+    throw HostError("codificación desconocida " + QuotedValue(encoding) +
+                    " (utf8, latin1 o cp1252)");
 }
 
 std::string ExportEntriesCsv(const std::string& companyFile, const std::string& account) {

@@ -233,10 +233,9 @@ struct QvFileControl2::Impl {
 
     // The value as it will be read back, checked against the field's type.
     void BindValue(Stmt& st, int i, const FieldDef& f, const std::string& value) const {
-        auto bad = [&](const char* what) {
-            return HostError("Valor \"" + value + "\" incorrecto para el campo " + f.name + " (" +
-                             what + ") en " + db->path());
-        };
+        if (std::string problem = FieldValueProblem(f, value); !problem.empty())
+            throw HostError("Valor " + QuotedValue(value) + " incorrecto para el campo " + f.name +
+                            " (" + problem + ") en " + db->path());
         switch (f.type) {
             case FieldType::Text:
                 st.Bind(i, std::string_view(value));
@@ -248,7 +247,6 @@ struct QvFileControl2::Impl {
                     return;
                 }
                 std::optional<double> n = ParsePlainNumber(value);
-                if (!n) throw bad("no es un número");
                 if (f.type == FieldType::Integer)
                     st.Bind(i, static_cast<std::int64_t>(std::llround(*n)));
                 else
@@ -260,9 +258,7 @@ struct QvFileControl2::Impl {
                     st.Bind(i, std::int64_t{0});
                     return;
                 }
-                std::optional<std::int32_t> d = ParseDayFirstDate(value);
-                if (!d) throw bad("no es una fecha dd/mm/aa");
-                st.Bind(i, static_cast<std::int64_t>(*d));
+                st.Bind(i, static_cast<std::int64_t>(*ParseDayFirstDate(value)));
                 return;
             }
         }

@@ -4,8 +4,10 @@
 #include <filesystem>
 
 #include "host/company_file.h"
+#include "host/company_keys.h"
 #include "host/company_store.h"
 #include "host/conversions.h"
+#include "host/crypt_vfs.h"
 #include "host/errors.h"
 #include "host/paths.h"
 #include "host/store.h"
@@ -40,10 +42,19 @@ void QvOLE70::OpenCompany(const std::string& companyFile, const std::string& acc
     CloseCompany();
     std::string file = ExistingCompanyFile(companyFile);
     CompanyHeader h = ReadCompanyHeader(file);
-    if (!CheckAccessKey(h, accessKey))
-        throw HostError(kErrAccessKey, accessKey.empty()
-                                           ? "La empresa " + companyFile + " tiene clave de acceso"
-                                           : "Clave de acceso incorrecta para " + companyFile);
+    if (FinishKeyChange(file, h.code)) h = ReadCompanyHeader(file);
+    if (h.hasKey) {
+        if (h.version < 2)
+            throw HostError("La empresa " + companyFile +
+                            " tiene una clave de acceso de una versión anterior: póngale una "
+                            "nueva con \"qvdata change-key\"");
+        if (accessKey.empty())
+            throw HostError(kErrAccessKey, "La empresa " + companyFile + " tiene clave de acceso");
+        if (!VerifyAccessKey(file, accessKey))
+            throw HostError(kErrAccessKey, "Clave de acceso incorrecta para " + companyFile);
+        // From now on this process can read and write the company's encrypted data files.
+        RegisterDataKey(h.salt, DeriveKeys(accessKey, h.salt, h.keyCost).data);
+    }
     Impl& m = *impl_;
     m.file = file;
     m.header = std::move(h);

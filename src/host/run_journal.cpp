@@ -20,6 +20,7 @@
 #endif
 
 #include "host/company_file.h"
+#include "host/crypt_vfs.h"
 #include "host/errors.h"
 #include "host/paths.h"
 #include "host/store.h"
@@ -265,7 +266,11 @@ struct RunJournal::Impl {
 
 std::string RunJournal::PathFor(const std::string& firstCompanyFile) {
     std::string file = ExistingCompanyFile(firstCompanyFile);
-    return FolderOf(file) + "diario" + ReadCompanyCode(file) + ".qvj";
+    return PathFor(file, ReadCompanyCode(file));
+}
+
+std::string RunJournal::PathFor(const std::string& firstCompanyFile, const std::string& code) {
+    return FolderOf(firstCompanyFile) + "diario" + code + ".qvj";
 }
 
 bool RunJournal::Exists(const std::string& firstCompanyFile) {
@@ -287,6 +292,18 @@ RunJournal::RunJournal(const std::string& firstCompanyFile, bool create)
         throw HostError("No hay diario de ejecuciones en " + m.path);
     m.folder =
         (fs::path(Canonical(FolderOf(m.path).empty() ? "." : FolderOf(m.path))) / "").string();
+    if (create && !fs::exists(m.path, ec)) {
+        // The journal of a protected company holds its references and marks: it is encrypted as
+        // the company's data files are, and opens only in a process that gave the key.
+        const CompanyHeader h = ReadCompanyHeader(m.company);
+        if (h.hasKey && h.version >= 2) {
+            try {
+                CreateEncryptedFile(m.path, h.salt);
+            } catch (const HostError&) {
+                if (!fs::exists(m.path, ec)) throw;  // else another process made it first
+            }
+        }
+    }
     m.db = std::make_unique<Db>(m.path, create ? Db::Mode::Create : Db::Mode::ReadWrite);
     // Only an account's intent needs to reach the disk at once (RecordIntent syncs it); the
     // rest may follow with the next sync.

@@ -59,6 +59,8 @@ class RunJournal {
   public:
     // The journal file of the chain whose earliest company file is `firstCompanyFile`.
     static std::string PathFor(const std::string& firstCompanyFile);
+    // The same for a company file whose code is known (without reading the file).
+    static std::string PathFor(const std::string& firstCompanyFile, const std::string& code);
     static bool Exists(const std::string& firstCompanyFile);
 
     // Opens the journal; `create` makes it when missing (otherwise a missing journal is a

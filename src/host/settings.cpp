@@ -1,10 +1,14 @@
 #include "host/settings.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <mutex>
+#include <set>
 #include <sstream>
 #include <utility>
 #include <vector>
@@ -12,6 +16,8 @@
 #include "host/conversions.h"
 #include "host/desktop_port.h"
 #include "host/errors.h"
+#include "host/notices.h"
+#include "host/paths.h"
 #include "host/utf8.h"
 
 #ifdef _WIN32
@@ -19,6 +25,7 @@
 #else
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #endif
 
@@ -74,25 +81,38 @@ bool ReadQuoted(const std::string& s, std::size_t& i, std::string& out) {
     return false;
 }
 
-std::vector<Section> Parse(const std::string& text, const std::string& prefix) {
+// Parses the whole file; a line this store never writes makes it damaged (`problem` says
+// where), since writing it back would lose that line's value silently.
+std::vector<Section> Parse(const std::string& text, const std::string& prefix,
+                           std::string& problem) {
     std::vector<Section> sections;
+    problem.clear();
+    if (text.find('\0') != std::string::npos) {
+        problem = "contiene bytes nulos";
+        return {};
+    }
     std::istringstream in(text);
     std::string line;
+    int number = 0;
     while (std::getline(in, line)) {
+        ++number;
         if (!line.empty() && line.back() == '\r') line.pop_back();
+        if (line.empty() || line[0] == ';') continue;
         if (line.size() >= 2 && line.front() == '[' && line.back() == ']') {
             std::string key = line.substr(1, line.size() - 2);
             if (key.size() >= prefix.size() && EqualsNoCase(key.substr(0, prefix.size()), prefix))
                 key = key.substr(prefix.size());
             sections.push_back({key, {}});
-        } else if (!line.empty() && line[0] == '"' && !sections.empty()) {
-            std::size_t i = 0;
-            std::string name, value;
-            if (!ReadQuoted(line, i, name) || i >= line.size() || line[i] != '=') continue;
-            ++i;
-            if (!ReadQuoted(line, i, value)) continue;
-            sections.back().values.emplace_back(name, value);
+            continue;
         }
+        std::size_t i = 0;
+        std::string name, value;
+        if (line[0] != '"' || sections.empty() || !ReadQuoted(line, i, name) || i >= line.size() ||
+            line[i] != '=' || !ReadQuoted(line, ++i, value) || i != line.size()) {
+            problem = "línea " + std::to_string(number) + " incomprensible";
+            return {};
+        }
+        sections.back().values.emplace_back(name, value);
     }
     return sections;
 }
@@ -164,20 +184,49 @@ class FileLock {
     bool ok_ = false;
 };
 
-bool ReadWhole(const std::string& path, std::string& out) {
+// The file's text; false when it exists but cannot be read (`why` says why). A missing file
+// reads as empty.
+bool ReadWhole(const std::string& path, std::string& out, std::string& why) {
+    out.clear();
+    std::error_code ec;
+    if (!fs::exists(path, ec)) return true;
     std::ifstream in(path, std::ios::binary);
-    if (!in) return false;
+    if (!in) {
+        why = std::strerror(errno);
+        return false;
+    }
     std::ostringstream ss;
     ss << in.rdbuf();
+    if (in.bad()) {
+        why = "error de lectura";
+        return false;
+    }
     out = ss.str();
     return true;
 }
 
+std::string TempPrefix(const std::string& path) {
+    return FileNameOf(path) + ".tmp";
+}
+
+// Temporary files of writers that died before their rename. Called under the exclusive lock,
+// when no writer of this store is half-way.
+void RemoveStaleTemporaries(const std::string& path) {
+    std::error_code ec;
+    fs::path dir = fs::path(path).parent_path();
+    const std::string prefix = TempPrefix(path);
+    for (fs::directory_iterator it(dir.empty() ? fs::path(".") : dir, ec), end; !ec && it != end;
+         it.increment(ec)) {
+        const std::string name = it->path().filename().string();
+        if (name.rfind(prefix, 0) == 0) fs::remove(it->path(), ec);
+    }
+}
+
+// Replaces the file by a temporary one renamed over it, with the permissions the file had
+// (new files are for their user only).
 bool WriteAtomically(const std::string& path, const std::string& text) {
-    std::string tmp = path + ".tmp";
-#ifndef _WIN32
-    tmp += "." + std::to_string(::getpid());
-#endif
+    std::string tmp = FolderOf(path) + TempPrefix(path);
+#ifdef _WIN32
     {
         std::ofstream out(tmp, std::ios::binary | std::ios::trunc);
         if (!out) return false;
@@ -185,20 +234,61 @@ bool WriteAtomically(const std::string& path, const std::string& text) {
         out.flush();
         if (!out) return false;
     }
-#ifdef _WIN32
     return MoveFileExA(tmp.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING) != 0;
 #else
-    int fd = ::open(tmp.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd >= 0) {
-        ::fsync(fd);
-        ::close(fd);
+    tmp += "." + std::to_string(::getpid());
+    mode_t mode = 0600;
+    struct stat st {};
+    if (::stat(path.c_str(), &st) == 0) mode = st.st_mode & 07777;
+    int fd = ::open(tmp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode);
+    if (fd < 0) return false;
+    bool ok = ::fchmod(fd, mode) == 0;
+    for (std::size_t done = 0; ok && done < text.size();) {
+        ssize_t n = ::write(fd, text.data() + done, text.size() - done);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0)
+            ok = false;
+        else
+            done += static_cast<std::size_t>(n);
     }
-    if (std::rename(tmp.c_str(), path.c_str()) != 0) {
+    ok = ok && ::fsync(fd) == 0;
+    ok = ::close(fd) == 0 && ok;
+    if (!ok || std::rename(tmp.c_str(), path.c_str()) != 0) {
         std::remove(tmp.c_str());
         return false;
     }
     return true;
 #endif
+}
+
+// Where a damaged file is kept: beside it, named with the time it was put aside.
+std::string AsideName(const std::string& path) {
+    std::time_t now = std::time(nullptr);
+    std::tm local{};
+#ifdef _WIN32
+    localtime_s(&local, &now);
+#else
+    localtime_r(&now, &local);
+#endif
+    char stamp[32];
+    std::strftime(stamp, sizeof stamp, "%Y%m%d-%H%M%S", &local);
+    std::string aside = path + ".apartado-" + stamp;
+    std::error_code ec;
+    for (int n = 2; fs::exists(aside, ec); ++n)
+        aside = path + ".apartado-" + stamp + "-" + std::to_string(n);
+    return aside;
+}
+
+// Each damaged file is reported once per process when it is read.
+void ReportUnreadable(const std::string& path, const std::string& why) {
+    static std::mutex m;
+    static std::set<std::string> told;
+    {
+        std::lock_guard<std::mutex> lock(m);
+        if (!told.insert(path).second) return;
+    }
+    Notice("El fichero de configuración " + path + " no se puede leer (" + why +
+           "): se usan los valores por omisión y no se modifica");
 }
 
 bool EnsureFolder(const std::string& file) {
@@ -229,35 +319,39 @@ std::string QuorvexHome() {
 FileSettingsBackend::FileSettingsBackend(std::string filePath, std::string sectionPrefix)
     : path_(std::move(filePath)), prefix_(std::move(sectionPrefix)) {}
 
-bool FileSettingsBackend::OpenKey(const std::string& keyPath) {
-    if (!EnsureFolder(path_)) return false;
-    {
-        FileLock lock(path_, false);
-        if (!lock.ok()) return false;
-        std::string text;
-        if (ReadWhole(path_, text)) {
-            auto sections = Parse(text, prefix_);
-            if (FindSection(sections, keyPath)) return true;
-        }
+// Reading never writes: a key that is not in the file reads as one without values, and is
+// written with the first value stored in it. The key "opens" when the store's folder is there or
+// can be made.
+bool FileSettingsBackend::OpenKey(const std::string&) {
+    std::error_code ec;
+    fs::path dir = fs::path(path_).parent_path();
+    while (!dir.empty() && !fs::exists(dir, ec)) {
+        if (dir == dir.parent_path()) break;
+        dir = dir.parent_path();
     }
-    FileLock lock(path_, true);
-    if (!lock.ok()) return false;
-    std::string text;
-    ReadWhole(path_, text);
-    auto sections = Parse(text, prefix_);
-    if (FindSection(sections, keyPath)) return true;
-    sections.push_back({keyPath, {}});
-    return WriteAtomically(path_, Render(sections, prefix_));
+    if (dir.empty()) return true;
+    if (!fs::is_directory(dir, ec)) return false;
+#ifdef _WIN32
+    return true;
+#else
+    return ::access(dir.c_str(), W_OK | X_OK) == 0;
+#endif
 }
 
 std::optional<std::string> FileSettingsBackend::Query(const std::string& keyPath,
                                                       const std::string& name) {
-    std::error_code ec;
-    if (!fs::exists(path_, ec)) return std::nullopt;
-    FileLock lock(path_, false);
-    std::string text;
-    if (!lock.ok() || !ReadWhole(path_, text)) return std::nullopt;
-    auto sections = Parse(text, prefix_);
+    // Writers replace the file by a rename, so a reader sees one whole version without a lock
+    // (and needs no lock file in a folder it may not write).
+    std::string text, why;
+    if (!ReadWhole(path_, text, why)) {
+        ReportUnreadable(path_, why);
+        return std::nullopt;
+    }
+    auto sections = Parse(text, prefix_, why);
+    if (!why.empty()) {
+        ReportUnreadable(path_, why);
+        return std::nullopt;
+    }
     Section* s = FindSection(sections, keyPath);
     if (!s) return std::nullopt;
     for (const auto& [n, v] : s->values)
@@ -270,9 +364,24 @@ bool FileSettingsBackend::Store(const std::string& keyPath, const std::string& n
     if (!EnsureFolder(path_)) return false;
     FileLock lock(path_, true);
     if (!lock.ok()) return false;
-    std::string text;
-    ReadWhole(path_, text);
-    auto sections = Parse(text, prefix_);
+    RemoveStaleTemporaries(path_);
+    std::string text, why;
+    std::vector<Section> sections;
+    if (ReadWhole(path_, text, why)) sections = Parse(text, prefix_, why);
+    if (!why.empty()) {
+        // Kept aside, never overwritten: what it held may still be read by hand.
+        const std::string aside = AsideName(path_);
+        std::error_code ec;
+        fs::rename(path_, aside, ec);
+        if (ec) {
+            Notice("El fichero de configuración " + path_ + " no se puede leer (" + why +
+                   ") ni apartar (" + ec.message() + "): no se ha guardado " + name);
+            return false;
+        }
+        Notice("El fichero de configuración " + path_ + " no se podía leer (" + why +
+               "): se ha apartado como " + aside + " y se empieza uno nuevo");
+        sections.clear();
+    }
     Section* s = FindSection(sections, keyPath);
     if (!s) {
         sections.push_back({keyPath, {}});

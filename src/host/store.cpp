@@ -2,8 +2,10 @@
 
 #include <sqlite3.h>
 
+#include <cmath>
 #include <cstring>
 #include <filesystem>
+#include <limits>
 
 #ifdef _WIN32
 #include <windows.h>
@@ -12,6 +14,7 @@
 #endif
 
 #include "host/conversions.h"
+#include "host/crypt_vfs.h"
 #include "host/errors.h"
 #include "host/numbers.h"
 #include "host/paths.h"
@@ -37,10 +40,12 @@ void LikeFunction(sqlite3_context* ctx, int, sqlite3_value** argv) {
         sqlite3_result_int(ctx, 0);
         return;
     }
-    sqlite3_result_int(
-        ctx, LikeMatch(reinterpret_cast<const char*>(text), reinterpret_cast<const char*>(pattern))
-                 ? 1
-                 : 0);
+    // By length: a text may hold a NUL byte (data written before such bytes were refused).
+    const std::string_view t(reinterpret_cast<const char*>(text),
+                             static_cast<std::size_t>(sqlite3_value_bytes(argv[0])));
+    const std::string_view p(reinterpret_cast<const char*>(pattern),
+                             static_cast<std::size_t>(sqlite3_value_bytes(argv[1])));
+    sqlite3_result_int(ctx, LikeMatch(t, p) ? 1 : 0);
 }
 
 // Patterns match character by character: "?" and "*" step over whole characters, and a lone
@@ -100,17 +105,17 @@ const FileCatalogue& EntriesCatalogue() {
         "entries",
         {
             {1, "Fecha", nullptr, "fecha", FieldType::Date},
-            {2, "Campo2", nullptr, "campo2", FieldType::Text},
-            {3, "Asiento", nullptr, "asiento", FieldType::Text},
-            {4, "Descripcion", "Descripción", "descripcion", FieldType::Text},
+            {2, "Campo2", nullptr, "campo2", FieldType::Text, 50},
+            {3, "Asiento", nullptr, "asiento", FieldType::Text, 20},
+            {4, "Descripcion", "Descripción", "descripcion", FieldType::Text, 255},
             {5, "DebeHaber", nullptr, "debe_haber", FieldType::Integer},
             {6, "Importe", nullptr, "importe", FieldType::Number},
-            {7, "Marca", nullptr, "marca", FieldType::Text},
-            {8, "Tipo", nullptr, "tipo", FieldType::Text},
-            {14, "Campo14", nullptr, "campo14", FieldType::Text},
-            {22, "Campo22", nullptr, "campo22", FieldType::Text},
-            {23, "Referencia punteo", nullptr, "referencia", FieldType::Text},
-            {0, "Cuenta", nullptr, "cuenta", FieldType::Text},
+            {7, "Marca", nullptr, "marca", FieldType::Text, 20},
+            {8, "Tipo", nullptr, "tipo", FieldType::Text, 20},
+            {14, "Campo14", nullptr, "campo14", FieldType::Text, 50},
+            {22, "Campo22", nullptr, "campo22", FieldType::Text, 50},
+            {23, "Referencia punteo", nullptr, "referencia", FieldType::Text, 255},
+            {0, "Cuenta", nullptr, "cuenta", FieldType::Text, 20},
         }};
     return c;
 }
@@ -119,8 +124,8 @@ const FileCatalogue& ChartCatalogue() {
     static const FileCatalogue c{FileKind::Chart,
                                  "accounts",
                                  {
-                                     {1, "Cuenta", nullptr, "cuenta", FieldType::Text},
-                                     {2, "Descripcion", "Nombre", "nombre", FieldType::Text},
+                                     {1, "Cuenta", nullptr, "cuenta", FieldType::Text, 20},
+                                     {2, "Descripcion", "Nombre", "nombre", FieldType::Text, 255},
                                      {0, "Nivel", nullptr, "nivel", FieldType::Integer},
                                  }};
     return c;
@@ -177,6 +182,90 @@ std::optional<double> ParsePlainNumber(std::string_view text) {
     return ReadDecimal(plain, ',');
 }
 
+std::string TextProblem(std::string_view value, std::size_t maxChars) {
+    if (std::size_t nul = value.find('\0'); nul != std::string_view::npos)
+        return "contiene un byte nulo (carácter " +
+               std::to_string(Utf8Length(value.substr(0, nul)) + 1) + ")";
+    if (std::size_t bad = FirstInvalidUtf8(value); bad != std::string_view::npos) {
+        static const char kHex[] = "0123456789ABCDEF";
+        const auto b = static_cast<unsigned char>(value[bad]);
+        return std::string("no es texto UTF-8 (byte 0x") + kHex[b >> 4] + kHex[b & 15] +
+               " en el carácter " + std::to_string(Utf8Length(value.substr(0, bad)) + 1) + ")";
+    }
+    if (maxChars != 0) {
+        const std::size_t n = Utf8Length(value);
+        if (n > maxChars)
+            return "tiene " + std::to_string(n) + " caracteres y el máximo es " +
+                   std::to_string(maxChars);
+    }
+    return "";
+}
+
+std::string AmountProblem(double value) {
+    if (!std::isfinite(value) || std::fabs(value) > kMaxAmount)
+        return "importe fuera del rango que se guarda (hasta ±9.007.199.254.740.992)";
+    return "";
+}
+
+std::string DateProblem(std::int32_t d) {
+    if (d == 0) return "";
+    const int year = d / 10000;
+    if (year < kFirstDateYear || year > kLastDateYear)
+        return "año " + std::to_string(year) + " fuera de los años que se guardan (" +
+               std::to_string(kFirstDateYear) + " a " + std::to_string(kLastDateYear) + ")";
+    return "";
+}
+
+std::string DebeHaberProblem(std::int64_t value) {
+    if (value == 1 || value == 2) return "";
+    return "indicador debe/haber " + std::to_string(value) + " (1 debe, 2 haber)";
+}
+
+std::string FieldValueProblem(const FieldDef& f, std::string_view value) {
+    switch (f.type) {
+        case FieldType::Text:
+            return TextProblem(value, f.maxChars);
+        case FieldType::Integer:
+        case FieldType::Number: {
+            const bool debeHaber = std::string_view(f.column) == "debe_haber";
+            if (Trim(value).empty()) return debeHaber ? DebeHaberProblem(0) : "";
+            std::optional<double> n = ParsePlainNumber(value);
+            if (!n) return "no es un número";
+            if (f.type == FieldType::Number) return AmountProblem(*n);
+            if (*n != std::floor(*n) || std::fabs(*n) > 2e9) return "no es un número entero";
+            if (debeHaber) return DebeHaberProblem(static_cast<std::int64_t>(*n));
+            if (std::string_view(f.column) == "nivel" && (*n < 0 || *n > 99))
+                return "nivel fuera de 0 a 99";
+            return "";
+        }
+        case FieldType::Date: {
+            if (Trim(value).empty()) return "";
+            std::optional<std::int32_t> d = ParseDayFirstDate(value);
+            if (!d) return "no es una fecha dd/mm/aa";
+            return DateProblem(*d);
+        }
+    }
+    return "";
+}
+
+std::string QuotedValue(std::string_view value) {
+    static const char kHex[] = "0123456789ABCDEF";
+    std::string out = "\"";
+    std::size_t chars = 0, i = 0;
+    for (; i < value.size() && chars < 40; ++chars) {
+        const Utf8Char c = DecodeUtf8(value, i);
+        if (!c.valid || c.code < 0x20 || c.code == 0x7F) {
+            const auto b = static_cast<unsigned char>(value[i]);
+            out += std::string("\\x") + kHex[b >> 4] + kHex[b & 15];
+        } else {
+            out.append(value.substr(i, c.bytes));
+        }
+        i += c.bytes;
+    }
+    if (i < value.size()) out += "…";
+    return out + "\"";
+}
+
 std::string ResolveFileName(const std::string& path) {
     namespace fs = std::filesystem;
     std::error_code ec;
@@ -222,8 +311,17 @@ bool LikeMatch(std::string_view text, std::string_view pattern) {
 Db::Db(const std::string& path, Mode mode) : path_(path) {
     int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX;
     if (mode == Mode::Create) flags |= SQLITE_OPEN_CREATE;
-    if (sqlite3_open_v2(path.c_str(), &db_, flags, nullptr) != SQLITE_OK) {
-        std::string msg = db_ ? sqlite3_errmsg(db_) : "sin memoria";
+    // Every file goes through the VFS that encrypts the data of protected companies.
+    EnsureCryptVfs();
+    TakeCryptProblem();
+    if (sqlite3_open_v2(path.c_str(), &db_, flags, kCryptVfsName) != SQLITE_OK) {
+        std::string msg = TakeCryptProblem();
+        if (!msg.empty()) {
+            sqlite3_close(db_);
+            db_ = nullptr;
+            throw HostError(msg);
+        }
+        msg = db_ ? sqlite3_errmsg(db_) : "sin memoria";
         sqlite3_close(db_);
         db_ = nullptr;
         throw HostError("No se puede abrir el fichero " + path + ": " + msg);
@@ -244,6 +342,8 @@ Db::Db(const std::string& path, Mode mode) : path_(path) {
         }
         if (!wal) Exec("PRAGMA journal_mode=DELETE");
         Exec("PRAGMA synchronous=FULL");
+        // Sorts and temporary tables of an encrypted file stay in memory.
+        if (IsEncrypted(db_)) Exec("PRAGMA temp_store=MEMORY");
     } catch (...) {
         sqlite3_close(db_);
         db_ = nullptr;
@@ -258,7 +358,14 @@ Db::~Db() {
 }
 
 void Db::Fail(const std::string& what) const {
-    throw HostError("Error en el fichero " + path_ + " (" + what + "): " + sqlite3_errmsg(db_));
+    // A block that does not decrypt is named by the VFS; SQLite says "disk I/O error".
+    std::string why = TakeCryptProblem();
+    if (why.empty()) why = sqlite3_errmsg(db_);
+    throw HostError("Error en el fichero " + path_ + " (" + what + "): " + why);
+}
+
+bool Db::encrypted() const {
+    return IsEncrypted(db_);
 }
 
 void Db::Exec(const std::string& sql) {
@@ -308,17 +415,28 @@ void Stmt::Reset() {
     sqlite3_clear_bindings(st_);
 }
 
+// A value SQLite refuses to take (a text beyond its limits) is a failure of its own, not a
+// missing value that a constraint would name later.
+void Stmt::Check(int rc, int i) const {
+    if (rc == SQLITE_OK) return;
+    throw HostError("Error en el fichero " + db_->path() + " (valor " + std::to_string(i) + " de " +
+                    (sqlite3_sql(st_) ? sqlite3_sql(st_) : "") + "): " + sqlite3_errstr(rc));
+}
+
 void Stmt::Bind(int i, std::string_view text) {
-    sqlite3_bind_text(st_, i, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
+    if (text.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()))
+        Check(SQLITE_TOOBIG, i);
+    Check(sqlite3_bind_text(st_, i, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT),
+          i);
 }
 void Stmt::Bind(int i, std::int64_t v) {
-    sqlite3_bind_int64(st_, i, v);
+    Check(sqlite3_bind_int64(st_, i, v), i);
 }
 void Stmt::Bind(int i, double v) {
-    sqlite3_bind_double(st_, i, v);
+    Check(sqlite3_bind_double(st_, i, v), i);
 }
 void Stmt::BindNull(int i) {
-    sqlite3_bind_null(st_, i);
+    Check(sqlite3_bind_null(st_, i), i);
 }
 
 bool Stmt::Step() {
@@ -363,8 +481,12 @@ const std::vector<const char*>& EntryIndexSql() {
     return sql;
 }
 
-void CreateDataFile(const std::string& path, FileKind kind) {
+void CreateDataFile(const std::string& path, FileKind kind, const Salt* companySalt) {
+    std::error_code ec;
+    if (companySalt && !std::filesystem::exists(path, ec)) CreateEncryptedFile(path, *companySalt);
     Db db(path, Db::Mode::Create);
+    // The pages are the blocks an encrypted file is sealed in.
+    db.Exec("PRAGMA page_size=4096");
     db.Exec("BEGIN IMMEDIATE");
     if (kind == FileKind::Entries) {
         db.Exec(

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "host/access_key.h"
+
 struct sqlite3;
 struct sqlite3_stmt;
 
@@ -22,6 +24,7 @@ struct FieldDef {
     const char* alias;    // a second accepted name (nullptr when none)
     const char* column;   // the SQLite column
     FieldType type;
+    std::size_t maxChars = 0;  // the longest text the field holds, in characters
 };
 
 enum class FileKind { Entries, Chart };
@@ -49,6 +52,25 @@ std::string DayFirstText(std::int32_t yyyymmdd);  // dd/mm/yy, "" for 0
 // when it is not one.
 std::optional<double> ParsePlainNumber(std::string_view text);
 
+// What the store keeps. Each function says what is wrong with a value ("" when nothing is), in
+// words that follow the name of the field.
+//
+// Texts: UTF-8 without NUL bytes, at most `maxChars` characters (0: any length).
+std::string TextProblem(std::string_view value, std::size_t maxChars);
+// Amounts: finite, and no larger than 2^53, beyond which a double no longer holds every whole
+// unit: sums there are not what the books say.
+inline constexpr double kMaxAmount = 9007199254740992.0;
+std::string AmountProblem(double value);
+// Dates (yyyymmdd, 0 for none): the years the compact date of the program can hold, 1960-2059.
+inline constexpr int kFirstDateYear = 1960, kLastDateYear = 2059;
+std::string DateProblem(std::int32_t yyyymmdd);
+// The debit/credit indicator: 1 debit, 2 credit.
+std::string DebeHaberProblem(std::int64_t value);
+// A value for `field`, given as the text a cursor or an import receives; "" when it may be kept.
+std::string FieldValueProblem(const FieldDef& field, std::string_view value);
+// A value quoted for a message: cut after 40 characters, bytes that are no text shown as \xNN.
+std::string QuotedValue(std::string_view value);
+
 // The path of an existing file whose name equals the last part of `path` without regard to case
 // (the exact name first); `path` itself when there is none.
 std::string ResolveFileName(const std::string& path);
@@ -65,6 +87,8 @@ class Db {
 
     sqlite3* handle() const { return db_; }
     const std::string& path() const { return path_; }
+    // Whether the file is one of a protected company, encrypted (crypt_vfs.h).
+    bool encrypted() const;
     void Exec(const std::string& sql);
     // The catalogue of the file's kind, from the table it holds.
     const FileCatalogue& Catalogue() const;
@@ -101,6 +125,8 @@ class Stmt {
     bool IsNull(int col) const;
 
   private:
+    void Check(int rc, int i) const;
+
     sqlite3_stmt* st_ = nullptr;
     const Db* db_ = nullptr;
 };
@@ -109,7 +135,9 @@ class Stmt {
 const std::vector<const char*>& EntryIndexSql();
 
 // Creates an empty data file of the given kind (tables and indexes); an existing file is kept.
-void CreateDataFile(const std::string& path, FileKind kind);
+// With the salt of a protected company (whose data key is registered, crypt_vfs.h) a new file
+// is encrypted.
+void CreateDataFile(const std::string& path, FileKind kind, const Salt* companySalt = nullptr);
 
 // The "like" of filters: "*" any run of characters, "?" any one character (UTF-8), everything
 // else literally and case-sensitively.

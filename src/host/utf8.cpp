@@ -131,4 +131,44 @@ std::size_t Utf8Find(std::string_view s, std::string_view what, std::size_t from
     return std::string_view::npos;
 }
 
+std::size_t FirstInvalidUtf8(std::string_view s) {
+    constexpr std::uint64_t kHighBits = 0x8080808080808080ULL;
+    std::size_t i = 0;
+    while (i < s.size()) {
+        std::uint64_t word;
+        while (s.size() - i >= 8 && (std::memcpy(&word, s.data() + i, 8), (word & kHighBits) == 0))
+            i += 8;
+        if (i >= s.size()) break;
+        if (static_cast<unsigned char>(s[i]) < 0x80) {
+            ++i;
+            continue;
+        }
+        const Utf8Char c = DecodeUtf8(s, i);
+        if (!c.valid) return i;
+        i += c.bytes;
+    }
+    return std::string_view::npos;
+}
+
+std::string Latin1ToUtf8(std::string_view s, bool windows1252) {
+    // Windows-1252 from 0x80 to 0x9F; 0 where the code page has no character.
+    static constexpr char32_t kWindows1252[32] = {
+        0x20AC, 0,      0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+        0x2039, 0x0152, 0,      0x017D, 0,      0,      0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+        0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0,      0x017E, 0x0178};
+    std::string out;
+    out.reserve(s.size() + s.size() / 8);
+    for (char ch : s) {
+        const auto b = static_cast<unsigned char>(ch);
+        if (b < 0x80) {
+            out += ch;
+            continue;
+        }
+        char32_t code = b;
+        if (windows1252 && b < 0xA0 && kWindows1252[b - 0x80] != 0) code = kWindows1252[b - 0x80];
+        out += EncodeUtf8(code);
+    }
+    return out;
+}
+
 }  // namespace pendara

@@ -47,4 +47,13 @@ inline bool Utf8Contains(std::string_view s, std::string_view what) {
     return Utf8Find(s, what) != std::string_view::npos;
 }
 
+// The byte offset of the first byte that does not start a well-formed UTF-8 character (an
+// overlong form, a surrogate, a cut or stray sequence), or npos when the whole text is UTF-8.
+std::size_t FirstInvalidUtf8(std::string_view s);
+
+// An 8-bit text as UTF-8: ISO-8859-1 (every byte is the character of its code), or Windows-1252,
+// which puts "€", "‚", "ƒ"... where ISO-8859-1 has control characters (its five unused codes
+// are kept as those controls).
+std::string Latin1ToUtf8(std::string_view s, bool windows1252 = false);
+
 }  // namespace pendara

@@ -10,6 +10,7 @@
 #include "host/paths.h"
 #include "host/qv_file_control.h"
 #include "matching/references.h"
+#include "posting/posting_runs.h"
 
 namespace pendara {
 
@@ -48,8 +49,9 @@ std::string NewReference(Session& s) {
     QvFileControl2 entries;
     OpenCurrentEntries(s, entries);
     std::string candidate;
+    const WaitPolicy wait = WaitPolicyFor(s);
     do {
-        candidate = Candidate(IncrementCounter(s.FirstCompanyFile));
+        candidate = Candidate(IncrementCounter(s.FirstCompanyFile, wait));
     } while (InUse(entries, candidate));
     entries.CloseFile();
     return candidate;
@@ -60,12 +62,13 @@ std::vector<std::string> NewReferences(Session& s, std::int32_t count) {
     if (count <= 0) return out;
     QvFileControl2 entries;
     OpenCurrentEntries(s, entries);
+    const WaitPolicy wait = WaitPolicyFor(s);
     // A block of numbers per lock instead of one; the numbers in use are skipped and made up
     // for by a further block, so the references and the final counter are those of `count`
     // single draws.
     while (static_cast<std::int32_t>(out.size()) < count) {
         std::int32_t need = count - static_cast<std::int32_t>(out.size());
-        std::int32_t last = AddToCounter(s.FirstCompanyFile, need);
+        std::int32_t last = AddToCounter(s.FirstCompanyFile, need, wait);
         for (std::int32_t n = last - need + 1; n <= last; ++n) {
             std::string candidate = Candidate(n);
             if (!InUse(entries, candidate)) out.push_back(std::move(candidate));

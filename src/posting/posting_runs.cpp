@@ -1,7 +1,5 @@
 #include "posting/posting_runs.h"
 
-#include <cmath>
-
 #include "companies/session.h"
 #include "host/conversions.h"
 #include "host/desktop_port.h"
@@ -10,16 +8,19 @@
 
 namespace pendara {
 
-PostingOptions PostingOptionsFor(Session& s) {
-    PostingOptions options;
-    std::string text = s.Lib().GetSetting(kWaitSetting, "", "30");
-    const double seconds = ParseNumber(text);
-    if (seconds >= 0 && seconds < 86400)
-        options.wait.limit = std::chrono::milliseconds(std::llround(seconds * 1000));
+WaitPolicy WaitPolicyFor(Session& s) {
+    WaitPolicy wait;
+    wait.limit = WaitLimitOf(s.Lib().GetSetting(kWaitSetting, "", "30"));
     DesktopPort& port = s.port;
-    options.wait.onWait = [&port](const std::string& file, std::chrono::milliseconds waited) {
+    wait.onWait = [&port](const std::string& file, std::chrono::milliseconds waited) {
         return port.WaitingForFile(file, static_cast<double>(waited.count()) / 1000);
     };
+    return wait;
+}
+
+PostingOptions PostingOptionsFor(Session& s) {
+    PostingOptions options;
+    options.wait = WaitPolicyFor(s);
     return options;
 }
 

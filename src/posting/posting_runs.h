@@ -1,7 +1,7 @@
 #pragma once
 // The runs of the journal as the program starts them: the chain's first company, the wait for
-// entries files another workstation holds (the host option "EsperaFicheros", in seconds; the
-// port hears of the wait), the files of an account's chain, and the recovery at start.
+// files another workstation holds (host/waits.h: the option kWaitSetting; the port hears of the
+// wait), the files of an account's chain, and the recovery at start.
 
 #include <memory>
 #include <string>
@@ -14,11 +14,9 @@ namespace pendara {
 
 class Session;
 
-// Seconds a write waits for an entries file that another workstation holds (30 when not set,
-// decimals allowed, 0 gives up at once).
-inline constexpr const char* kWaitSetting = "EsperaFicheros";
-
 PostingOptions PostingOptionsFor(Session& s);
+// The wait for an entries file or the counter's record, as the option and the session's port say.
+WaitPolicy WaitPolicyFor(Session& s);
 
 // A run of the chain's journal (a run without journal when the chain has no first company).
 // `group`: a run over many accounts, whose counter draws are synced once at its end.

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+
+#include "host/company_file.h"
 #include "host/errors.h"
 #include "host/qv_library.h"
 #include "host/qv_ole70.h"
@@ -44,17 +47,44 @@ TEST_F(CatalogueTest, ChainOfThreeYearsNewestFirst) {
 }
 
 TEST_F(CatalogueTest, SharedKeyIsAskedOnceAndWrongKeyAgain) {
+    SetAccessKeyDelayUnit(std::chrono::milliseconds(1));
     std::string y24 = l.Company("K4", "Empresa", 2024, "", "llave");
     std::string y25 = l.Company("K5", "Empresa", 2025, y24, "llave");
     l.SetActive(y25);
     port.QueueInput("mala");
     port.QueueInput("llave");
     LoadEmpresas(w);
+    SetAccessKeyDelayUnit(std::chrono::milliseconds(500));
     EXPECT_EQ(port.prompts, (std::vector<std::string>{"Clave de acesso para " + y25,
                                                       "Clave de acesso para " + y25}));
+    // The wrong key is named before the prompt comes again.
+    ASSERT_EQ(port.messages.size(), 1u);
+    EXPECT_EQ(port.messages[0].text, "Clave de acceso incorrecta");
     EXPECT_EQ(w.session.AccessKey, "llave");
     EXPECT_EQ(w.session.ConsultedFiles.size(), 2u);
     EXPECT_TRUE(port.AllAnswersUsed());
+}
+
+// The key kept from the newer year is tried on the older one without a word; the key typed for
+// the older year is named wrong when refused.
+TEST_F(CatalogueTest, AKeyKeptFromAnotherYearIsNoWrongKey) {
+    SetAccessKeyDelayUnit(std::chrono::milliseconds(1));
+    std::string y24 = l.Company("K4", "Empresa", 2024, "", "vieja");
+    std::string y25 = l.Company("K5", "Empresa", 2025, y24, "nueva");
+    l.SetActive(y25);
+    for (const char* answer : {"nueva", "nuevo", "vieja"})
+        port.QueueInput(answer);
+    LoadEmpresas(w);
+    SetAccessKeyDelayUnit(std::chrono::milliseconds(500));
+    // The older year is asked by its link, as the newer year's file keeps it.
+    const std::string link = y24.substr(0, y24.size() - 4);
+    EXPECT_EQ(port.prompts, (std::vector<std::string>{"Clave de acesso para " + y25,
+                                                      "Clave de acesso para " + link,
+                                                      "Clave de acesso para " + link}));
+    ASSERT_EQ(port.messages.size(), 1u);
+    EXPECT_EQ(port.messages[0].text, "Clave de acceso incorrecta");
+    EXPECT_EQ(w.session.AccessKey, "vieja");
+    EXPECT_EQ(w.session.ConsultedFiles.size(), 2u);
 }
 
 TEST_F(CatalogueTest, EmptyKeyEndsTheProgramWithoutMessage) {

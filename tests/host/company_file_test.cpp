@@ -4,13 +4,20 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <fstream>
+#include <iterator>
 #include <limits>
 #include <set>
+#include <stdexcept>
+#include <thread>
 
 #include "host/errors.h"
+#include "host/notices.h"
 #include "host/qv_ole70.h"
+#include "host/settings.h"
 #include "support/ledger.h"
+#include "support/run_command.h"
 
 namespace pendara {
 namespace {
@@ -111,6 +118,130 @@ TEST(CompanyFile, ProcessesIncrementingAtOnceGetEveryNumberOnce) {
     for (std::int32_t v : got)
         EXPECT_EQ(v, expected++);
     EXPECT_EQ(ReadCounter(path), kProcesses * kEach);
+}
+
+// Another workstation holding the header record for some time, in a child process.
+class HeldHeader {
+  public:
+    explicit HeldHeader(const std::string& path) {
+        if (::pipe(ready_) != 0 || ::pipe(release_) != 0) throw std::runtime_error("pipe");
+        pid_ = ::fork();
+        if (pid_ == 0) {
+            CompanyHeaderLock lock(path);
+            char c = 1;
+            if (::write(ready_[1], &c, 1) != 1) ::_exit(1);
+            if (::read(release_[0], &c, 1) != 1) ::_exit(1);
+            ::_exit(0);
+        }
+        char c;
+        if (::read(ready_[0], &c, 1) != 1) throw std::runtime_error("lock");
+    }
+    void Release() {
+        if (released_) return;
+        released_ = true;
+        char c = 1;
+        if (::write(release_[1], &c, 1) != 1) return;
+        int status = 0;
+        ::waitpid(pid_, &status, 0);
+    }
+    ~HeldHeader() {
+        Release();
+        for (int fd : {ready_[0], ready_[1], release_[0], release_[1]})
+            ::close(fd);
+    }
+
+  private:
+    int ready_[2]{}, release_[2]{};
+    pid_t pid_ = -1;
+    bool released_ = false;
+};
+
+class CounterWaitTest : public testing::SettingsTest {
+  protected:
+    void SetUp() override {
+        SettingsTest::SetUp();
+        SetNoticeHandler([this](const std::string& text) { told.push_back(text); });
+    }
+    void TearDown() override {
+        SetNoticeHandler(nullptr);
+        SetCompanyLockWait(std::nullopt);
+        SettingsTest::TearDown();
+    }
+    std::vector<std::string> told;
+    testing::Ledger l;
+};
+
+TEST_F(CounterWaitTest, TheCounterSaysItWaitsAndGivesUpAtTheLimit) {
+    const std::string path = l.Company("CW", "Espera", 2025);
+    SetCounter(path, 5);
+    HeldHeader held(path);
+    WaitPolicy wait;
+    wait.noticeAfter = std::chrono::milliseconds(50);
+    wait.limit = std::chrono::milliseconds(300);
+    SetCompanyLockWait(wait);
+    try {
+        IncrementCounter(path);
+        ADD_FAILURE();
+    } catch (const HostError& e) {
+        EXPECT_NE(e.description().find("Otro puesto tiene ocupado el fichero de empresa"),
+                  std::string::npos);
+        EXPECT_NE(e.description().find(kWaitSetting), std::string::npos);
+    }
+    EXPECT_EQ(told, std::vector<std::string>{"Esperando a que otro puesto libere " + path + "..."});
+    // A caller that hears of the wait itself, and gives it up: nothing drawn, no notice.
+    std::vector<std::string> heard;
+    wait.limit = std::chrono::seconds(20);
+    wait.onWait = [&heard](const std::string& file, std::chrono::milliseconds waited) {
+        heard.push_back(file);
+        return waited < std::chrono::milliseconds(150);
+    };
+    try {
+        AddToCounter(path, 10, wait);
+        ADD_FAILURE();
+    } catch (const HostError& e) {
+        EXPECT_NE(e.description().find("Se ha dejado de esperar"), std::string::npos);
+    }
+    ASSERT_GE(heard.size(), 2u);
+    EXPECT_EQ(heard.front(), path);
+    EXPECT_EQ(told.size(), 1u);
+    // Released while it waits: the increment goes on (from 5: the block given up drew nothing).
+    wait.onWait = nullptr;
+    SetCompanyLockWait(wait);
+    std::thread later([&held] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        held.Release();
+    });
+    EXPECT_EQ(IncrementCounter(path), 6);
+    later.join();
+    EXPECT_EQ(told.size(), 2u);
+    EXPECT_EQ(ReadCounter(path), 6);
+}
+
+// A save that cannot take numbers from the counter in time ends before it writes anything.
+TEST_F(CounterWaitTest, ASaveThatGivesUpWritesNothing) {
+    const std::string path = l.Company("CS", "Guardar", 2025);
+    l.Accounts(path, {{"4300000001", "Cliente"}});
+    l.Entries(path, {{"4300000001", "01/02/25", "1", "Fra. 1", 1, 100},
+                     {"4300000001", "01/03/25", "2", "Cobro", 2, -100}});
+    l.SetActive(path);
+    SaveSetting(kWaitSetting, "2,5", "");
+    HeldHeader held(path);
+    const testing::CommandResult r = testing::RunCommand(
+        std::string(PENDARA_CLI_EXE) + " save 4300000001 2>" + l.File("errores.txt"));
+    held.Release();
+    EXPECT_NE(r.status, 0);
+    std::ifstream in(l.File("errores.txt"));
+    const std::string errors((std::istreambuf_iterator<char>(in)), {});
+    EXPECT_NE(errors.find("Esperando a que otro puesto libere"), std::string::npos) << errors;
+    EXPECT_NE(
+        errors.find("Otro puesto tiene ocupado el fichero de empresa " + path + " desde hace 3 s"),
+        std::string::npos)
+        << errors;
+    for (const EntryRecord& e : l.Read(path)) {
+        EXPECT_EQ(e.referencia, "");
+        EXPECT_EQ(e.marca, "");
+    }
+    EXPECT_EQ(ReadCounter(path), 0);
 }
 
 TEST(CompanyServer, OpensChecksTheKeyAndFollowsTheChain) {

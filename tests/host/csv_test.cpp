@@ -61,9 +61,9 @@ TEST(Csv, EntriesColumnsInAnyOrderAndMissingOnesEmpty) {
 TEST(Csv, BadLinesAreNamed) {
     const std::string head = "Cuenta;Fecha;Importe\n";
     EXPECT_EQ(ErrorOf([&] { ParseEntriesCsv(head + "43;01/01/25;1\n43;31/02/25;1\n"); }),
-              "línea 3: fecha incorrecta \"31/02/25\" (dd/mm/aa o dd/mm/aaaa)");
+              "línea 3, columna Fecha: fecha incorrecta \"31/02/25\" (dd/mm/aa o dd/mm/aaaa)");
     EXPECT_EQ(ErrorOf([&] { ParseEntriesCsv(head + "43;01/01/25;1,2,3\n"); }),
-              "línea 2: importe incorrecto \"1,2,3\"");
+              "línea 2, columna Importe: importe incorrecto \"1,2,3\"");
     EXPECT_EQ(ErrorOf([&] { ParseEntriesCsv(head + "43;01/01/25\n"); }),
               "línea 2: se esperaban 3 campos y hay 2");
     EXPECT_EQ(ErrorOf([&] { ParseEntriesCsv(head + ";01/01/25;1\n"); }),
@@ -73,7 +73,7 @@ TEST(Csv, BadLinesAreNamed) {
     EXPECT_EQ(ErrorOf([] { ParseEntriesCsv("Cuenta;cuenta\n"); }),
               "línea 1: columna repetida \"cuenta\"");
     EXPECT_EQ(ErrorOf([] { ParseChartCsv("Cuenta;Descripcion;Nivel\n43;Clientes;x\n"); }),
-              "línea 2: nivel incorrecto \"x\"");
+              "línea 2, columna Nivel: nivel incorrecto \"x\" (0 a 99)");
 }
 
 TEST(Csv, MalformedImportAddsNothing) {
@@ -113,10 +113,10 @@ TEST(Csv, TinyAndHugeAmountsSurviveExportAndImport) {
     l.Entries(a, {{"4300000001", "01/01/25", "1", "a", 1, 0.00001},
                   {"4300000001", "01/01/25", "2", "b", 1, 1E15},
                   {"4300000001", "01/01/25", "3", "c", 2, -1.5E-7},
-                  {"4300000001", "01/01/25", "4", "d", 1, 1E20}});
+                  {"4300000001", "01/01/25", "4", "d", 1, 9007199254740990.0}});
     std::string first = ExportEntriesCsv(a);
     for (const char* amount :
-         {";0,00001;", ";1000000000000000;", ";-0,00000015;", ";100000000000000000000;"})
+         {";0,00001;", ";1000000000000000;", ";-0,00000015;", ";9007199254740990;"})
         EXPECT_NE(first.find(amount), std::string::npos) << amount;
     std::string b = l.Company("X2", "Destino", 2025);
     EXPECT_EQ(ImportEntriesCsv(b, first), 4u);

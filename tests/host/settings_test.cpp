@@ -1,13 +1,17 @@
 #include "host/settings.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 
 #include "host/errors.h"
+#include "host/notices.h"
 #include "support/scripted_port.h"
 #include "support/temp_dir.h"
 
@@ -86,12 +90,101 @@ TEST_F(RegistryTest, TheLimitCountsCharacters) {
     EXPECT_EQ(GetRegValue("Bytes", "", "def").text(), repeat("\xB1", 254));
 }
 
-TEST_F(RegistryTest, ReadingCreatesTheSectionKey) {
+std::string ReadAll(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string((std::istreambuf_iterator<char>(in)), {});
+}
+
+std::string RegistryFile() {
+    return (std::filesystem::path(QuorvexHome()) / "registry.reg").string();
+}
+
+// The notices the stores give, collected instead of printed.
+class NoticeCollector {
+  public:
+    NoticeCollector() {
+        SetNoticeHandler([this](const std::string& text) { notices.push_back(text); });
+    }
+    ~NoticeCollector() { SetNoticeHandler(nullptr); }
+    std::vector<std::string> notices;
+};
+
+TEST_F(RegistryTest, ReadingNeverWrites) {
     GetRegValue("Nada", "Nueva");
-    std::ifstream in(std::filesystem::path(QuorvexHome()) / "registry.reg");
-    std::string text((std::istreambuf_iterator<char>(in)), {});
-    EXPECT_NE(text.find("[HKEY_CURRENT_USER\\SOFTWARE\\Dorat\\Quorvex\\Nueva\\]"),
-              std::string::npos);
+    EXPECT_FALSE(std::filesystem::exists(QuorvexHome()));
+    ScriptedPort port;
+    SetRegValue(port, "Active", "/datos/EMP.QVT");
+    const std::string before = ReadAll(RegistryFile());
+    const auto stamp = std::filesystem::last_write_time(RegistryFile());
+    EXPECT_EQ(GetRegValue("Nada", "Nueva").text(), "");
+    EXPECT_EQ(GetRegValue("Active").text(), "/datos/EMP.QVT");
+    EXPECT_EQ(ReadAll(RegistryFile()), before);
+    EXPECT_EQ(std::filesystem::last_write_time(RegistryFile()), stamp);
+}
+
+// A file the store cannot understand is read as empty and left as it is; the first write puts
+// it aside, under a name that says so, and starts a new one. Both are told.
+TEST_F(RegistryTest, ADamagedFileIsReportedAndKeptAside) {
+    ScriptedPort port;
+    SetRegValue(port, "Active", "/datos/EMP.QVT");
+    const std::string damaged = ReadAll(RegistryFile()) + "basura sin comillas\n";
+    std::ofstream(RegistryFile(), std::ios::binary) << damaged;
+    NoticeCollector told;
+    EXPECT_EQ(GetRegValue("Active").text(), "");
+    EXPECT_EQ(GetRegValue("Active").text(), "");
+    ASSERT_EQ(told.notices.size(), 1u);  // once per process
+    EXPECT_NE(told.notices[0].find("línea 5"), std::string::npos) << told.notices[0];
+    EXPECT_EQ(ReadAll(RegistryFile()), damaged);
+
+    SetRegValue(port, "Ultima", "4300000001", "Punteo");
+    ASSERT_EQ(told.notices.size(), 2u);
+    EXPECT_NE(told.notices[1].find("se ha apartado como"), std::string::npos);
+    std::vector<std::string> aside;
+    for (const auto& e : std::filesystem::directory_iterator(QuorvexHome()))
+        if (e.path().filename().string().rfind("registry.reg.apartado-", 0) == 0)
+            aside.push_back(e.path().string());
+    ASSERT_EQ(aside.size(), 1u);
+    EXPECT_EQ(ReadAll(aside[0]), damaged);
+    EXPECT_EQ(GetRegValue("Ultima", "Punteo").text(), "4300000001");
+    EXPECT_EQ(GetRegValue("Active").text(), "");
+
+    // A file cut to zeros by a crash is damaged too.
+    std::ofstream(RegistryFile(), std::ios::binary) << std::string(64, '\0');
+    EXPECT_EQ(GetRegValue("Ultima", "Punteo").text(), "");
+}
+
+TEST_F(RegistryTest, AFileThatCannotBeReadIsNotReplaced) {
+    if (::geteuid() == 0) GTEST_SKIP() << "root reads every file";
+    ScriptedPort port;
+    SetRegValue(port, "Active", "/datos/EMP.QVT");
+    ::chmod(RegistryFile().c_str(), 0);
+    NoticeCollector told;
+    EXPECT_EQ(GetRegValue("Active").text(), "");
+    SetRegValue(port, "Ultima", "1", "Punteo");
+    ::chmod(RegistryFile().c_str(), 0600);
+    EXPECT_EQ(GetRegValue("Ultima", "Punteo").text(), "1");
+    ASSERT_EQ(told.notices.size(), 2u);
+    EXPECT_NE(told.notices[1].find("apartado"), std::string::npos);
+}
+
+TEST_F(RegistryTest, WritesKeepPermissionsAndCleanStaleTemporaries) {
+    ScriptedPort port;
+    SetRegValue(port, "Active", "/datos/EMP.QVT");
+    namespace fs = std::filesystem;
+    EXPECT_EQ(fs::status(RegistryFile()).permissions(),
+              fs::perms::owner_read | fs::perms::owner_write);
+    ::chmod(RegistryFile().c_str(), 0640);
+    // What writers killed before their rename left behind.
+    for (const char* pid : {"12345", "99999"})
+        std::ofstream(RegistryFile() + ".tmp." + pid) << "a medias";
+    SetRegValue(port, "Active", "/datos/OTRA.QVT");
+    EXPECT_EQ(fs::status(RegistryFile()).permissions(),
+              fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+    std::vector<std::string> names;
+    for (const auto& e : fs::directory_iterator(QuorvexHome()))
+        names.push_back(e.path().filename().string());
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(names, (std::vector<std::string>{"registry.reg", "registry.reg.lock"}));
 }
 
 TEST_F(RegistryTest, UnwritableStoreShowsTheAbortMessageAndEnds) {

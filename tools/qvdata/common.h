@@ -9,7 +9,19 @@
 
 #include "host/errors.h"
 
+namespace pendara::cli {
+class Args;
+}
+
 namespace pendara::qvdata {
+
+// Opens a protected company with the host server before a command reads or writes it, asking
+// for its key (--key-file, the terminal without echo, or one line of standard input per try;
+// each wrong key says so and waits as the host makes it). Returns the key ("" when the company
+// has none); HostError when no key opens it.
+std::string UnlockCompany(const std::string& company, const cli::Args& args);
+// The help line of --key-file for the commands that take it.
+const char* KeyFileHelp();
 
 inline std::string ReadTextFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);

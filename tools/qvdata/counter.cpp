@@ -4,15 +4,17 @@
 #include <limits>
 
 #include "cli/cli.h"
+#include "common.h"
 #include "host/company_file.h"
 
 namespace pendara::qvdata {
 namespace {
 
 int Run(const std::vector<std::string>& argv) {
-    cli::Args args(argv, {"--set"}, {});
+    cli::Args args(argv, {"--set", "--key-file"}, {});
     args.atMost(1);
     std::string file = args.require(0, "FICHERO.QVT");
+    UnlockCompany(file, args);
     if (args.value("--set")) {
         long long n = args.integer("--set", 0);
         if (n < 0 || n > std::numeric_limits<std::int32_t>::max())
@@ -26,10 +28,11 @@ int Run(const std::vector<std::string>& argv) {
 const cli::Registrar kRegistrar{{
     "counter",
     "muestra o cambia el contador de referencias de una empresa",
-    "Uso: qvdata counter FICHERO.QVT [--set N]\n\n"
+    "Uso: qvdata counter FICHERO.QVT [--set N] [--key-file F]\n\n"
     "El contador es el último número entregado: la próxima referencia es RF-(N+1). Las\n"
     "referencias de toda la cadena de ejercicios salen del contador de la empresa más antigua.\n\n"
-    "  --set N   fija el contador (bajo el mismo bloqueo que usa Pendara)",
+    "  --set N            fija el contador (bajo el mismo bloqueo que usa Pendara)\n" +
+        std::string(KeyFileHelp()),
     Run,
 }};
 
