@@ -1,5 +1,9 @@
 #include "host/report_output.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <stdexcept>
@@ -79,23 +83,82 @@ void WriteFile(const ReportRequest& request, std::int32_t destination, const std
     }
 }
 
+std::string SystemReason(int error) {
+    switch (error) {
+        case ENOENT:
+            return "la carpeta no existe";
+        case ENOTDIR:
+            return "una parte de la ruta no es una carpeta";
+        case EACCES:
+        case EPERM:
+            return "no hay permiso para escribir ahí";
+        case EISDIR:
+            return "es una carpeta, no un archivo";
+        case ENOSPC:
+            return "no queda espacio en el disco";
+        case EROFS:
+            return "el disco es de solo lectura";
+        case ENAMETOOLONG:
+            return "el nombre es demasiado largo";
+        default:
+            return "error del sistema " + std::to_string(error);
+    }
+}
+
+// Where the report really goes: a symbolic link is written through to its target, so that the
+// link stays a link.
+std::filesystem::path FinalPath(const std::filesystem::path& path) {
+    std::filesystem::path target = path;
+    std::error_code ec;
+    for (int hops = 0; hops < 40 && std::filesystem::is_symlink(target, ec); ++hops) {
+        std::filesystem::path next = std::filesystem::read_symlink(target, ec);
+        if (ec) break;
+        target = next.is_absolute() ? next : target.parent_path() / next;
+    }
+    return target;
+}
+
+// Flushes the finished file to the disk, so that the rename never shows an empty report after a
+// power cut.
+void SyncFile(const std::string& file) {
+    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return;
+    ::fsync(fd);
+    ::close(fd);
+}
+
 }  // namespace
 
 void WriteReportFile(const ReportRequest& request, std::int32_t destination,
                      const std::string& path) {
-    const std::string part = path + ".part" + ReportFileExtension(destination);
+    const std::filesystem::path target = FinalPath(path);
+    std::error_code ec;
+    if (std::filesystem::is_directory(target, ec))
+        throw std::runtime_error("no se puede escribir " + path + ": " + SystemReason(EISDIR));
+    const std::filesystem::path folder =
+        target.parent_path().empty() ? std::filesystem::path(".") : target.parent_path();
+    if (!std::filesystem::is_directory(folder, ec))
+        throw std::runtime_error(
+            "no se puede escribir " + path + ": " +
+            SystemReason(std::filesystem::exists(folder, ec) ? ENOTDIR : ENOENT));
+    if (::access(folder.c_str(), W_OK) != 0)
+        throw std::runtime_error("no se puede escribir " + path + ": " + SystemReason(errno));
+    // The part file carries the format's ending (the writers add it when it is missing) and a
+    // dot in front, out of sight; it never outlives a failed write.
+    const std::string part =
+        (folder / ("." + target.filename().string() + ".part" + ReportFileExtension(destination)))
+            .string();
     try {
         WriteFile(request, destination, part);
+        SyncFile(part);
     } catch (...) {
-        std::error_code ec;
         std::filesystem::remove(part, ec);
         throw;
     }
-    std::error_code ec;
-    std::filesystem::rename(part, path, ec);
+    std::filesystem::rename(part, target, ec);
     if (ec) {
         std::filesystem::remove(part, ec);
-        throw std::runtime_error("no se puede escribir " + path + ": " + ec.message());
+        throw std::runtime_error("no se puede escribir " + path + ": " + SystemReason(ec.value()));
     }
 }
 

@@ -123,5 +123,40 @@ TEST_F(CmdReportTest, FilesAndBadInput) {
     EXPECT_EQ(Cli("--format pdf -o " + ledger.File("no/such/dir/r.pdf"), "clave\n").status, 1);
 }
 
+// Options that cannot select anything are refused with the reason, before anything is asked.
+TEST_F(CmdReportTest, SelectionsThatMeanNothingAreRefusedWithTheirReason) {
+    struct Case {
+        const char* args;
+        const char* says;
+    } cases[] = {
+        {"--min-balance -5", "--min-balance es un importe mínimo y no puede ser negativo"},
+        {"--min-unbalanced -0,01", "--min-unbalanced es un importe mínimo"},
+        {"--min-balance 1e400", "--min-balance espera un importe"},
+        {"--min-balance 99999999999999", "fuera del rango de los importes"},
+        {"--from-date 01/02/26 --to-date 31/01/26",
+         "--to-date 31/01/26 es anterior a --from-date 01/02/26"},
+        {"--from 4300000009 --to 4300000001", "--from 4300000009 es posterior a --to 4300000001"},
+        {"--account 4399999999", "la cuenta 4399999999 no está en el plan de cuentas"},
+    };
+    for (const Case& c : cases) {
+        Outcome o = testing::RunCommand(
+            std::string(PENDARA_CLI_EXE) + " report " + c.args + " 2>&1", "clave\n");
+        EXPECT_EQ(o.status, 2) << c.args;
+        EXPECT_NE(o.out.find(c.says), std::string::npos) << c.args << ": " << o.out;
+    }
+    // The same dates the other way round are a selection.
+    EXPECT_EQ(Cli("--from-date 31/01/26 --to-date 01/02/26", "clave\n").status, 0);
+}
+
+TEST_F(CmdReportTest, AnEmptySelectionSaysSinDatos) {
+    Outcome o = testing::RunCommand(
+        std::string(PENDARA_CLI_EXE) + " report --mask 9999999999 2>&1 >/dev/null", "clave\n");
+    EXPECT_EQ(o.status, 0);
+    EXPECT_NE(o.out.find("Sin datos"), std::string::npos) << o.out;
+    Outcome some = testing::RunCommand(
+        std::string(PENDARA_CLI_EXE) + " report --min-balance 0 2>&1 >/dev/null", "clave\n");
+    EXPECT_EQ(some.out.find("Sin datos"), std::string::npos) << some.out;
+}
+
 }  // namespace
 }  // namespace pendara

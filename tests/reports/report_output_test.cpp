@@ -316,7 +316,7 @@ TEST_F(PrintReportTest, AFileIsWrittenWithoutADialogWhereTheCallerNamesIt) {
         "EMPRESA DEMO"};
     WriteReportFile(request, kReportToCsv, dir.file("a"));  // no ending is added
     EXPECT_TRUE(std::filesystem::exists(dir.file("a")));
-    EXPECT_FALSE(std::filesystem::exists(dir.file("a.part.csv")));
+    EXPECT_FALSE(std::filesystem::exists(dir.file(".a.part.csv")));
     EXPECT_THROW(WriteReportFile(request, kReportToCsv, dir.file("no/such/folder/b.csv")),
                  std::runtime_error);
 }
@@ -331,11 +331,44 @@ TEST_F(PrintReportTest, AnUnwritablePathIsReportedAndLeavesNothing) {
     // A failed write keeps an earlier file of the same name whole.
     const std::string earlier = dir.file("keep.xlsx");
     std::ofstream(earlier) << "old";
-    std::filesystem::create_directory(earlier + ".part.xlsx");  // the writer cannot create it
+    std::filesystem::create_directory(dir.file(".keep.xlsx.part.xlsx"));  // cannot be created
     port.QueueSaveFile(earlier);
     Print(kReportToSpreadsheet, sample);
     EXPECT_EQ(port.messages.size(), 2u);
     EXPECT_EQ(ReadAll(earlier), "old");
+}
+
+TEST_F(PrintReportTest, PathsAreResolvedAndRefusedInSpanishWithTheReason) {
+    ReportRequest request{kReportToText, "Informe",   sample,        "23/11/26",
+                          kColumns,      "5,0,0,0,3", "EMPRESA DEMO"};
+    // Written through a symbolic link to its target: the link stays a link.
+    std::filesystem::create_directory(dir.file("informes"));
+    std::filesystem::create_symlink("informes/real.txt", dir.file("enlace.txt"));
+    WriteReportFile(request, kReportToText, dir.file("enlace.txt"));
+    EXPECT_TRUE(std::filesystem::is_symlink(dir.file("enlace.txt")));
+    EXPECT_NE(ReadAll(dir.file("informes/real.txt")).find("4300000001"), std::string::npos);
+
+    auto reason = [&](const std::string& path) {
+        try {
+            WriteReportFile(request, kReportToText, path);
+        } catch (const std::runtime_error& e) {
+            return std::string(e.what());
+        }
+        return std::string("(escrito)");
+    };
+    EXPECT_EQ(reason(dir.file("no/such/r.txt")),
+              "no se puede escribir " + dir.file("no/such/r.txt") + ": la carpeta no existe");
+    EXPECT_EQ(reason(dir.file("informes")),
+              "no se puede escribir " + dir.file("informes") + ": es una carpeta, no un archivo");
+    std::ofstream(dir.file("fichero")) << "x";
+    EXPECT_EQ(reason(dir.file("fichero/r.txt")), "no se puede escribir " +
+                                                     dir.file("fichero/r.txt") +
+                                                     ": una parte de la ruta no es una carpeta");
+    // Nothing but the reports themselves is left in the folders.
+    std::vector<std::string> left;
+    for (const auto& e : std::filesystem::recursive_directory_iterator(dir.path()))
+        if (e.path().string().find(".part") != std::string::npos) left.push_back(e.path());
+    EXPECT_TRUE(left.empty()) << left.front();
 }
 
 TEST_F(PrintReportTest, CsvHasTheReportColumnsAndNumericAmounts) {

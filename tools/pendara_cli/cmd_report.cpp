@@ -3,9 +3,11 @@
 // file or to standard output.
 
 #include <algorithm>
+#include <cmath>
 #include <iostream>
 #include <map>
 #include <optional>
+#include <tuple>
 
 #include "cli/cli.h"
 #include "cmd_session.h"
@@ -13,6 +15,7 @@
 #include "host/conversions.h"
 #include "host/errors.h"
 #include "host/numbers.h"
+#include "host/paths.h"
 #include "host/report_output.h"
 #include "reports/menu.h"
 #include "reports/report.h"
@@ -50,9 +53,8 @@ const char* const kUsage =
     "de errores en un terminal muestra una barra de progreso.";
 
 // A day-first date as the dialog shows it (dd/mm/yy); UsageError naming the option otherwise.
-std::string DateOption(const Args& a, const std::string& name) {
+std::string DateOption(const Args& a, const std::string& name, CalendarDate& d) {
     const std::string v = *a.value(name);
-    CalendarDate d;
     if (!ParseMenuDate(v, d))
         throw UsageError(name + " espera una fecha dd/mm/aa válida, no \"" + v + "\"");
     return IntegerText(d.day, 2) + "/" + IntegerText(d.month, 2) + "/" +
@@ -64,9 +66,17 @@ std::string AmountOption(const Args& a, const std::string& name) {
     std::string v = Trim(*a.value(name));
     std::replace(v.begin(), v.end(), ',', '.');
     const std::optional<double> d = ReadDecimal(v);
-    if (!d)
+    if (!d || !std::isfinite(*d))
         throw UsageError(name + " espera un importe (por ejemplo 0,01), no \"" + *a.value(name) +
                          "\"");
+    if (*d < 0)
+        throw UsageError(name + " es un importe mínimo y no puede ser negativo: \"" +
+                         *a.value(name) + "\"");
+    // Beyond what the books hold (fifteen significant digits) a threshold means nothing.
+    if (*d >= 1e13)
+        throw UsageError(name +
+                         " está fuera del rango de los importes (hasta 9.999.999.999.999): \"" +
+                         *a.value(name) + "\"");
     return MenuNumberText(*d);
 }
 
@@ -106,8 +116,14 @@ int Run(const std::vector<std::string>& raw) {
     ReportPresets presets;
     std::map<int, std::string>& answers = presets.texts;
     if (a.value("--mask")) answers[kItemMask] = *a.value("--mask");
-    if (a.value("--from-date")) answers[kItemFromDate] = DateOption(a, "--from-date");
-    if (a.value("--to-date")) answers[kItemToDate] = DateOption(a, "--to-date");
+    CalendarDate fromDate, toDate;
+    if (a.value("--from-date")) answers[kItemFromDate] = DateOption(a, "--from-date", fromDate);
+    if (a.value("--to-date")) answers[kItemToDate] = DateOption(a, "--to-date", toDate);
+    if (a.value("--from-date") && a.value("--to-date") &&
+        std::tie(fromDate.year, fromDate.month, fromDate.day) >
+            std::tie(toDate.year, toDate.month, toDate.day))
+        throw UsageError("--to-date " + *a.value("--to-date") + " es anterior a --from-date " +
+                         *a.value("--from-date") + ": no quedaría ningún apunte");
     if (auto v = CheckOption(a, "--open", "--no-open")) answers[kItemUnmatched] = *v;
     if (auto v = CheckOption(a, "--unbalanced", "--no-unbalanced"))
         answers[kItemMatchedUnbalanced] = *v;
@@ -124,10 +140,19 @@ int Run(const std::vector<std::string>& raw) {
     const std::string account = Trim(a.value("--account", ""));
     std::string from = a.value("--from", account);
     std::string to = a.value("--to", account);
+    const std::vector<ChartAccount> chart = ReadAccounts(s.ActiveCompanyFile);
+    if (!account.empty() && std::none_of(chart.begin(), chart.end(), [&](const ChartAccount& c) {
+            return Trim(c.cuenta) == account;
+        }))
+        throw UsageError("la cuenta " + account + " no está en el plan de cuentas de " +
+                         CleanName(s.ActiveCompanyFile));
+    if (!Trim(from).empty() && !Trim(to).empty() && Trim(from) > Trim(to))
+        throw UsageError("--from " + Trim(from) + " es posterior a --to " + Trim(to) +
+                         ": no quedaría ninguna cuenta");
     if (from.empty() || to.empty()) {
         // No active account: the whole chart.
         std::string lowest, highest;
-        for (const ChartAccount& c : ReadAccounts(s.ActiveCompanyFile)) {
+        for (const ChartAccount& c : chart) {
             if (c.nivel != 0) continue;
             if (lowest.empty() || c.cuenta < lowest) lowest = c.cuenta;
             if (highest.empty() || c.cuenta > highest) highest = c.cuenta;
@@ -146,6 +171,9 @@ int Run(const std::vector<std::string>& raw) {
         if (options) report = GenerateReport(s, *options, h.progress());
     });
     const ReportRequest request = RequestOf(report);
+    if (std::none_of(report.accounts.begin(), report.accounts.end(),
+                     [](const AccountReport& r) { return r.listed; }))
+        std::cerr << "Sin datos: ninguna cuenta de la selección tiene apuntes que mostrar.\n";
     if (!output) {
         // On standard output the report text with plain line ends.
         std::string lf;
