@@ -3,6 +3,7 @@
 // machine's locale: "." groups thousands and "," is the decimal mark.
 
 #include <cstdint>
+#include <ctime>
 #include <functional>
 #include <string>
 #include <string_view>
