@@ -74,6 +74,13 @@ echo "== Empresas consultadas"
 echo "== Cuentas pendientes antes del punteo"
 "$CLI" list --pending
 echo "== Punteo y grabación de todo el grupo (quedan en la lista las cuentas con saldo)"
-"$CLI" save-all --yes
+# The run's summary (and any notice) comes on standard error; it is shown last, after the list.
+SUMMARY=$(mktemp)
+trap 'rm -f "$SUMMARY"' EXIT
+STATUS=0
+"$CLI" save-all --yes 2>"$SUMMARY" || STATUS=$?
 echo "== Cuentas pendientes después del punteo"
 "$CLI" list --pending
+echo "== Resumen del punteo"
+cat "$SUMMARY"
+exit "$STATUS"

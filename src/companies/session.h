@@ -11,6 +11,7 @@
 namespace pendara {
 
 class DesktopPort;
+class DryRun;
 class PostingRun;
 class QvLibrary;
 class ReferenceCounter;
@@ -29,6 +30,8 @@ class Session {
     ReferenceCounter& Counter();
     // Draws from `counter` (not owned) from now on; nullptr goes back to the chain's counter.
     void SetCounter(ReferenceCounter* counter) { counter_ = counter; }
+    // The counter set with SetCounter (nullptr: the chain's).
+    ReferenceCounter* CounterOverride() const { return counter_; }
 
     // The company the host package marks as active (registry value "Active").
     std::string ActiveCompanyFile;
@@ -46,6 +49,8 @@ class Session {
     std::vector<std::string> ConsultedFiles;
     // The journal run that the saves of a group save go into (none outside one).
     PostingRun* RunInProgress = nullptr;
+    // Set while a dry run lives: nothing is written, postings are only previewed (DryRun).
+    DryRun* DryRunInProgress = nullptr;
 
   private:
     std::unique_ptr<QvLibrary> library_;

@@ -1,3 +1,4 @@
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -75,6 +76,31 @@ std::vector<std::string> NewReferences(Session& s, std::int32_t count) {
         }
     }
     entries.CloseFile();
+    return out;
+}
+
+std::string PreviewCounter::Next() {
+    QvFileControl2 entries;
+    OpenCurrentEntries(session_, entries);
+    if (!read_) {
+        value_ = ReadCounter(session_.FirstCompanyFile);
+        read_ = true;
+    }
+    std::string candidate;
+    do {
+        if (value_ == std::numeric_limits<std::int32_t>::max())
+            throw HostError("Desbordamiento del contador de referencias de " +
+                            session_.FirstCompanyFile);
+        candidate = Candidate(++value_);
+    } while (InUse(entries, candidate));
+    entries.CloseFile();
+    return candidate;
+}
+
+std::vector<std::string> PreviewCounter::Next(std::int32_t count) {
+    std::vector<std::string> out;
+    for (std::int32_t i = 0; i < count; ++i)
+        out.push_back(Next());
     return out;
 }
 

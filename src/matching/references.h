@@ -49,6 +49,20 @@ class ChainCounter : public ReferenceCounter {
     Session& session_;
 };
 
+// The counter of a dry run: the same references the chain's counter would give from where it
+// stands now, drawn without ever writing it.
+class PreviewCounter : public ReferenceCounter {
+  public:
+    explicit PreviewCounter(Session& s) : session_(s) {}
+    std::string Next() override;
+    std::vector<std::string> Next(std::int32_t count) override;
+
+  private:
+    Session& session_;
+    std::int32_t value_ = 0;
+    bool read_ = false;
+};
+
 // The digits and blanks of the description from the key on (or from the first blank at or after
 // position 5 of a "J. "/"J " description when the key is absent), trimmed.
 std::string NumberFromDescription(const std::string& description, const std::string& key);

@@ -3,8 +3,10 @@
 // files another workstation holds (host/waits.h: the option kWaitSetting; the port hears of the
 // wait), the files of an account's chain, and the recovery at start.
 
+#include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/account_posting.h"
@@ -12,6 +14,7 @@
 
 namespace pendara {
 
+class ReferenceCounter;
 class Session;
 
 PostingOptions PostingOptionsFor(Session& s);
@@ -38,6 +41,30 @@ class RunInProgressScope {
   private:
     Session& s_;
     PostingRun* previous_;
+};
+
+// A run that writes nothing while it lives: every account posted is only previewed, in a run
+// without journal, and every reference is drawn from a counter that starts where the chain's
+// counter stands and never writes it. The changes an account would make are told as if the
+// accounts previewed before it in the same dry run had been written.
+class DryRun {
+  public:
+    explicit DryRun(Session& s);
+    ~DryRun();
+    DryRun(const DryRun&) = delete;
+    DryRun& operator=(const DryRun&) = delete;
+
+    PostResult Preview(const AccountPosting& posting);
+
+  private:
+    Session& s_;
+    std::unique_ptr<PostingRun> run_;
+    std::unique_ptr<ReferenceCounter> counter_;
+    ReferenceCounter* previousCounter_;
+    DryRun* previous_;
+    std::unique_ptr<RunInProgressScope> scope_;
+    // Entries file and record -> the value an earlier preview of this dry run left.
+    std::map<std::pair<std::string, std::int32_t>, RowValue> written_;
 };
 
 // The entries files of the account's chain (companies 1..K) as a posting's files: company k of

@@ -99,7 +99,7 @@ SaveResult SaveAccount(Session& s, const LoadedAccount& account, const Progress&
                 FixRef(credits, companies, marks, result.posting.rows, progress);
                 if (progress) progress(0, 0);
             }
-            PostAccount(s, result.posting, "save");
+            result.changes = PostAccount(s, result.posting, "save").changes;
         } catch (const HostError& e) {
             SaveFailed(s, e.description());
         } catch (const std::exception& e) {
@@ -138,7 +138,8 @@ AccountOutcome ProcessAccount(Session& s, const AccountRequest& request, const P
         o.account.clear();
         return o;
     }
-    SetRegValue(s.port, "Ultima", o.account, "Punteo");
+    // A dry run leaves the last account worked on as it was.
+    if (!s.DryRunInProgress) SetRegValue(s.port, "Ultima", o.account, "Punteo");
     o.match = MatchAccount(s, {request.company, o.account, request.options}, progress);
     o.matchReference = s.Counter().Next();
     o.saved = SaveAccount(s, o.match.rows, progress);

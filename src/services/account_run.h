@@ -37,6 +37,8 @@ struct SaveResult {
     std::vector<GridRow> credits;
     // Every row written, both grids and every company of the chain, in order, as one posting.
     AccountPosting posting;
+    // The entries whose reference or mark the posting changed (a dry run: would change).
+    std::vector<RowChange> changes;
     // System references on the rows written whose group balances (mark "1") or does not ("2").
     std::int32_t groupsBalanced = 0;
     std::int32_t groupsUnbalanced = 0;

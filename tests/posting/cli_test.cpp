@@ -164,8 +164,10 @@ TEST_F(CliTest, InterruptStopsTheGroupSaveAfterTheAccountInProgress) {
     int status = 0;
     ::waitpid(pid, &status, 0);
     ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_EQ(WEXITSTATUS(status), 130);
     EXPECT_NE(err.find("Parada pedida"), std::string::npos) << err;
+    EXPECT_NE(err.find("Proceso detenido tras "), std::string::npos) << err;
+    EXPECT_NE(err.find(" de 48 cuentas\n"), std::string::npos) << err;
     std::istringstream lines(out);
     int listed = 0;
     for (std::string line; std::getline(lines, line);)

@@ -11,6 +11,7 @@
 #include "host/qv_library.h"
 #include "host/run_event.h"
 #include "host/settings.h"
+#include "matching/references.h"
 #include "model/columns.h"
 
 namespace pendara::cli {
@@ -21,8 +22,9 @@ std::atomic<bool> interrupted{false};
 
 extern "C" void OnInterrupt(int) {
     interrupted.store(true);
-    // A second Ctrl-C ends the program at once.
+    // A second Ctrl-C or SIGTERM ends the program at once.
     std::signal(SIGINT, SIG_DFL);
+    std::signal(SIGTERM, SIG_DFL);
 }
 
 void PrintCells(std::ostream& out, const char* tag, const GridRow& row) {
@@ -100,6 +102,7 @@ void Headless::LabelProgress(const std::string& label) {
 void Headless::StopOnInterrupt() {
     interrupted.store(false);
     std::signal(SIGINT, OnInterrupt);
+    std::signal(SIGTERM, OnInterrupt);
 }
 
 bool Headless::StopRequested() {
@@ -123,6 +126,28 @@ void PrintGrids(std::ostream& out, const SaveResult& grids) {
 void PrintGrid(std::ostream& out, const char* tag, const std::vector<GridRow>& rows) {
     for (const GridRow& row : rows)
         PrintCells(out, tag, row);
+}
+
+void PrintSummary(std::ostream& err, const RunSummary& summary, bool preview) {
+    err << DescribeSummary(summary, preview) << std::flush;
+}
+
+void PrintChanges(std::ostream& out, const std::vector<RowChange>& changes) {
+    for (const RowChange& c : changes) {
+        const bool drawn =
+            IsSystemReference(c.after.reference) && c.after.reference != c.before.reference;
+        out << c.company << '\t' << c.record << '\t' << c.before.reference << '\t' << c.before.mark
+            << "\t->\t" << c.after.reference << (drawn ? " (provisional)" : "") << '\t'
+            << c.after.mark << '\n';
+    }
+}
+
+std::vector<RowChange> ChangesOf(const AccountOutcome& outcome) {
+    std::vector<RowChange> changes = outcome.saved.changes;
+    if (outcome.review)
+        changes.insert(changes.end(), outcome.review->saved.changes.begin(),
+                       outcome.review->saved.changes.end());
+    return changes;
 }
 
 void PrintList(std::ostream& out, const std::vector<std::string>& entries) {

@@ -12,6 +12,7 @@
 #include "host/gauge.h"
 #include "services/account_list.h"
 #include "services/account_run.h"
+#include "services/run_summary.h"
 
 namespace pendara::cli {
 
@@ -39,7 +40,7 @@ class Headless {
     Progress progress() { return GaugeProgress(gauge_); }
     void LabelProgress(const std::string& label);
     // Ctrl-C asks for a stop at the run's next chance (StopRequested).
-    void StopOnInterrupt();
+    void StopOnInterrupt();  // SIGTERM too
     bool StopRequested();
 
     Session& session() { return session_; }
@@ -59,6 +60,15 @@ void PrintNotice(const AccountMatch& match, DesktopPort& port, std::ostream& err
 void PrintGrids(std::ostream& out, const SaveResult& grids);
 // Every row of a grid, blank ones too: its tag, TAB, the 8 cells.
 void PrintGrid(std::ostream& out, const char* tag, const std::vector<GridRow>& rows);
+// The run's summary (on standard error: the commands' standard output is a format of its own).
+void PrintSummary(std::ostream& err, const RunSummary& summary, bool preview);
+// The entries a dry run would change, one per line: company, record, reference and mark before,
+// "->", reference and mark after, TAB-separated; a system reference the run would give an entry
+// is followed by " (provisional)".
+void PrintChanges(std::ostream& out, const std::vector<RowChange>& changes);
+// Every change of the account's saves (the review's too), in order.
+std::vector<RowChange> ChangesOf(const AccountOutcome& outcome);
+
 // The account list entries, one per line.
 void PrintList(std::ostream& out, const std::vector<std::string>& entries);
 
