@@ -1,5 +1,6 @@
 #include "services/run_summary.h"
 
+#include "host/conversions.h"
 #include "host/numbers.h"
 #include "matching/references.h"
 
@@ -47,9 +48,9 @@ std::string DescribeSummary(const RunSummary& r, bool preview) {
            std::to_string(r.references.size()) + "\n";
     out += "Grupos cuadrados: " + std::to_string(r.groupsBalanced) + "\n";
     out += "Grupos descuadrados: " + std::to_string(r.groupsUnbalanced) + "\n";
-    // Rounded to cents; a sum that rounds to zero is shown without its sign.
-    std::string balance = FixedText(r.openBalance, 2);
-    if (balance == "-0.00") balance = "0.00";
+    // In the grids' form (1.234,50); a sum that rounds to zero is shown without its sign.
+    std::string balance = FormatAmountPlain(r.openBalance);
+    if (balance == "-0,00") balance = "0,00";
     out += "Partidas pendientes: " + std::to_string(r.openEntries) + " (saldo " + balance + ")\n";
     return out;
 }

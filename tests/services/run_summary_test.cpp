@@ -72,14 +72,14 @@ TEST(RunSummaryTest, DescribesTheRunUnderTheUsersLocaleToo) {
               "Referencias creadas: 2\n"
               "Grupos cuadrados: 2\n"
               "Grupos descuadrados: 1\n"
-              "Partidas pendientes: 4 (saldo -1234.50)\n");
+              "Partidas pendientes: 4 (saldo -1.234,50)\n");
     s.stopped = false;
     s.openBalance = -0.001;
     const std::string preview = DescribeSummary(s, true);
     EXPECT_EQ(preview.rfind("Simulación: no se ha escrito nada.\nCuentas procesadas: 3\n", 0), 0u)
         << preview;
     EXPECT_NE(preview.find("Partidas que se escribirían: 12\n"), std::string::npos) << preview;
-    EXPECT_NE(preview.find("(saldo 0.00)"), std::string::npos) << preview;
+    EXPECT_NE(preview.find("(saldo 0,00)"), std::string::npos) << preview;
 }
 
 }  // namespace
