@@ -32,6 +32,8 @@
 #include "posting/maintenance.h"
 #include "posting/manual.h"
 #include "posting/posting_runs.h"
+#include "services/account_run.h"
+#include "services/run_summary.h"
 #include "ui/account_list_handlers.h"
 #include "ui/main_window.h"
 #include "ui/pndra.h"
@@ -40,6 +42,7 @@
 #include "ui/qt/grid_model.h"
 #include "ui/qt/grid_view.h"
 #include "ui/qt/icons.h"
+#include "ui/qt/preview_dialog.h"
 #include "ui/qt/qt_port.h"
 #include "ui/qt/qt_text.h"
 #include "ui/qt/runs_dialog.h"
@@ -429,6 +432,13 @@ void MainWindow::BuildStatusBar() {
     unsaved_->setObjectName(QStringLiteral("SinGuardar"));
     unsaved_->setStyleSheet(QStringLiteral("color: #b00000;"));
     unsaved_->hide();
+    previewButton_ = new QPushButton(QStringLiteral("Simular…"), statusBar_);
+    previewButton_->setObjectName(QStringLiteral("Simular"));
+    previewButton_->setToolTip(
+        QStringLiteral("Qué escribiría la grabación de la cuenta activa, sin escribir nada "
+                       "(Ctrl+Mayús+S)"));
+    previewButton_->setFocusPolicy(Qt::TabFocus);
+    connect(previewButton_, &QPushButton::clicked, this, [this] { PreviewSave(); });
     runsButton_ = new QPushButton(QStringLiteral("Procesos…"), statusBar_);
     runsButton_->setObjectName(QStringLiteral("Procesos"));
     runsButton_->setToolTip(QStringLiteral("Procesos grabados y deshacer (Ctrl+Z: el último)"));
@@ -437,6 +447,7 @@ void MainWindow::BuildStatusBar() {
     row->addWidget(progress_);
     row->addWidget(message_, 1);
     row->addWidget(unsaved_);
+    row->addWidget(previewButton_);
     row->addWidget(runsButton_);
 }
 
@@ -450,6 +461,7 @@ void MainWindow::BuildShortcuts() {
     shortcut(QKeySequence(Qt::CTRL | Qt::Key_S), [this] { SaveActiveAccount(); });
     shortcut(QKeySequence(Qt::CTRL | Qt::Key_F), [this] { FocusFilter(); });
     shortcut(QKeySequence(Qt::CTRL | Qt::Key_Z), [this] { ShowRuns(true); });
+    shortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S), [this] { PreviewSave(); });
     // The design's captions with "&": "&Sumar Contador Referencia", "&Informe", "&Ayuda".
     shortcut(QKeySequence(Qt::ALT | Qt::Key_S), [this] { NewReferenceKey(); });
     shortcut(QKeySequence(Qt::ALT | Qt::Key_I), [this] { ClickToolbar(1, 25); });
@@ -741,6 +753,7 @@ std::vector<QWidget*> MainWindow::tabOrder() const {
         order.push_back(filters_[i]);
         order.push_back(exports_[i]);
     }
+    order.push_back(previewButton_);
     order.push_back(runsButton_);
     return order;
 }
@@ -1254,6 +1267,25 @@ void MainWindow::ShowRuns(bool lastOnly) {
     // save it again, so that is left to the user.
     if (outcome.accountsDone > 0) Gesture([this] { ClearGrids(w_); });
     ShowOutcome(outcome);
+}
+
+void MainWindow::PreviewSave() {
+    if (Busy() || ending_ || Trim(w_.CTA.text()).empty()) return;
+    SaveResult result;
+    bool done = false;
+    Gesture([&] {
+        DryRun dry(w_.session);
+        result = SaveAccount(w_.session, w_.Grids());
+        done = true;
+    });
+    if (!done || ending_) return;
+    RunSummary summary;
+    summary.total = 1;
+    summary.accounts = 1;
+    summary.AddSave(result);
+    PreviewDialog dialog(Q(Trim(w_.CTA.text())), Q(DescribeSummary(summary, true)).trimmed(),
+                         result.changes, this);
+    port_.Exec(dialog);
 }
 
 void MainWindow::NewReferenceKey() {

@@ -72,6 +72,9 @@ class MainWindow : public QWidget {
     // The processes of the run journal, one of which may be undone (Ctrl+Z: the last one, after
     // a confirmation). The active account is loaded again afterwards.
     void ShowRuns(bool lastOnly);
+    // What saving the active account would write (Ctrl+Mayús+S), with nothing written.
+    void PreviewSave();
+    QPushButton* previewButton() const { return previewButton_; }
     QPushButton* runsButton() const { return runsButton_; }
     // Alt+S ("&Sumar Contador Referencia"): a new reference for the next manual group.
     void NewReferenceKey();
@@ -196,6 +199,7 @@ class MainWindow : public QWidget {
     QLabel* message_ = nullptr;   // the last operation's outcome
     QLabel* unsaved_ = nullptr;   // shown while the grids hold unsaved edits
     QPushButton* runsButton_ = nullptr;
+    QPushButton* previewButton_ = nullptr;
     QPushButton* command1_ = nullptr;
     std::array<QLabel*, 3> sumas_{};
     QLabel* saldoCta_ = nullptr;

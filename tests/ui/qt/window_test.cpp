@@ -493,8 +493,9 @@ TEST(Keyboard, TabVisitsEveryControlAndLeavesTheMaskBox) {
     FillGrid(f.w->SGrid2, 4);
     win.Refresh();
     std::vector<QWidget*> order = win.tabOrder();
-    // Every button of both toolbars, the grids with their filters, and the processes button.
-    EXPECT_EQ(order.size(), 1u + 10u + 5u + 4u + 6u + 1u);
+    // Every button of both toolbars, the grids with their filters, the preview and processes
+    // buttons.
+    EXPECT_EQ(order.size(), 1u + 10u + 5u + 4u + 6u + 2u);
     // Of two exclusive option buttons Tab visits the chosen one only.
     std::erase(order, win.control(Ctl::Option1_0));
     order.front()->setFocus();

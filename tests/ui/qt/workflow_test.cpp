@@ -20,12 +20,14 @@
 #include <QTest>
 #include <QTimer>
 #include <QToolBar>
+#include <sstream>
 
 #include "host/conversions.h"
 #include "host/settings.h"
 #include "ui/qt/detail_dialog.h"
 #include "ui/qt/grid_model.h"
 #include "ui/qt/parameter_dialog.h"
+#include "ui/qt/preview_dialog.h"
 #include "ui/qt/qt_support.h"
 #include "ui/qt/runs_dialog.h"
 
@@ -348,6 +350,53 @@ TEST_F(Workflow, TheLastProcessIsUndoneAndTheUndoItselfFromTheList) {
     port->onDialog = nullptr;
     EXPECT_EQ(listed, 2);
     EXPECT_TRUE(Books(home.path() / "demo") == saved);
+}
+
+// Lines of two exports of the same books that differ.
+int ChangedLines(const std::string& a, const std::string& b) {
+    std::istringstream x(a), y(b);
+    int changed = 0;
+    for (std::string l, m; std::getline(x, l) && std::getline(y, m);)
+        changed += l != m;
+    return changed;
+}
+
+TEST_F(Workflow, ThePreviewShowsWhatTheSaveWritesAndWritesNothing) {
+    ASSERT_GE(OpenFirstCustomer(), 0);
+    // A row given the new reference by hand: the save would write it.
+    const int row = RowWithReference(w->SGrid1) == 1 ? 2 : 1;
+    QTableView* view = window->grid(1);
+    const QModelIndex cell = view->model()->index(row - 1, 3);
+    view->scrollTo(cell);
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::ShiftModifier,
+                      view->visualRect(cell).center());
+    ASSERT_TRUE(w->UnsavedEdits);
+    const std::string before = Books(home.path() / "demo");
+    const std::string newref = w->newref.text();
+
+    int rows = -1;
+    QString summary, firstAfter;
+    port->onDialog = [&](QDialog& d) {
+        auto* preview = dynamic_cast<PreviewDialog*>(&d);
+        ASSERT_NE(preview, nullptr);
+        rows = preview->table()->rowCount();
+        summary = preview->summaryLabel()->text();
+        if (rows > 0) firstAfter = preview->table()->item(0, 4)->text();
+        d.accept();
+    };
+    QTest::keyClick(window.get(), Qt::Key_S, Qt::ControlModifier | Qt::ShiftModifier);
+    port->onDialog = nullptr;
+    EXPECT_TRUE(Books(home.path() / "demo") == before);
+    EXPECT_TRUE(w->UnsavedEdits);  // the grids are as they were, still to be saved
+    EXPECT_EQ(w->newref.text(), newref);
+    EXPECT_TRUE(summary.startsWith(QStringLiteral("Simulación: no se ha escrito nada.")))
+        << summary.toStdString();
+    ASSERT_GE(rows, 1);
+    EXPECT_TRUE(firstAfter.startsWith(QString::fromStdString(newref))) << firstAfter.toStdString();
+
+    // The real save writes exactly the entries the preview listed.
+    window->SaveActiveAccount();
+    EXPECT_EQ(ChangedLines(before, Books(home.path() / "demo")), rows);
 }
 
 TEST_F(Workflow, EnterInTheMaskBoxListsTheAccountsAndOtherKeysAreFiltered) {
