@@ -18,7 +18,7 @@ void AddOpen(RunSummary& r, const std::vector<GridRow>& rows, double sign) {
 
 }  // namespace
 
-void RunSummary::AddSave(const SaveResult& saved) {
+void RunSummary::AddWrites(const SaveResult& saved) {
     entriesWritten += static_cast<std::int64_t>(saved.changes.size());
     for (const RowChange& c : saved.changes)
         if (IsSystemReference(c.after.reference) && c.after.reference != c.before.reference)
@@ -27,13 +27,23 @@ void RunSummary::AddSave(const SaveResult& saved) {
     groupsUnbalanced += saved.groupsUnbalanced;
 }
 
+void RunSummary::AddOpenRows(const SaveResult& saved) {
+    AddOpen(*this, saved.debits, 1);
+    AddOpen(*this, saved.credits, -1);
+}
+
+void RunSummary::AddSave(const SaveResult& saved) {
+    AddWrites(saved);
+    AddOpenRows(saved);
+}
+
 void RunSummary::AddAccount(const AccountOutcome& outcome) {
     ++accounts;
     if (outcome.account.empty()) return;
-    AddSave(outcome.saved);
-    if (outcome.review) AddSave(outcome.review->saved);
-    AddOpen(*this, outcome.last().debits, 1);
-    AddOpen(*this, outcome.last().credits, -1);
+    // A later save of the account (the review's) writes the rows the first one left open.
+    AddWrites(outcome.saved);
+    if (outcome.review) AddWrites(outcome.review->saved);
+    AddOpenRows(outcome.last());
 }
 
 std::string DescribeSummary(const RunSummary& r, bool preview) {

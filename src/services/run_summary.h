@@ -26,11 +26,14 @@ struct RunSummary {
     std::int64_t openEntries = 0;
     double openBalance = 0;
 
-    // One save of an account; its open rows are those of the grids it leaves.
+    // What a save wrote: its entries, references and groups.
+    void AddWrites(const SaveResult& saved);
+    // The rows a save leaves open on the grids (of an account's last save only).
+    void AddOpenRows(const SaveResult& saved);
+    // An account saved once: both of the above.
     void AddSave(const SaveResult& saved);
     // One account of a run (the save, and the review's save when there is one): counts it done.
     void AddAccount(const AccountOutcome& outcome);
-
     bool operator==(const RunSummary&) const = default;
 };
 

@@ -25,6 +25,12 @@ int Run(const std::vector<std::string>& args) {
                                outcome.match.rows.WithGrids(clicked.debits, clicked.credits),
                                h.progress());
     });
+    RunSummary summary;
+    summary.total = summary.accounts = 1;
+    summary.AddWrites(outcome.saved);
+    if (outcome.review) summary.AddWrites(outcome.review->saved);
+    summary.AddSave(review.saved);
+    PrintSummary(std::cerr, summary, false);
     PrintGrids(std::cout, review.saved);
     return 0;
 }
@@ -35,7 +41,8 @@ const Registrar reg{
      "Carga, puntea y guarda la cuenta (como \"save\") y después busca las fechas en que su\n"
      "saldo acumulado de cada ejercicio vuelve a 0: los apuntes hasta la última de ellas\n"
      "reciben una referencia común y se guardan (\"Forzar Punteo cuando saldo sea 0\").\n\n"
-     "Escribe las partidas que siguen pendientes y \"newref\", como \"save\".",
+     "Escribe las partidas que siguen pendientes y \"newref\", como \"save\", y en la salida\n"
+     "de errores el resumen de lo grabado.",
      Run}};
 
 }  // namespace

@@ -36,6 +36,12 @@ int Run(const std::vector<std::string>& args) {
             SaveAccount(h.session(), outcome.match.rows.WithGrids(clicked.debits, clicked.credits),
                         h.progress());
     });
+    RunSummary summary;
+    summary.total = summary.accounts = 1;
+    summary.AddWrites(outcome.saved);
+    if (outcome.review) summary.AddWrites(outcome.review->saved);
+    summary.AddSave(saved);
+    PrintSummary(std::cerr, summary, false);
     PrintGrids(std::cout, saved);
     return 0;
 }
@@ -47,7 +53,8 @@ const Registrar reg{
      "lista las cuentas que empiezan por CUENTA, selecciona la primera que la contiene, la\n"
      "carga, la puntea y la guarda. Si la cuenta no está en la lista no se hace nada y la\n"
      "orden termina con error.\n\n"
-     "Escribe lo mismo que \"pendara-cli save\": las partidas pendientes y \"newref\".",
+     "Escribe lo mismo que \"pendara-cli save\": las partidas pendientes y \"newref\", y en la\n"
+     "salida de errores el resumen de lo grabado.",
      Run}};
 
 }  // namespace
