@@ -179,7 +179,8 @@ TEST_F(SaveAllTest, SavesFromTheLastEntryAndDropsTheAccountsThatComeOutAtZero) {
         EXPECT_EQ(r.zeroBalanceShown, c.zeroShownAfter);
         EXPECT_EQ(r.entriesWritten, c.written);
         EXPECT_EQ(b.s.RunInProgress, nullptr);
-        // One run of the journal, finished, after a stop too.
+        // A run that wrote something is one run of the journal, finished, after a stop too.
+        if (c.written == 0) continue;
         const std::vector<RunInfo> runs = RunJournal(b.y24, false).Runs();
         ASSERT_EQ(runs.size(), 1u);
         EXPECT_EQ(runs[0].command, "save-all");
@@ -189,7 +190,7 @@ TEST_F(SaveAllTest, SavesFromTheLastEntryAndDropsTheAccountsThatComeOutAtZero) {
 }
 
 // What the saves of a group leave in the books: the paid account's two entries share one
-// reference, the owing account's entry none.
+// reference, the owing account's entry keeps the invoice number its description gives.
 TEST_F(SaveAllTest, TheSavesOfTheRunAreWrittenAccountByAccount) {
     Books b;
     SaveAll(b.s, {kPaid, kOpen, kAcross}, "", {"", b.y25, {}}, false, {});
@@ -197,7 +198,7 @@ TEST_F(SaveAllTest, TheSavesOfTheRunAreWrittenAccountByAccount) {
     ASSERT_EQ(paid.size(), 2u);
     EXPECT_EQ(paid[0].referencia.rfind("RF-", 0), 0u);
     EXPECT_EQ(paid[0].referencia, paid[1].referencia);
-    EXPECT_EQ(b.l.Read(b.y25, "4300000002")[0].referencia, "");
+    EXPECT_EQ(b.l.Read(b.y25, "4300000002")[0].referencia, "4");
     const auto across = b.l.Read(b.y24, "4300000004");
     ASSERT_EQ(across.size(), 1u);
     EXPECT_EQ(across[0].referencia.rfind("RF-", 0), 0u);

@@ -159,7 +159,9 @@ TEST_F(ReviewBalanceTest, RowsUpToEachZeroDateShareOneReference) {
         const ReviewResult r = ReviewBalance(s, c.account, grids);
         EXPECT_EQ(r.zeroDates, c.zeroDates);
         ASSERT_EQ(r.references.size(), c.drawn);
-        if (c.drawn == 2) EXPECT_NE(r.references[0], r.references[1]);
+        if (c.drawn == 2) {
+            EXPECT_NE(r.references[0], r.references[1]);
+        }
         EXPECT_EQ(r.saved.groupsBalanced, c.balanced);
         EXPECT_EQ(r.saved.groupsUnbalanced, c.unbalanced);
         auto open = [](const std::vector<GridRow>& rows) {
