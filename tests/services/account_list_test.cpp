@@ -1,0 +1,104 @@
+#include "services/account_list.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "companies/session.h"
+#include "support/ledger.h"
+#include "support/scripted_port.h"
+
+namespace pendara {
+namespace {
+
+using testing::Ledger;
+
+// A chart whose codes are not all of one length (one a digit short, one a digit long), with a
+// group account, accounts settled, referenced or ticked, and one without movements.
+class ListAccountsTest : public testing::SettingsTest {
+  protected:
+    void SetUp() override {
+        SettingsTest::SetUp();
+        y25 = l.Company("E5", "Empresa", 2025);
+        l.Accounts(y25, {{"430", "Clientes", 2},
+                         {"4300000001", " Abierta  ", 0},
+                         {"4300000002", "Saldada", 0},
+                         {"4300000003", "Referenciada", 0},
+                         {"4300000004", "Punteada", 0},
+                         {"430000001", "Corta", 0},
+                         {"43000000011", "Larga", 0},
+                         {"4000000001", "Sin movimientos", 0},
+                         {"5720000001", "Banco", 0}});
+        l.Entries(y25, {{"4300000001", "01/01/25", "1", "a", 1, 100.0},
+                        {"4300000002", "02/01/25", "2", "b", 1, 50.0},
+                        {"4300000002", "03/01/25", "3", "c", 2, -50.0},
+                        {"4300000003", "04/01/25", "4", "d", 1, 12.30, "", "", "", "", "RF-9"},
+                        {"4300000004", "05/01/25", "5", "e", 1, 8.0, "1"},
+                        {"430000001", "06/01/25", "6", "f", 2, -5.0},
+                        {"43000000011", "07/01/25", "7", "g", 1, 7.0},
+                        {"5720000001", "08/01/25", "8", "h", 1, 3.0},
+                        {"430", "09/01/25", "9", "i", 1, 1.0}});
+        s.ActiveCompanyFile = y25;
+    }
+    Ledger l;
+    std::string y25;
+    ScriptedPort port;
+    Session s{port};
+};
+
+TEST_F(ListAccountsTest, MaskAndKindChooseThePostingAccountsInCodeOrder) {
+    using enum AccountListKind;
+    const std::string open = "4300000001 Abierta", settled = "4300000002 Saldada",
+                      referenced = "4300000003 Referenciada", ticked = "4300000004 Punteada",
+                      shorter = "430000001 Corta", longer = "43000000011 Larga",
+                      none = "4000000001 Sin movimientos", bank = "5720000001 Banco";
+    struct Case {
+        const char* mask;
+        AccountListKind kind;
+        std::vector<std::string> expected;
+    };
+    // Codes sort as texts: a longer code follows its prefix, a shorter one follows the codes
+    // that carry a 0 where it ends.
+    const std::vector<Case> cases{
+        {"", Full, {none, open, longer, settled, referenced, ticked, shorter, bank}},
+        {"43", Full, {open, longer, settled, referenced, ticked, shorter}},
+        {"4300000001", Full, {open, longer}},
+        {"43000000010", Full, {}},
+        {"430000001", Full, {shorter}},
+        {"43?0000002", Full, {settled}},
+        {"4?0", Full, {none, open, longer, settled, referenced, ticked, shorter}},
+        {"*1", Full, {none, open, longer, shorter, bank}},
+        {"?3*3", Full, {referenced}},
+        {"6", Full, {}},
+        {"", Pending, {open, longer, shorter, bank}},
+        {"43", Pending, {open, longer, shorter}},
+        {"4300000001", Pending, {open, longer}},
+        {"*2", Pending, {bank}},
+        {"4300000002", Pending, {}},
+        {"6", Pending, {}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string("mask \"") + c.mask +
+                     (c.kind == Full ? "\", full" : "\", pending"));
+        s.CurrentCode.clear();
+        EXPECT_EQ(ListAccounts(s, c.mask, c.kind), c.expected);
+        // Only the pending list makes the company the current one.
+        EXPECT_EQ(s.CurrentCode, c.kind == Pending ? "E5" : "");
+    }
+}
+
+TEST_F(ListAccountsTest, AChartWithoutPostingAccountsListsNothing) {
+    const std::string y26 = l.Company("E6", "Empresa", 2026);
+    l.Accounts(y26, {{"43", "Clientes", 1}, {"430", "Clientes", 2}});
+    l.Entries(y26, {{"430", "01/01/26", "1", "a", 1, 10.0}});
+    s.ActiveCompanyFile = y26;
+    for (const char* mask : {"", "43", "*"}) {
+        SCOPED_TRACE(mask);
+        EXPECT_TRUE(ListAccounts(s, mask, AccountListKind::Full).empty());
+        EXPECT_TRUE(ListAccounts(s, mask, AccountListKind::Pending).empty());
+    }
+}
+
+}  // namespace
+}  // namespace pendara
