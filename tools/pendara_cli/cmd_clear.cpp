@@ -21,8 +21,14 @@ int Run(const std::vector<std::string>& args) {
         std::cerr << "No se ha borrado nada.\n";
         return 1;
     }
-    h.Event([&] { ClearAccount(h.session(), entry); });
+    std::int32_t cleared = 0;
+    h.Event([&] { cleared = ClearAccount(h.session(), entry); });
     const AccountOutcome outcome = h.Process(h.Request(entry, false));
+    std::cerr << "Apuntes vaciados: " << cleared << "\n";
+    RunSummary summary;
+    summary.total = 1;
+    summary.AddAccount(outcome);
+    PrintSummary(std::cerr, summary, false);
     PrintGrids(std::cout, outcome.last());
     return 0;
 }
@@ -32,7 +38,8 @@ const Registrar reg{
      "Uso: pendara-cli clear CUENTA [--yes]\n\n"
      "Vacía la referencia de punteo y pone la marca a 0 en todos los apuntes de CUENTA de\n"
      "todas las empresas del grupo; después la carga, la puntea y la guarda de nuevo, y\n"
-     "escribe las partidas pendientes como \"save\". Pregunta antes, salvo con --yes.",
+     "escribe las partidas pendientes como \"save\". Pregunta antes, salvo con --yes.\n"
+     "En la salida de errores dice cuántos apuntes vació y el resumen de la nueva grabación.",
      Run}};
 
 }  // namespace
