@@ -2,8 +2,10 @@
 // entries and charts of accounts as CSV, sets the active company and makes demo data.
 
 #include "cli/cli.h"
+#include "host/open_files.h"
 
 int main(int argc, char** argv) {
+    pendara::RaiseOpenFileLimit();
     return pendara::cli::Registry::Get().Main(
         "qvdata", "qvdata: datos contables de Quorvex (empresas, apuntes, plan de cuentas).", argc,
         argv);

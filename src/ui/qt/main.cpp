@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "host/open_files.h"
 #include "host/settings.h"
 #include "ui/pndra.h"
 #include "ui/qt/qt_main_window.h"
@@ -17,6 +18,7 @@
 
 int main(int argc, char** argv) {
     using namespace pendara;
+    RaiseOpenFileLimit();
     QApplication app(argc, argv);
     // The toolkit set the C library to the user's locale. The program's own conversions do
     // not depend on it, but the libraries under the data side may print numbers with printf.
