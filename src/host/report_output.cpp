@@ -148,6 +148,8 @@ void WriteReportFile(const ReportRequest& request, std::int32_t destination,
     const std::string part =
         (folder / ("." + target.filename().string() + ".part" + ReportFileExtension(destination)))
             .string();
+    // One left by a write that was killed goes first.
+    std::filesystem::remove(part, ec);
     try {
         WriteFile(request, destination, part);
         SyncFile(part);

@@ -341,6 +341,12 @@ TEST_F(PrintReportTest, AnUnwritablePathIsReportedAndLeavesNothing) {
 TEST_F(PrintReportTest, PathsAreResolvedAndRefusedInSpanishWithTheReason) {
     ReportRequest request{kReportToText, "Informe",   sample,        "23/11/26",
                           kColumns,      "5,0,0,0,3", "EMPRESA DEMO"};
+    // A part file that a killed write left is replaced, and none stays.
+    std::ofstream(dir.file(".viejo.txt.part.txt")) << "a medias";
+    WriteReportFile(request, kReportToText, dir.file("viejo.txt"));
+    EXPECT_FALSE(std::filesystem::exists(dir.file(".viejo.txt.part.txt")));
+    EXPECT_NE(ReadAll(dir.file("viejo.txt")).find("4300000001"), std::string::npos);
+
     // Written through a symbolic link to its target: the link stays a link.
     std::filesystem::create_directory(dir.file("informes"));
     std::filesystem::create_symlink("informes/real.txt", dir.file("enlace.txt"));
