@@ -331,7 +331,9 @@ TEST_F(PrintReportTest, AnUnwritablePathIsReportedAndLeavesNothing) {
     // A failed write keeps an earlier file of the same name whole.
     const std::string earlier = dir.file("keep.xlsx");
     std::ofstream(earlier) << "old";
-    std::filesystem::create_directory(dir.file(".keep.xlsx.part.xlsx"));  // cannot be created
+    // A folder with something in it where the part file goes: it cannot be created.
+    std::filesystem::create_directory(dir.file(".keep.xlsx.part.xlsx"));
+    std::ofstream(dir.file(".keep.xlsx.part.xlsx/x")) << "x";
     port.QueueSaveFile(earlier);
     Print(kReportToSpreadsheet, sample);
     EXPECT_EQ(port.messages.size(), 2u);
