@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <fstream>
 #include <functional>
+#include <sstream>
 #include <stdexcept>
 
 #include "host/conversions.h"
@@ -348,20 +349,30 @@ class TextColumns {
     static constexpr std::size_t kMaxTextColumn = 40;
     static constexpr std::size_t kGap = 2;
 
+    // `report` holds the columns only: the widths come from one pass over the lines.
     TextColumns(const ParsedReport& report, const ReportRequest& request)
-        : report_(report), amount_(LastAmountColumn(report)), whole_(WholeNumberColumns(report)) {
+        : report_(report), amount_(LastAmountColumn(report)) {
         const std::size_t n = report.columns.size();
         width_.assign(n, 0);
         for (std::size_t c = 0; c < n; ++c)
             width_[c] = Utf8Length(report.columns[c]);
-        for (const ReportLine& line : report.lines) {
+        std::vector<bool> anyRow(n, false);
+        whole_.assign(n, true);
+        ForEachReportLine(request, n, [&](const ReportLine& line) {
             if (line.kind == ReportLineKind::Row) {
-                for (std::size_t c = 0; c < n; ++c)
+                for (std::size_t c = 0; c < n; ++c) {
                     width_[c] = std::max(width_[c], Utf8Length(line.cells[c]));
+                    anyRow[c] = true;
+                    if (whole_[c] && !IsWholeNumber(line.cells[c])) whole_[c] = false;
+                }
             } else if (line.kind == ReportLineKind::Summary && n > 0) {
                 width_[amount_] = std::max(width_[amount_], Utf8Length(SummaryAmount(line)));
             }
-        }
+        });
+        // Entry numbers stand to the right like any number (see WholeNumberColumns).
+        for (std::size_t c = 0; c < n; ++c)
+            whole_[c] = whole_[c] && anyRow[c] && report.aligns[c] != ReportAlign::Amount &&
+                        report.aligns[c] != ReportAlign::Date;
         if (request.totals)
             for (const ReportCriterion& t : TotalsLines(*request.totals))
                 if (n > 0) width_[amount_] = std::max(width_[amount_], Utf8Length(t.value));
@@ -440,10 +451,9 @@ class TextColumns {
     std::vector<std::size_t> width_;
 };
 
-}  // namespace
-
-std::string ReadableReportText(const ReportRequest& request) {
-    const ParsedReport report = ParseReport(request);
+// Written line by line as it is made: a long report is never held twice.
+void WriteReadableText(const ReportRequest& request, std::ostream& stream) {
+    const ParsedReport report = ParseReportColumns(request);
     const TextColumns columns(report, request);
     const std::size_t width = std::max<std::size_t>(columns.Total(), 60);
     std::string out;
@@ -465,11 +475,11 @@ std::string ReadableReportText(const ReportRequest& request) {
     }
     bool blank = false;
     bool any = false;
-    for (const ReportLine& line : report.lines) {
+    ForEachReportLine(request, report.columns.size(), [&](const ReportLine& line) {
         switch (line.kind) {
             case ReportLineKind::Blank:
                 blank = true;
-                continue;
+                return;
             case ReportLineKind::Section:
                 out += "\n" + line.heading + "\n" + columns.Header();
                 break;
@@ -488,7 +498,11 @@ std::string ReadableReportText(const ReportRequest& request) {
         }
         blank = false;
         any = true;
-    }
+        if (out.size() > 1 << 16) {
+            stream << out;
+            out.clear();
+        }
+    });
     if (!any) {
         out += "\nSin datos\n";
     } else if (request.totals) {
@@ -496,12 +510,20 @@ std::string ReadableReportText(const ReportRequest& request) {
         for (const ReportCriterion& t : TotalsLines(*request.totals))
             out += columns.Labelled(t.label, t.value);
     }
-    return out;
+    stream << out;
+}
+
+}  // namespace
+
+std::string ReadableReportText(const ReportRequest& request) {
+    std::ostringstream out;
+    WriteReadableText(request, out);
+    return out.str();
 }
 
 void WriteReportText(const ReportRequest& request, const std::string& path) {
     std::ofstream out = OpenOut(path);
-    out << ReadableReportText(request);
+    WriteReadableText(request, out);
     Close(out, path);
 }
 

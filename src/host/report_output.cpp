@@ -251,21 +251,30 @@ std::optional<double> ReportAmount(const std::string& text) {
     return ToDouble(t);
 }
 
-ParsedReport ParseReport(const ReportRequest& request) {
+ParsedReport ParseReportColumns(const ReportRequest& request) {
     ParsedReport report;
     report.columns = SplitOn(request.columns, ',');
     auto codes = SplitOn(request.alignments, ',');
     for (std::size_t c = 0; c < report.columns.size(); ++c)
         report.aligns.push_back(c < codes.size() ? AlignOf(codes[c]) : ReportAlign::Left);
+    return report;
+}
 
-    const std::size_t ncols = report.columns.size();
-    std::vector<std::string> rawLines = SplitOn(request.text, '\n');
-    // The text's last line break ends the last line; it does not start another.
-    if (!rawLines.empty() && (rawLines.back().empty() || rawLines.back() == "\r"))
-        rawLines.pop_back();
-    for (std::string& raw : rawLines) {
-        if (!raw.empty() && raw.back() == '\r') raw.pop_back();
-        ReportLine line;
+void ForEachReportLine(const ReportRequest& request, std::size_t ncols,
+                       const std::function<void(const ReportLine&)>& visit) {
+    const std::string& text = request.text;
+    ReportLine line;
+    for (std::size_t start = 0; start <= text.size();) {
+        std::size_t end = text.find('\n', start);
+        const bool last = end == std::string::npos;
+        if (last) end = text.size();
+        std::string_view raw(text.data() + start, end - start);
+        start = end + 1;
+        // The text's last line break ends the last line; it does not start another.
+        if (last && (raw.empty() || raw == "\r")) break;
+        if (!raw.empty() && raw.back() == '\r') raw.remove_suffix(1);
+        line.heading.clear();
+        line.cells.clear();
         if (Trim(raw).empty()) {
             line.kind = ReportLineKind::Blank;
         } else if (raw[0] == '_') {
@@ -275,10 +284,12 @@ ParsedReport ParseReport(const ReportRequest& request) {
             line.kind = ReportLineKind::SubSection;
             line.heading = Trim(raw.substr(1));
         } else {
-            auto fields = SplitOn(raw, '\t');
             line.cells.assign(ncols, "");
-            for (std::size_t f = 0; f < fields.size(); ++f) {
-                std::string cell = Trim(fields[f]);
+            std::size_t f = 0;
+            for (std::size_t from = 0;; ++f) {
+                const std::size_t tab = raw.find('\t', from);
+                std::string cell = Trim(raw.substr(
+                    from, tab == std::string_view::npos ? std::string_view::npos : tab - from));
                 if (f < ncols) {
                     line.cells[f] = std::move(cell);
                 } else if (!cell.empty() && ncols > 0) {
@@ -286,12 +297,21 @@ ParsedReport ParseReport(const ReportRequest& request) {
                     std::string& lastCell = line.cells[ncols - 1];
                     lastCell += lastCell.empty() ? cell : " " + cell;
                 }
+                if (tab == std::string_view::npos) break;
+                from = tab + 1;
             }
             line.kind =
                 LooksLikeSummary(line.cells) ? ReportLineKind::Summary : ReportLineKind::Row;
         }
-        report.lines.push_back(std::move(line));
+        visit(line);
+        if (last) break;
     }
+}
+
+ParsedReport ParseReport(const ReportRequest& request) {
+    ParsedReport report = ParseReportColumns(request);
+    ForEachReportLine(request, report.columns.size(),
+                      [&report](const ReportLine& line) { report.lines.push_back(line); });
     return report;
 }
 

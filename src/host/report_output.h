@@ -98,6 +98,11 @@ struct ParsedReport {
 };
 
 ParsedReport ParseReport(const ReportRequest& request);
+// The columns and alignments alone, and the lines one at a time (`ncols` cells a row), for
+// writers that need not hold the whole parsed report.
+ParsedReport ParseReportColumns(const ReportRequest& request);
+void ForEachReportLine(const ReportRequest& request, std::size_t ncols,
+                       const std::function<void(const ReportLine&)>& visit);
 
 // The heading's company line: the full name (or the short one), the short name when it differs
 // and the fiscal year: "Comercial Demo, S.L. (DEMO25) - Ejercicio 2025".
