@@ -156,7 +156,8 @@ void WriteCsvTotals(const ReportRequest& request, std::size_t n, std::size_t amo
 }  // namespace
 
 void WriteReportCsv(const ReportRequest& request, const std::string& path) {
-    const ParsedReport report = ParseReport(request);
+    // Row by row as the lines come: the parsed report is never held whole.
+    const ParsedReport report = ParseReportColumns(request);
     std::ofstream out = OpenOut(path);
     out << "\xEF\xBB\xBF";
     auto row = [&](const std::vector<std::string>& cells) {
@@ -171,11 +172,11 @@ void WriteReportCsv(const ReportRequest& request, const std::string& path) {
         header.push_back(CsvField(c));
     row(header);
     bool anySection = false;
-    for (const ReportLine& line : report.lines) {
+    ForEachReportLine(request, n, [&](const ReportLine& line) {
         std::vector<std::string> cells(n);
         switch (line.kind) {
             case ReportLineKind::Blank:
-                continue;
+                return;
             case ReportLineKind::Section:
                 // An empty row between accounts; the heading stands in the first column.
                 if (anySection) row(std::vector<std::string>(n));
@@ -193,7 +194,7 @@ void WriteReportCsv(const ReportRequest& request, const std::string& path) {
                 break;
         }
         row(cells);
-    }
+    });
     WriteCsvTotals(request, n, LastAmountColumn(report), row);
     Close(out, path);
 }
