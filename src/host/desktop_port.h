@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -56,6 +57,20 @@ inline bool IsChoiceKind(std::int32_t kind) {
     return kind == 23 || kind == 25 || kind == 32 || kind == 71;
 }
 
+// One line of a report's selection criteria: "Fechas" / "del 01/01/25 al 31/12/25".
+struct ReportCriterion {
+    std::string label;
+    std::string value;
+};
+
+// The grand totals a report closes with.
+struct ReportTotals {
+    std::int32_t accounts = 0;  // accounts listed
+    double total = 0;
+    double balance = 0;
+    double difference = 0;
+};
+
 // Everything the report output is handed (see the report renderer for the layout).
 struct ReportRequest {
     std::int32_t destination = 0;
@@ -64,7 +79,13 @@ struct ReportRequest {
     std::string date;  // dd/mm/yy
     std::string columns;
     std::string alignments;
-    std::string companyName;
+    std::string companyName;  // the short name
+    // Besides what the host is handed: the heading's full name and fiscal year ("" when
+    // unknown), the criteria block and the closing totals (none: no block).
+    std::string companyFullName = {};
+    std::string fiscalYear = {};
+    std::vector<ReportCriterion> criteria = {};
+    std::optional<ReportTotals> totals = {};
 };
 
 // Where a report goes when it is not written to a file by the core.

@@ -48,6 +48,8 @@ class QvLibrary {
                               const std::string& columns, const std::string& alignments,
                               const std::string& empty1, const std::string& companyName,
                               std::int32_t& one, const std::string& empty2);
+    // The same with what the program adds to the heading, criteria and totals.
+    ReportOutcome PrintReport(const ReportRequest& request);
 
     DesktopPort& port() { return port_; }
 

@@ -34,11 +34,13 @@ class Layouter {
         SizeColumns();
         NewPage();
         for (std::size_t i = 0; i < report_.lines.size(); ++i)
-            Place(report_.lines[i]);
+            Place(i);
         // A selection that lists nothing says so rather than printing a blank page.
         if (!HasContent())
             Text(layout_.size.margin, y_ + kLineHeight, "Sin datos", ReportFontStyle::Italic,
                  kSectionSize);
+        else if (request_.totals)
+            PlaceTotals(*request_.totals);
         AddPageNumbers();
         return std::move(layout_);
     }
@@ -144,7 +146,8 @@ class Layouter {
     LaidPage& Page() { return layout_.pages.back(); }
 
     void Text(double x, double y, std::string t, ReportFontStyle s, double size) {
-        Page().texts.push_back(LaidText{x, y, std::move(t), s, size});
+        const double w = Width(t, s, size);
+        Page().texts.push_back(LaidText{x, y, std::move(t), s, size, w});
     }
 
     void Rule(double y, double width) {
@@ -182,19 +185,74 @@ class Layouter {
              ReportFontStyle::Bold, kTitleSize);
         if (!date.empty()) Text(right - dateWidth, y, date, ReportFontStyle::Regular, kDateSize);
         y += kCompanySize + 6;
-        if (!request_.companyName.empty())
-            Text(size.margin, y,
-                 Fit(request_.companyName, ReportFontStyle::Regular, kCompanySize, textWidth),
+        const std::string company = CompanyHeading(request_);
+        if (!company.empty())
+            Text(size.margin, y, Fit(company, ReportFontStyle::Regular, kCompanySize, textWidth),
                  ReportFontStyle::Regular, kCompanySize);
         y += 7;
         Rule(y, 1);
         y += kLineHeight + 2;
+        if (layout_.pages.size() == 1 && !request_.criteria.empty()) {
+            // The selection the report was made with, once, on the first page.
+            Text(size.margin, y, kCriteriaHeading, ReportFontStyle::Bold, kBodySize);
+            y += kLineHeight;
+            y = LabelledLines(request_.criteria, y, ReportFontStyle::Regular);
+            y += kBlankHeight + kLineHeight;
+        }
         for (std::size_t c = 0; c < report_.columns.size(); ++c)
             Cell(c, y, report_.columns[c], ReportFontStyle::Bold, false);
         y += 4;
         Rule(y, 0.5);
         y_ = y + kLineHeight;
         atTop_ = true;
+    }
+
+    // Label and value lines, labels in a column of their own; returns the y below them.
+    double LabelledLines(const std::vector<ReportCriterion>& lines, double y,
+                         ReportFontStyle valueStyle) {
+        const ReportPageSize& size = layout_.size;
+        double labelWidth = 0;
+        for (const ReportCriterion& c : lines)
+            labelWidth =
+                std::max(labelWidth, Width(c.label + ":", ReportFontStyle::Regular, kBodySize));
+        labelWidth = std::min(labelWidth, (size.width - 2 * size.margin) / 2);
+        const double valueX = size.margin + 12 + labelWidth + kColumnGap;
+        for (const ReportCriterion& c : lines) {
+            Text(size.margin + 12, y,
+                 Fit(c.label + ":", ReportFontStyle::Regular, kBodySize, labelWidth),
+                 ReportFontStyle::Regular, kBodySize);
+            Text(valueX, y, Fit(c.value, valueStyle, kBodySize, size.width - size.margin - valueX),
+                 valueStyle, kBodySize);
+            y += kLineHeight;
+        }
+        return y;
+    }
+
+    // The closing block, kept on one page; amounts in the last amount column.
+    void PlaceTotals(const ReportTotals& totals) {
+        const std::vector<ReportCriterion> lines = TotalsLines(totals);
+        section_.clear();
+        Need(kLineHeight * static_cast<double>(lines.size() + 1) + 8);
+        const ReportPageSize& size = layout_.size;
+        y_ += 8;
+        Page().rules.push_back(LaidRule{size.margin, y_ - kLineHeight + 2, size.width - size.margin,
+                                        y_ - kLineHeight + 2, 1});
+        Text(size.margin, y_, kTotalsHeading, ReportFontStyle::Bold, kSectionSize);
+        y_ += kLineHeight + 2;
+        std::size_t amountColumn = report_.columns.size();
+        for (std::size_t c = 0; c < report_.aligns.size(); ++c)
+            if (report_.aligns[c] == ReportAlign::Amount) amountColumn = c;
+        for (const ReportCriterion& line : lines) {
+            Text(size.margin + 12, y_, line.label, ReportFontStyle::Bold, kBodySize);
+            if (amountColumn < report_.columns.size()) {
+                Cell(amountColumn, y_, line.value, ReportFontStyle::Bold, true);
+            } else {
+                const double w = Width(line.value, ReportFontStyle::Bold, kBodySize);
+                Text(size.width - size.margin - w, y_, line.value, ReportFontStyle::Bold,
+                     kBodySize);
+            }
+            y_ += kLineHeight;
+        }
     }
 
     bool Fits(double height) const { return y_ + height <= bodyBottom_ + kLineHeight; }
@@ -213,7 +271,17 @@ class Layouter {
         }
     }
 
-    void Place(const ReportLine& line) {
+    // The closing lines that follow one another from `first` on (an account's totals): they
+    // go on one page.
+    double SummaryRunHeight(std::size_t first) const {
+        std::size_t end = first;
+        while (end < report_.lines.size() && report_.lines[end].kind == ReportLineKind::Summary)
+            ++end;
+        return kLineHeight * static_cast<double>(end - first);
+    }
+
+    void Place(std::size_t index) {
+        const ReportLine& line = report_.lines[index];
         const ReportPageSize& size = layout_.size;
         switch (line.kind) {
             case ReportLineKind::Blank:
@@ -245,7 +313,10 @@ class Layouter {
                 break;
             case ReportLineKind::Row:
             case ReportLineKind::Summary: {
-                Need(kLineHeight);
+                const bool runStarts =
+                    line.kind == ReportLineKind::Summary &&
+                    (index == 0 || report_.lines[index - 1].kind != ReportLineKind::Summary);
+                Need(runStarts ? SummaryRunHeight(index) : kLineHeight);
                 const auto style = line.kind == ReportLineKind::Summary ? ReportFontStyle::Bold
                                                                         : ReportFontStyle::Regular;
                 for (std::size_t c = 0; c < line.cells.size(); ++c)
@@ -265,7 +336,7 @@ class Layouter {
             const double w = Width(t, ReportFontStyle::Regular, kFooterSize);
             const double y = size.height - size.margin + 12;
             layout_.pages[p].texts.push_back(LaidText{(size.width - w) / 2, y, std::move(t),
-                                                      ReportFontStyle::Regular, kFooterSize});
+                                                      ReportFontStyle::Regular, kFooterSize, w});
         }
     }
 

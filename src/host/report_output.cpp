@@ -17,10 +17,6 @@ namespace pendara {
 
 namespace {
 
-bool IsFileDestination(std::int32_t d) {
-    return d >= kReportToPdf && d <= kReportToText;
-}
-
 std::vector<std::string> SplitOn(const std::string& s, char sep) {
     std::vector<std::string> parts;
     std::size_t start = 0;
@@ -77,6 +73,12 @@ void WriteFile(const ReportRequest& request, std::int32_t destination, const std
         case kReportToSpreadsheet:
             WriteReportXlsx(request, path);
             break;
+        case kReportToCsvTable:
+            WriteReportCsvTable(request, path);
+            break;
+        case kReportToSpreadsheetTable:
+            WriteReportXlsxTable(request, path);
+            break;
         default:
             WriteReportText(request, path);
             break;
@@ -129,6 +131,10 @@ void SyncFile(const std::string& file) {
 
 }  // namespace
 
+bool IsReportFileDestination(std::int32_t d) {
+    return d >= kReportToPdf && d <= kReportToSpreadsheetTable;
+}
+
 void WriteReportFile(const ReportRequest& request, std::int32_t destination,
                      const std::string& path) {
     const std::filesystem::path target = FinalPath(path);
@@ -166,8 +172,14 @@ void WriteReportFile(const ReportRequest& request, std::int32_t destination,
 
 const std::vector<std::string>& ReportDestinationNames() {
     static const std::vector<std::string> names = {
-        "Pantalla",        "Impresora", "Archivo PDF", "Archivo CSV", "Hoja de cálculo (.xlsx)",
-        "Archivo de texto"};
+        "Pantalla",
+        "Impresora",
+        "Archivo PDF",
+        "Archivo CSV",
+        "Hoja de cálculo (.xlsx)",
+        "Archivo de texto",
+        "Tabla CSV (un apunte por fila)",
+        "Tabla de hoja de cálculo (.xlsx, un apunte por fila)"};
     return names;
 }
 
@@ -176,8 +188,10 @@ std::string ReportFileExtension(std::int32_t destination) {
         case kReportToPdf:
             return ".pdf";
         case kReportToCsv:
+        case kReportToCsvTable:
             return ".csv";
         case kReportToSpreadsheet:
+        case kReportToSpreadsheetTable:
             return ".xlsx";
         case kReportToText:
             return ".txt";
@@ -200,8 +214,10 @@ std::string ReportFileFilter(std::int32_t destination) {
         case kReportToPdf:
             return "PDF (*.pdf)";
         case kReportToCsv:
+        case kReportToCsvTable:
             return "CSV (*.csv)";
         case kReportToSpreadsheet:
+        case kReportToSpreadsheetTable:
             return "Hoja de cálculo (*.xlsx)";
         case kReportToText:
             return "Texto (*.txt)";
@@ -235,21 +251,30 @@ std::optional<double> ReportAmount(const std::string& text) {
     return ToDouble(t);
 }
 
-ParsedReport ParseReport(const ReportRequest& request) {
+ParsedReport ParseReportColumns(const ReportRequest& request) {
     ParsedReport report;
     report.columns = SplitOn(request.columns, ',');
     auto codes = SplitOn(request.alignments, ',');
     for (std::size_t c = 0; c < report.columns.size(); ++c)
         report.aligns.push_back(c < codes.size() ? AlignOf(codes[c]) : ReportAlign::Left);
+    return report;
+}
 
-    const std::size_t ncols = report.columns.size();
-    std::vector<std::string> rawLines = SplitOn(request.text, '\n');
-    // The text's last line break ends the last line; it does not start another.
-    if (!rawLines.empty() && (rawLines.back().empty() || rawLines.back() == "\r"))
-        rawLines.pop_back();
-    for (std::string& raw : rawLines) {
-        if (!raw.empty() && raw.back() == '\r') raw.pop_back();
-        ReportLine line;
+void ForEachReportLine(const ReportRequest& request, std::size_t ncols,
+                       const std::function<void(const ReportLine&)>& visit) {
+    const std::string& text = request.text;
+    ReportLine line;
+    for (std::size_t start = 0; start <= text.size();) {
+        std::size_t end = text.find('\n', start);
+        const bool last = end == std::string::npos;
+        if (last) end = text.size();
+        std::string_view raw(text.data() + start, end - start);
+        start = end + 1;
+        // The text's last line break ends the last line; it does not start another.
+        if (last && (raw.empty() || raw == "\r")) break;
+        if (!raw.empty() && raw.back() == '\r') raw.remove_suffix(1);
+        line.heading.clear();
+        line.cells.clear();
         if (Trim(raw).empty()) {
             line.kind = ReportLineKind::Blank;
         } else if (raw[0] == '_') {
@@ -259,10 +284,12 @@ ParsedReport ParseReport(const ReportRequest& request) {
             line.kind = ReportLineKind::SubSection;
             line.heading = Trim(raw.substr(1));
         } else {
-            auto fields = SplitOn(raw, '\t');
             line.cells.assign(ncols, "");
-            for (std::size_t f = 0; f < fields.size(); ++f) {
-                std::string cell = Trim(fields[f]);
+            std::size_t f = 0;
+            for (std::size_t from = 0;; ++f) {
+                const std::size_t tab = raw.find('\t', from);
+                std::string cell = Trim(raw.substr(
+                    from, tab == std::string_view::npos ? std::string_view::npos : tab - from));
                 if (f < ncols) {
                     line.cells[f] = std::move(cell);
                 } else if (!cell.empty() && ncols > 0) {
@@ -270,13 +297,77 @@ ParsedReport ParseReport(const ReportRequest& request) {
                     std::string& lastCell = line.cells[ncols - 1];
                     lastCell += lastCell.empty() ? cell : " " + cell;
                 }
+                if (tab == std::string_view::npos) break;
+                from = tab + 1;
             }
             line.kind =
                 LooksLikeSummary(line.cells) ? ReportLineKind::Summary : ReportLineKind::Row;
         }
-        report.lines.push_back(std::move(line));
+        visit(line);
+        if (last) break;
     }
+}
+
+ParsedReport ParseReport(const ReportRequest& request) {
+    ParsedReport report = ParseReportColumns(request);
+    ForEachReportLine(request, report.columns.size(),
+                      [&report](const ReportLine& line) { report.lines.push_back(line); });
     return report;
+}
+
+std::string CompanyHeading(const ReportRequest& request) {
+    const std::string full = Trim(request.companyFullName);
+    std::string line = full.empty() ? request.companyName : full;
+    if (!full.empty() && !request.companyName.empty() && request.companyName != full)
+        line += " (" + request.companyName + ")";
+    if (!request.fiscalYear.empty())
+        line += (line.empty() ? "Ejercicio " : " - Ejercicio ") + request.fiscalYear;
+    return line;
+}
+
+std::vector<ReportCriterion> TotalsLines(const ReportTotals& totals) {
+    return {{"Cuentas listadas", std::to_string(totals.accounts)},
+            {"Total", FormatAmountPlain(totals.total)},
+            {"Saldo según último balance", FormatAmountPlain(totals.balance)},
+            {"Diferencia", FormatAmountPlain(totals.difference)}};
+}
+
+const std::vector<std::string>& ReportTableLeadColumns() {
+    static const std::vector<std::string> columns = {"Cuenta", "Nombre de la cuenta", "Grupo"};
+    return columns;
+}
+
+std::vector<ReportTableRow> ReportTableRows(const ParsedReport& report) {
+    std::vector<ReportTableRow> rows;
+    std::string account, name, group;
+    for (const ReportLine& line : report.lines) {
+        switch (line.kind) {
+            case ReportLineKind::Section: {
+                // "code - title"
+                const std::size_t dash = line.heading.find(" - ");
+                account = Trim(line.heading.substr(0, dash));
+                name = dash == std::string::npos ? "" : Trim(line.heading.substr(dash + 3));
+                group.clear();
+                break;
+            }
+            case ReportLineKind::SubSection: {
+                // "Referencia: X"; the block's balance line closes it.
+                const std::size_t colon = line.heading.find(':');
+                group = Trim(colon == std::string::npos ? line.heading
+                                                        : line.heading.substr(colon + 1));
+                break;
+            }
+            case ReportLineKind::Summary:
+                group.clear();
+                break;
+            case ReportLineKind::Row:
+                rows.push_back(ReportTableRow{account, name, group, &line});
+                break;
+            case ReportLineKind::Blank:
+                break;
+        }
+    }
+    return rows;
 }
 
 bool IsNumericCell(const ParsedReport& report, const ReportLine& line, std::size_t column) {
@@ -326,9 +417,22 @@ ReportOutcome QvLibrary::PrintReport(std::int32_t& destination, const std::strin
                                      const std::string& columns, const std::string& alignments,
                                      const std::string&, const std::string& companyName,
                                      std::int32_t&, const std::string&) {
-    ReportRequest request{destination, title, text, date, columns, alignments, companyName};
+    ReportRequest request;
+    request.destination = destination;
+    request.title = title;
+    request.text = text;
+    request.date = date;
+    request.columns = columns;
+    request.alignments = alignments;
+    request.companyName = companyName;
+    return PrintReport(request);
+}
+
+ReportOutcome QvLibrary::PrintReport(const ReportRequest& request) {
+    const std::int32_t destination = request.destination;
+    const std::string& title = request.title;
     ReportOutcome outcome{destination, "", "", false};
-    if (!IsFileDestination(destination)) {
+    if (!IsReportFileDestination(destination)) {
         port_.ShowReport(request, destination == kReportToPrinter ? ReportScreenTarget::Printer
                                                                   : ReportScreenTarget::Preview);
         return outcome;

@@ -10,8 +10,11 @@
 //   3 CSV file: ";" separated, UTF-8 with a byte order mark, amounts as numbers with a decimal
 //     comma and no grouping (what a spreadsheet with Spanish settings reads as a number)
 //   4 spreadsheet file (.xlsx): amounts and dates are numeric cells
-//   5 plain text file: the report text with LF line ends
-// Any other code is shown on screen.
+//   5 plain text file: fixed-width columns with headings, amounts right-aligned
+//   6 CSV table: one row per entry, each with its account, name and group, ready to filter
+//   7 spreadsheet table (.xlsx): the same rows, with a second sheet for criteria and totals
+// Any other code is shown on screen. Every form carries the heading (title, company and fiscal
+// year, date), the selection criteria and the closing totals the request brings.
 //
 // Report text conventions the renderers understand:
 //   - lines end with CR LF (a bare LF is accepted), fields are separated by TAB;
@@ -45,15 +48,19 @@ inline constexpr std::int32_t kReportToPdf = 2;
 inline constexpr std::int32_t kReportToCsv = 3;
 inline constexpr std::int32_t kReportToSpreadsheet = 4;
 inline constexpr std::int32_t kReportToText = 5;
+inline constexpr std::int32_t kReportToCsvTable = 6;
+inline constexpr std::int32_t kReportToSpreadsheetTable = 7;
+
+bool IsReportFileDestination(std::int32_t destination);
 
 // The names the output choice offers, indexed by destination code.
 const std::vector<std::string>& ReportDestinationNames();
-// File ending (".pdf", ".csv", ".xlsx", ".txt") of a file destination; "" for screen and printer.
 // The name a save dialog proposes for a report written on `day` (local time): the title and the
 // date, "Informe de punteo de extractos 2026-11-23.pdf", so that reports of different days do
 // not overwrite each other and sort by date.
 std::string DatedReportFileName(const std::string& title, std::int32_t destination,
                                 std::time_t day);
+// File ending (".pdf", ".csv", ".xlsx", ".txt") of a file destination; "" for screen and printer.
 std::string ReportFileExtension(std::int32_t destination);
 // The file filter handed to the save dialog ("PDF (*.pdf)", ...).
 std::string ReportFileFilter(std::int32_t destination);
@@ -91,6 +98,31 @@ struct ParsedReport {
 };
 
 ParsedReport ParseReport(const ReportRequest& request);
+// The columns and alignments alone, and the lines one at a time (`ncols` cells a row), for
+// writers that need not hold the whole parsed report.
+ParsedReport ParseReportColumns(const ReportRequest& request);
+void ForEachReportLine(const ReportRequest& request, std::size_t ncols,
+                       const std::function<void(const ReportLine&)>& visit);
+
+// The heading's company line: the full name (or the short one), the short name when it differs
+// and the fiscal year: "Comercial Demo, S.L. (DEMO25) - Ejercicio 2025".
+std::string CompanyHeading(const ReportRequest& request);
+// The closing totals as label and amount lines, "Cuentas listadas" first.
+inline constexpr const char* kTotalsHeading = "Totales del informe";
+inline constexpr const char* kCriteriaHeading = "Criterios de selección";
+std::vector<ReportCriterion> TotalsLines(const ReportTotals& totals);
+
+// One entry of the report as a table row: the account and group it lies in, and its cells.
+struct ReportTableRow {
+    std::string account;
+    std::string accountName;
+    std::string group;  // the reference of the group block it belongs to; "" for an open entry
+    const ReportLine* line = nullptr;
+};
+// The titles of the table's leading columns.
+const std::vector<std::string>& ReportTableLeadColumns();
+// Every entry row of the report in order (summary lines and headings are not rows).
+std::vector<ReportTableRow> ReportTableRows(const ParsedReport& report);
 
 // Reads an amount as the report prints it (Spanish form, "1.234,56", blanks around); nullopt
 // when the text is not one.
@@ -116,6 +148,7 @@ struct LaidText {
     std::string text;  // UTF-8
     ReportFontStyle style = ReportFontStyle::Regular;
     double size = 8;
+    double width = 0;  // as measured by the layout: a painter with other fonts fits it to this
 };
 
 struct LaidRule {
@@ -147,6 +180,11 @@ ReportLayout LayoutReport(const ReportRequest& request, const ReportPageSize& si
 // A rough measure for callers without fonts: Helvetica-like average widths.
 double ApproximateTextWidth(const std::string& text, ReportFontStyle style, double size);
 
+// The widths of the PDF's fonts. The PDF, the preview and the printer all lay a report out with
+// these and on ReportPageSize{} (PrintLayout), so that they break pages alike.
+double PdfTextWidth(const std::string& text, ReportFontStyle style, double size);
+ReportLayout PrintLayout(const ReportRequest& request);
+
 // --- File writers (throw std::runtime_error naming the file when it cannot be written) ---------
 
 // The file of a file destination (2 to 5), written beside `path` and renamed onto it, so that a
@@ -158,6 +196,11 @@ void WriteReportPdf(const ReportRequest& request, const std::string& path);
 void WriteReportCsv(const ReportRequest& request, const std::string& path);
 void WriteReportXlsx(const ReportRequest& request, const std::string& path);
 void WriteReportText(const ReportRequest& request, const std::string& path);
+void WriteReportCsvTable(const ReportRequest& request, const std::string& path);
+void WriteReportXlsxTable(const ReportRequest& request, const std::string& path);
+
+// The readable text of destination 5 (LF line ends).
+std::string ReadableReportText(const ReportRequest& request);
 
 // UTF-8 to Windows-1252 (the PDF's WinAnsi encoding); characters it lacks become "?".
 std::string Utf8ToCp1252(const std::string& text);

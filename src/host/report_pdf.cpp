@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 
 #include "host/report_output.h"
@@ -55,7 +56,32 @@ class PdfFonts {
     HPDF_Font regular_, bold_, italic_;
 };
 
+// A document only for its fonts' widths, one per thread (the library is not shared between
+// threads).
+class MeasureDoc {
+  public:
+    MeasureDoc() : doc_(HPDF_New(OnPdfError, &error_)) {
+        if (doc_) fonts_.emplace(doc_.get());
+    }
+    const PdfFonts* Fonts() const { return error_.code == HPDF_OK && fonts_ ? &*fonts_ : nullptr; }
+
+  private:
+    PdfError error_;
+    std::unique_ptr<_HPDF_Doc_Rec, PdfDocDeleter> doc_;
+    std::optional<PdfFonts> fonts_;
+};
+
 }  // namespace
+
+double PdfTextWidth(const std::string& text, ReportFontStyle style, double size) {
+    thread_local MeasureDoc doc;
+    const PdfFonts* fonts = doc.Fonts();
+    return fonts ? fonts->Measure(text, style, size) : ApproximateTextWidth(text, style, size);
+}
+
+ReportLayout PrintLayout(const ReportRequest& request) {
+    return LayoutReport(request, ReportPageSize{}, PdfTextWidth);
+}
 
 void WriteReportPdf(const ReportRequest& request, const std::string& path) {
     PdfError error;
@@ -72,11 +98,8 @@ void WriteReportPdf(const ReportRequest& request, const std::string& path) {
         throw std::runtime_error("no se pudo preparar el PDF " + path + " (" + buf + ")");
     }
 
-    ReportPageSize size;
-    ReportLayout layout =
-        LayoutReport(request, size, [&](const std::string& t, ReportFontStyle s, double pt) {
-            return fonts.Measure(t, s, pt);
-        });
+    const ReportLayout layout = PrintLayout(request);
+    const ReportPageSize& size = layout.size;
     for (const LaidPage& laid : layout.pages) {
         HPDF_Page page = HPDF_AddPage(pdf);
         HPDF_Page_SetWidth(page, static_cast<HPDF_REAL>(size.width));

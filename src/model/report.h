@@ -9,6 +9,8 @@
 #include <variant>
 #include <vector>
 
+#include "host/desktop_port.h"
+
 namespace pendara {
 
 // One entry line.
@@ -59,9 +61,12 @@ struct Report {
     std::string date;   // the day it was made, dd/mm/yy
     std::string columns;
     std::string alignments;
-    std::string companyName;              // the active company's short name
-    std::int32_t destination = 0;         // where it goes ("Salida a")
-    std::vector<AccountReport> accounts;  // every account of the chart's selection, in order
+    std::string companyName;                // the active company's short name
+    std::string companyFullName;            // its name as the company file holds it
+    std::string fiscalYear;                 // "2025"; "" when the file does not say
+    std::vector<ReportCriterion> criteria;  // the selection, as the report's first block says it
+    std::int32_t destination = 0;           // where it goes ("Salida a")
+    std::vector<AccountReport> accounts;    // every account of the chart's selection, in order
 };
 
 }  // namespace pendara

@@ -191,16 +191,55 @@ std::string ReportText(const Report& report) {
     return text;
 }
 
+std::vector<ReportCriterion> ReportCriteria(const ReportOptions& o) {
+    std::vector<ReportCriterion> c;
+    c.push_back({"Cuentas", "desde " + Trim(o.fromAccount) + " hasta " + Trim(o.toAccount)});
+    c.push_back(
+        {"Cuentas coincidentes con", o.mask == "??????????" ? o.mask + " (todas)" : o.mask});
+    c.push_back({"Fechas", "del " + DateText(o.fromDate) + " al " + DateText(o.toDate)});
+    std::string kinds;
+    auto add = [&kinds](bool on, const char* name) {
+        if (!on) return;
+        if (!kinds.empty()) kinds += ", ";
+        kinds += name;
+    };
+    add(o.showOpen, "no punteados");
+    add(o.showUnbalanced, "punteados pero no cuadrados");
+    add(o.showBalanced, "punteados y cuadrados");
+    c.push_back({"Apuntes", kinds.empty() ? "ninguno" : kinds});
+    c.push_back({"Apuntes de apertura", o.showOpening ? "incluidos" : "no incluidos"});
+    c.push_back({"Solo cuentas con saldo mayor que",
+                 o.minBalance > 0 ? FormatAmountPlain(o.minBalance) + " €" : "todas las cuentas"});
+    if (o.showUnbalanced)
+        c.push_back(
+            {"Punteados no cuadrados mayores que", FormatAmountPlain(o.minUnbalanced) + " €"});
+    return c;
+}
+
+ReportTotals GrandTotals(const Report& report) {
+    ReportTotals t;
+    for (const AccountReport& a : report.accounts) {
+        if (!a.listed) continue;
+        ++t.accounts;
+        t.total += a.total;
+        t.balance += a.balance;
+        t.difference += a.total - a.balance;
+    }
+    return t;
+}
+
 ReportRequest RequestOf(const Report& report) {
-    return ReportRequest{report.destination, report.title,      ReportText(report), report.date,
-                         report.columns,     report.alignments, report.companyName};
+    ReportRequest request{report.destination, report.title,      ReportText(report), report.date,
+                          report.columns,     report.alignments, report.companyName};
+    request.companyFullName = report.companyFullName;
+    request.fiscalYear = report.fiscalYear;
+    request.criteria = report.criteria;
+    request.totals = GrandTotals(report);
+    return request;
 }
 
 ReportOutcome PrintReport(QvLibrary& lib, const Report& report) {
-    std::int32_t destination = report.destination;
-    std::int32_t one = 1;
-    return lib.PrintReport(destination, report.title, ReportText(report), report.date,
-                           report.columns, report.alignments, "", report.companyName, one, "");
+    return lib.PrintReport(RequestOf(report));
 }
 
 }  // namespace pendara

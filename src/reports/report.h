@@ -83,6 +83,10 @@ std::string ChartFilter(const std::string& from, const std::string& to, const st
 // listed), each followed by CR LF.
 std::string AccountText(const AccountReport& account);
 std::string ReportText(const Report& report);
+// The selection criteria in words, for the report's first block.
+std::vector<ReportCriterion> ReportCriteria(const ReportOptions& options);
+// The closing totals over the accounts listed.
+ReportTotals GrandTotals(const Report& report);
 // What the host's report output is handed.
 ReportRequest RequestOf(const Report& report);
 // Hands the report to the host library's report output (PrintReport); what came of it.

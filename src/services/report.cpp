@@ -2,7 +2,9 @@
 
 #include "companies/catalogue.h"
 #include "companies/session.h"
+#include "host/company_file.h"
 #include "host/conversions.h"
+#include "host/errors.h"
 #include "host/paths.h"
 #include "host/qv_file_control.h"
 
@@ -41,6 +43,14 @@ Report GenerateReport(Session& s, const ReportOptions& options, const Progress& 
     chart.CloseFile();
     r.date = DateText(TodaySystemText());
     r.companyName = CleanName(s.ActiveCompanyFile);
+    r.criteria = ReportCriteria(options);
+    try {
+        const CompanyHeader header = ReadCompanyHeader(s.ActiveCompanyFile);
+        r.companyFullName = Trim(header.name);
+        if (header.year > 0) r.fiscalYear = std::to_string(header.year);
+    } catch (const HostError&) {
+        // The heading keeps the short name alone.
+    }
     return r;
 }
 

@@ -76,7 +76,8 @@ THIS_YEAR=$(date +%y)
 normalise() {
     sed -e "s|$WORK_RE|@TMP@|g" \
         -e "s|Fecha: $1|Fecha: dd/mm/aa|g" -e "s|Fecha: $2|Fecha: dd/mm/aa|g" \
-        -e "s|Hasta Fecha: 31/12/$THIS_YEAR\$|Hasta Fecha: 31/12/aa|"
+        -e "s|Hasta Fecha: 31/12/$THIS_YEAR\$|Hasta Fecha: 31/12/aa|" \
+        -e "s|al 31/12/$THIS_YEAR\$|al 31/12/aa|" -e "s|al 31/12/$THIS_YEAR\([^0-9]\)|al 31/12/aa\1|g"
 }
 
 # Appends a file, marking a missing final line break as diff does.

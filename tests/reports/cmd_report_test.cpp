@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -108,11 +109,31 @@ TEST_F(CmdReportTest, FilesAndBadInput) {
     const std::string csv = ledger.File("r.csv");
     EXPECT_EQ(Cli("--format csv -o " + csv, "clave\n").status, 0);
     std::ifstream in(csv);
-    std::string header;
-    std::getline(in, header);
-    EXPECT_EQ(header,
+    std::string first, line;
+    std::getline(in, first);
+    EXPECT_EQ(first,
               "\xEF\xBB\xBF"
-              "Fecha;Asiento;Descripción;Referencia;Importe\r");
+              "Informe de punteo de extractos;;;;\r");
+    // The criteria the command was given come before the column titles.
+    bool criteria = false, header = false;
+    while (!header && std::getline(in, line)) {
+        criteria |= line.rfind("Cuentas coincidentes con;?????????? (todas)", 0) == 0;
+        header = line == "Fecha;Asiento;Descripción;Referencia;Importe\r";
+    }
+    EXPECT_TRUE(criteria);
+    EXPECT_TRUE(header);
+    // The table forms, one entry a row.
+    const std::string table = ledger.File("t.csv");
+    EXPECT_EQ(Cli("--format csv-tabla -o " + table, "clave\n").status, 0);
+    std::ifstream tin(table);
+    bool tableHeader = false;
+    while (!tableHeader && std::getline(tin, line))
+        tableHeader =
+            line ==
+            "Cuenta;Nombre de la cuenta;Grupo;Fecha;Asiento;Descripción;Referencia;Importe\r";
+    EXPECT_TRUE(tableHeader);
+    EXPECT_EQ(Cli("--format xlsx-tabla -o " + ledger.File("t.xlsx"), "clave\n").status, 0);
+    EXPECT_TRUE(std::filesystem::exists(ledger.File("t.xlsx")));
 
     EXPECT_EQ(Cli("--format pdf").status, 2);  // a file format needs -o
     EXPECT_EQ(Cli("--format doc -o x").status, 2);

@@ -276,7 +276,10 @@ TEST_F(PrintReportTest, FileDestinationsAskForAPathAndAddTheEnding) {
     ASSERT_TRUE(std::filesystem::exists(dir.file("informe.txt")));
     std::string lf = ReadAll(dir.file("informe.txt"));
     EXPECT_EQ(lf.find('\r'), std::string::npos);
-    EXPECT_NE(lf.find("_4300000001 - CLIENTE"), std::string::npos);
+    // The readable form: the account's heading without its mark, and no TABs.
+    EXPECT_NE(lf.find("\n4300000001 - CLIENTE"), std::string::npos) << lf;
+    EXPECT_EQ(lf.find("_4300000001"), std::string::npos);
+    EXPECT_EQ(lf.find('\t'), std::string::npos);
 
     port.QueueSaveFile("");  // cancelled: nothing written, nothing said
     const std::time_t before = std::time(nullptr);
@@ -388,6 +391,7 @@ TEST_F(PrintReportTest, CsvHasTheReportColumnsAndNumericAmounts) {
     std::vector<std::string> lines;
     for (std::string l; std::getline(in, l);)
         lines.push_back(l.substr(0, l.size() - (l.empty() || l.back() != '\r' ? 0 : 1)));
+    // Without criteria (the host's own arguments) the table stands alone.
     ASSERT_GE(lines.size(), 8u);
     EXPECT_EQ(lines[0], "Fecha;Asiento;Descripción;Referencia;Importe");
     EXPECT_EQ(lines[1], "\"4300000001 - CLIENTE; \"\"UNO\"\"\";;;;");
@@ -506,6 +510,273 @@ TEST_F(PrintReportTest, PdfShowsAccentsAndPageNumbers) {
     EXPECT_NE(got.find("Saldo según último balance"), std::string::npos);
     EXPECT_NE(got.find("Página 1 de "), std::string::npos);
     EXPECT_NE(got.find("Página 2 de "), std::string::npos);
+}
+
+}  // namespace
+}  // namespace pendara
+
+namespace pendara {
+namespace {
+
+// A request as the program hands it: full heading, criteria and closing totals.
+ReportRequest FullRequest(const std::string& text, std::int32_t destination = 0) {
+    ReportRequest r = Request(text, destination);
+    r.companyFullName = "Comercial Demo, S.L.";
+    r.fiscalYear = "2025";
+    r.criteria = {{"Cuentas", "desde 4300000001 hasta 4309999999"},
+                  {"Fechas", "del 01/01/25 al 31/12/25"},
+                  {"Apuntes de apertura", "no incluidos"}};
+    r.totals = ReportTotals{2, -1234.5, 1000, -2234.5};
+    return r;
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream in(text);
+    for (std::string l; std::getline(in, l);) {
+        if (!l.empty() && l.back() == '\r') l.pop_back();
+        lines.push_back(l);
+    }
+    return lines;
+}
+
+std::size_t IndexOf(const std::vector<std::string>& lines, const std::string& prefix) {
+    for (std::size_t i = 0; i < lines.size(); ++i)
+        if (lines[i].rfind(prefix, 0) == 0) return i;
+    return lines.size();
+}
+
+TEST(CompanyHeading, FullNameShortNameAndYearAsFarAsKnown) {
+    ReportRequest r = Request("");
+    EXPECT_EQ(CompanyHeading(r), "EMPRESA DEMO");
+    r.fiscalYear = "2025";
+    EXPECT_EQ(CompanyHeading(r), "EMPRESA DEMO - Ejercicio 2025");
+    r.companyFullName = "  Comercial Demo, S.L. ";
+    EXPECT_EQ(CompanyHeading(r), "Comercial Demo, S.L. (EMPRESA DEMO) - Ejercicio 2025");
+    r.companyName = "Comercial Demo, S.L.";
+    r.fiscalYear.clear();
+    EXPECT_EQ(CompanyHeading(r), "Comercial Demo, S.L.");
+    r.companyName.clear();
+    r.companyFullName.clear();
+    r.fiscalYear = "2024";
+    EXPECT_EQ(CompanyHeading(r), "Ejercicio 2024");
+}
+
+TEST(ReportTableRows, EveryEntryKnowsItsAccountAndGroup) {
+    const ParsedReport p = ParseReport(Request(AccountText("4300000001", "CLIENTE - UNO", 2) +
+                                               AccountText("4300000002", "OTRO", 1)));
+    const std::vector<ReportTableRow> rows = ReportTableRows(p);
+    // Two open entries and two grouped ones, then one and two: summaries are not rows.
+    ASSERT_EQ(rows.size(), 7u);
+    EXPECT_EQ(rows[0].account, "4300000001");
+    EXPECT_EQ(rows[0].accountName, "CLIENTE - UNO");  // only the first dash parts code and name
+    EXPECT_EQ(rows[0].group, "");
+    EXPECT_EQ(rows[2].group, "RF-12");
+    EXPECT_EQ(rows[3].group, "RF-12");
+    EXPECT_EQ(rows[3].line->cells[2], "Abono");
+    EXPECT_EQ(rows[4].account, "4300000002");
+    EXPECT_EQ(rows[4].accountName, "OTRO");
+    EXPECT_EQ(rows[4].group, "");  // a new account leaves the group behind
+    // An open entry after a group's balance line is not in the group.
+    const ParsedReport after = ParseReport(
+        Request("_1 - A\r\n\r\n*Referencia: X\r\n" + Entry("01/01/25", "1", "a", "X", 5) +
+                "\t\tSaldo\t5,00\r\n\r\n" + Entry("02/01/25", "2", "b", "", 3)));
+    const std::vector<ReportTableRow> two = ReportTableRows(after);
+    ASSERT_EQ(two.size(), 2u);
+    EXPECT_EQ(two[0].group, "X");
+    EXPECT_EQ(two[1].group, "");
+}
+
+TEST(ReadableText, ColumnsHeadingsCriteriaAndTotalsWithoutMarkers) {
+    const std::string text = ReadableReportText(FullRequest(
+        AccountText("4300000001", "CLIENTE ÑANDÚ", 12) + AccountText("4300000002", "OTRO", 2)));
+    EXPECT_EQ(text.find('\t'), std::string::npos);
+    EXPECT_EQ(text.find('\r'), std::string::npos);
+    const std::vector<std::string> lines = Lines(text);
+    for (const std::string& l : lines) {
+        EXPECT_FALSE(!l.empty() && (l[0] == '_' || l[0] == '*')) << l;
+        EXPECT_TRUE(l.empty() || l.back() != ' ') << "trailing blanks: " << l;
+    }
+    EXPECT_EQ(lines[0].rfind("Informe de punteo de extractos", 0), 0u);
+    EXPECT_EQ(lines[0].substr(lines[0].size() - 15), "Fecha: 23/11/26");
+    EXPECT_EQ(lines[1], "Comercial Demo, S.L. (EMPRESA DEMO) - Ejercicio 2025");
+    const std::size_t criteria = IndexOf(lines, "Criterios de selección");
+    ASSERT_LT(criteria, lines.size());
+    EXPECT_EQ(lines[criteria + 1], "  Cuentas:              desde 4300000001 hasta 4309999999");
+    EXPECT_EQ(lines[criteria + 3], "  Apuntes de apertura:  no incluidos");
+    // Every line that carries an amount ends it in the same place: the amount column's edge.
+    const std::size_t header = IndexOf(lines, "Fecha ");
+    ASSERT_LT(header, lines.size());
+    const std::size_t edge = Utf8Length(lines[header]);
+    EXPECT_EQ(lines[header].substr(lines[header].size() - 7), "Importe");
+    std::size_t amounts = 0;
+    for (std::size_t i = header; i < lines.size(); ++i)
+        if (const std::string& l = lines[i]; ReportAmount(l.substr(l.rfind(' ') + 1)) &&
+                                             l.find("Cuentas listadas") == std::string::npos) {
+            EXPECT_EQ(Utf8Length(l), edge) << l;
+            ++amounts;
+        }
+    EXPECT_GT(amounts, 20u);
+    EXPECT_NE(text.find("\n15/01/25       12  Fra. 12 cliente señor"), std::string::npos) << text;
+    EXPECT_NE(text.find("\n4300000002 - OTRO\nFecha"), std::string::npos);
+    EXPECT_NE(text.find("\n  Referencia: RF-12\n"), std::string::npos);
+    // The closing block: the count, then the three sums, each amount at the column's edge.
+    const std::size_t totals = IndexOf(lines, "Totales del informe");
+    ASSERT_EQ(totals + 5, lines.size());
+    EXPECT_EQ(lines[totals + 1].substr(lines[totals + 1].size() - 2), " 2");
+    EXPECT_EQ(Utf8Length(lines[totals + 2]), edge);
+    EXPECT_EQ(lines[totals + 2].substr(lines[totals + 2].size() - 9), "-1.234,50");
+    EXPECT_NE(lines[totals + 3].find("Saldo según último balance"), std::string::npos);
+    EXPECT_EQ(lines[totals + 4].substr(lines[totals + 4].size() - 9), "-2.234,50");
+}
+
+TEST(ReadableText, LongDescriptionsAreCutAndAnEmptyReportSaysSo) {
+    const std::string text = ReadableReportText(
+        FullRequest("_1 - A\r\n" + Entry("01/01/25", "1", std::string(80, 'x') + "ñ", "", 5)));
+    EXPECT_NE(text.find(std::string(39, 'x') + "\xE2\x80\xA6  "), std::string::npos) << text;
+    EXPECT_EQ(text.find(std::string(41, 'x')), std::string::npos);
+    const std::string empty = ReadableReportText(FullRequest(""));
+    EXPECT_NE(empty.find("\nSin datos\n"), std::string::npos);
+    EXPECT_EQ(empty.find("Totales del informe"), std::string::npos);
+    EXPECT_NE(empty.find("Criterios de selección"), std::string::npos);
+}
+
+TEST_F(LayoutTest, CriteriaOnTheFirstPageAndTotalsAtTheEnd) {
+    std::string text;
+    for (int a = 0; a < 4; ++a)
+        text += AccountText("43000000" + std::to_string(10 + a), "CLIENTE", 30);
+    const ReportLayout l = LayoutReport(FullRequest(text), ReportPageSize{}, ApproximateTextWidth);
+    ASSERT_GE(l.pages.size(), 2u);
+    EXPECT_EQ(Find(l.pages[0], "Criterios de selección").size(), 1u);
+    EXPECT_EQ(Find(l.pages[0], "desde 4300000001 hasta 4309999999").size(), 1u);
+    EXPECT_TRUE(Find(l.pages[1], "Criterios de selección").empty());
+    for (const LaidPage& p : l.pages)
+        EXPECT_EQ(Find(p, "Comercial Demo, S.L. (EMPRESA DEMO) - Ejercicio 2025").size(), 1u);
+    const LaidPage& last = l.pages.back();
+    ASSERT_EQ(Find(last, "Totales del informe").size(), 1u);
+    const auto difference = Find(last, "-2.234,50");
+    ASSERT_EQ(difference.size(), 1u);
+    EXPECT_GT(difference[0]->y, Find(last, "Totales del informe")[0]->y);
+    EXPECT_NEAR(difference[0]->x + difference[0]->width, l.columnX[4] + l.columnWidth[4], 0.01);
+    for (const LaidPage& p : l.pages)
+        for (const LaidText& t : p.texts)
+            EXPECT_DOUBLE_EQ(t.width, ApproximateTextWidth(t.text, t.style, t.size)) << t.text;
+}
+
+// However the lines fall, an account's three closing lines share a page.
+TEST_F(LayoutTest, AnAccountsClosingLinesStayTogether) {
+    std::size_t split = 0;
+    for (int entries = 40; entries < 110; ++entries) {
+        const ReportLayout l = Lay(AccountText("4300000001", "CLIENTE", entries));
+        for (std::size_t p = 0; p < l.pages.size(); ++p) {
+            const bool total = !Find(l.pages[p], "Total").empty();
+            const bool balance = !Find(l.pages[p], "Saldo según último balance").empty();
+            const bool difference = !Find(l.pages[p], "Diferencia").empty();
+            EXPECT_EQ(total, difference) << entries << " entries, page " << p + 1;
+            EXPECT_EQ(balance, difference) << entries << " entries, page " << p + 1;
+            // A page that opens with the closing lines still shows whose they are.
+            if (difference && p > 0 && Find(l.pages[p], "15/01/25").empty()) {
+                ++split;
+                bool continued = false;
+                for (const LaidText& t : l.pages[p].texts)
+                    continued |= t.text.find("(continuación)") != std::string::npos;
+                EXPECT_TRUE(continued) << entries;
+            }
+        }
+    }
+    // Some lengths did push the closing lines over, or the test proved nothing.
+    EXPECT_GT(split, 0u);
+}
+
+TEST_F(PrintReportTest, CsvTableHasOneFilterableRowPerEntry) {
+    const std::string path = dir.file("t.csv");
+    WriteReportFile(FullRequest(sample + AccountText("4300000002", "OTRO", 1), kReportToCsvTable),
+                    kReportToCsvTable, path);
+    const std::vector<std::string> lines = Lines(ReadAll(path).substr(3));
+    const std::size_t header = IndexOf(lines, "Cuenta;");
+    ASSERT_LT(header, lines.size());
+    EXPECT_EQ(lines[header],
+              "Cuenta;Nombre de la cuenta;Grupo;Fecha;Asiento;Descripción;Referencia;Importe");
+    // Heading and criteria come first, an empty row before the table.
+    EXPECT_EQ(lines[0], "Informe de punteo de extractos;;;;;;;");
+    EXPECT_LT(IndexOf(lines, "Cuentas;desde 4300000001 hasta 4309999999"), header);
+    EXPECT_EQ(lines[header - 1], ";;;;;;;");
+    EXPECT_EQ(lines[header + 1],
+              "4300000001;\"CLIENTE; \"\"UNO\"\"\";;15/01/2025;1;Fra. 1 cliente señor;;99,95");
+    EXPECT_EQ(lines[header + 3],
+              "4300000001;\"CLIENTE; \"\"UNO\"\"\";;15/01/2025;3;Fra. 3 cliente señor;;-3703,50");
+    EXPECT_EQ(lines[header + 4],
+              "4300000001;\"CLIENTE; \"\"UNO\"\"\";RF-12;01/02/2025;40;Cobro;RF-12;50,00");
+    EXPECT_EQ(lines[header + 6], "4300000002;OTRO;;15/01/2025;1;Fra. 1 cliente señor;;99,95");
+    // Every table row has all its cells; an empty row ends the table, the totals follow.
+    std::size_t r = header + 1;
+    for (; r < lines.size() && lines[r] != ";;;;;;;"; ++r)
+        EXPECT_EQ(std::count(lines[r].begin(), lines[r].end(), ';') -
+                      (lines[r].find("\"\"UNO") != std::string::npos ? 1 : 0),
+                  7)
+            << lines[r];
+    EXPECT_EQ(r, header + 9);
+    EXPECT_EQ(lines[r + 1], "Totales del informe;;;;;;;");
+    EXPECT_EQ(lines[r + 2], "Cuentas listadas;;;;;;;2");
+    EXPECT_EQ(lines[r + 3], "Total;;;;;;;-1234,50");
+}
+
+TEST_F(PrintReportTest, SpreadsheetTableHasRealDatesNumbersAndASheetOfCriteria) {
+    if (!Have("unzip")) GTEST_SKIP() << "unzip is needed to read the workbook";
+    const std::string path = dir.file("t.xlsx");
+    WriteReportFile(FullRequest(sample, kReportToSpreadsheetTable), kReportToSpreadsheetTable,
+                    path);
+    const std::string sheet = Capture("unzip -p '" + path + "' xl/worksheets/sheet1.xml");
+    const std::string second = Capture("unzip -p '" + path + "' xl/worksheets/sheet2.xml");
+    const std::string strings = Capture("unzip -p '" + path + "' xl/sharedStrings.xml");
+    const std::string book = Capture("unzip -p '" + path + "' xl/workbook.xml");
+    EXPECT_NE(book.find("name=\"Apuntes\""), std::string::npos) << book;
+    EXPECT_NE(book.find("name=\"Criterios y totales\""), std::string::npos);
+    // The titles on row 1 and a filter over the table: titles, five entries.
+    EXPECT_NE(sheet.find("<autoFilter ref=\"A1:H6\""), std::string::npos) << sheet;
+    // Row 2: the account as text, the date as a serial number, the entry number and the amount
+    // as numbers.
+    const std::size_t row2 = sheet.find("<row r=\"2\"");
+    ASSERT_NE(row2, std::string::npos);
+    const std::string second_row = sheet.substr(row2, sheet.find("</row>", row2) - row2);
+    EXPECT_NE(second_row.find("<c r=\"A2\""), std::string::npos);
+    EXPECT_NE(second_row.find("t=\"s\""), std::string::npos);
+    EXPECT_NE(second_row.find("<c r=\"D2\" s=\""), std::string::npos);
+    EXPECT_NE(second_row.find("<v>45672</v>"), std::string::npos) << second_row;  // 15/01/2025
+    const std::size_t e2 = second_row.find("<c r=\"E2\"");
+    ASSERT_NE(e2, std::string::npos);
+    EXPECT_EQ(second_row.substr(e2, second_row.find("</c>", e2) - e2).find("t=\"s\""),
+              std::string::npos);
+    EXPECT_NE(second_row.find("<v>99.95</v>"), std::string::npos);
+    EXPECT_NE(strings.find(">4300000001<"), std::string::npos);
+    EXPECT_NE(strings.find(">RF-12<"), std::string::npos);
+    EXPECT_NE(strings.find("Criterios de selección"), std::string::npos);
+    EXPECT_NE(second.find("<v>-1234.5</v>"), std::string::npos) << second;
+    EXPECT_NE(second.find("<v>2</v>"), std::string::npos);
+}
+
+TEST_F(PrintReportTest, TheRequestsHeadingAndTotalsReachEveryFile) {
+    const std::string text = sample;
+    const std::pair<std::int32_t, const char*> kinds[] = {
+        {kReportToCsv, "csv"}, {kReportToText, "txt"}, {kReportToPdf, "pdf"}};
+    for (const auto& [destination, ending] : kinds) {
+        const std::string path = dir.file(std::string("h.") + ending);
+        port.QueueSaveFile(path);
+        const ReportOutcome outcome = lib.PrintReport(FullRequest(text, destination));
+        ASSERT_EQ(outcome.file, path);
+        std::string got = ReadAll(path);
+        if (destination == kReportToPdf) {
+            if (!Have("pdftotext")) continue;
+            got = Capture("pdftotext -layout '" + path + "' -");
+        }
+        EXPECT_NE(got.find("Comercial Demo, S.L. (EMPRESA DEMO) - Ejercicio 2025"),
+                  std::string::npos)
+            << ending;
+        EXPECT_NE(got.find("Criterios de selección"), std::string::npos) << ending;
+        EXPECT_NE(got.find("del 01/01/25 al 31/12/25"), std::string::npos) << ending;
+        EXPECT_NE(got.find("Totales del informe"), std::string::npos) << ending;
+        EXPECT_NE(got.find("Cuentas listadas"), std::string::npos) << ending;
+    }
 }
 
 }  // namespace

@@ -212,5 +212,51 @@ TEST_F(GenerateReportTest, ListsWhatTheOptionsAskForAccountByAccount) {
     }
 }
 
+TEST_F(GenerateReportTest, CarriesTheCompanysNameYearCriteriaAndGrandTotals) {
+    ReportOptions o = Year();
+    o.showUnbalanced = true;
+    o.minUnbalanced = 2.5;
+    const Report r = GenerateReport(s, o);
+    EXPECT_EQ(r.companyFullName, "Empresa");
+    EXPECT_EQ(r.fiscalYear, "2025");
+    std::vector<std::string> criteria;
+    for (const ReportCriterion& c : r.criteria)
+        criteria.push_back(c.label + ": " + c.value);
+    EXPECT_EQ(
+        criteria,
+        (std::vector<std::string>{
+            "Cuentas: desde 0 hasta 9999999999", "Cuentas coincidentes con: ?????????? (todas)",
+            "Fechas: del 01/01/25 al 31/12/25",
+            "Apuntes: no punteados, punteados pero no cuadrados",
+            "Apuntes de apertura: no incluidos", "Solo cuentas con saldo mayor que: 0,01 €",
+            "Punteados no cuadrados mayores que: 2,50 €"}));
+    // Only the accounts listed count: 4300000001 (40), 4300000002 (group 10 and -5),
+    // 4300000003 (0,01) and the bank (300 without its opening entry).
+    const ReportTotals t = GrandTotals(r);
+    EXPECT_EQ(t.accounts, 4);
+    EXPECT_NEAR(t.total, 40 + 5 + 0.01 + 300, 1e-9);
+    double balance = 0;
+    for (const AccountReport& a : r.accounts)
+        if (a.listed) balance += a.balance;
+    EXPECT_NEAR(t.balance, balance, 1e-9);
+    EXPECT_NEAR(t.difference, t.total - t.balance, 1e-9);
+    EXPECT_NEAR(t.difference, -50, 1e-9);  // the bank's opening entry, left out
+    const ReportRequest request = RequestOf(r);
+    EXPECT_EQ(request.fiscalYear, "2025");
+    ASSERT_TRUE(request.totals);
+    EXPECT_EQ(request.totals->accounts, 4);
+    EXPECT_EQ(request.criteria.size(), 7u);
+    // Without groups of mark 2 asked for, their minimum says nothing and is left out.
+    EXPECT_EQ(ReportCriteria(Year()).size(), 6u);
+    ReportOptions none = Year();
+    none.showOpen = false;
+    none.minBalance = 0;
+    none.mask = "43????????";
+    const std::vector<ReportCriterion> c = ReportCriteria(none);
+    EXPECT_EQ(c[1].value, "43????????");
+    EXPECT_EQ(c[3].value, "ninguno");
+    EXPECT_EQ(c[5].value, "todas las cuentas");
+}
+
 }  // namespace
 }  // namespace pendara

@@ -29,7 +29,7 @@ const char* const kUsage =
     "                        [--from-date dd/mm/aa] [--to-date dd/mm/aa] [--open|--no-open]\n"
     "                        [--unbalanced|--no-unbalanced] [--balanced|--no-balanced]\n"
     "                        [--opening|--no-opening] [--min-balance X] [--min-unbalanced X]\n"
-    "                        [--format txt|csv|pdf|xlsx] [-o ARCHIVO]\n\n"
+    "                        [--format txt|csv|pdf|xlsx|csv-tabla|xlsx-tabla] [-o ARCHIVO]\n\n"
     "Informe de punteo de extractos de la empresa activa, cuenta a cuenta, como el botón\n"
     "\"Informe\" del programa de escritorio y con sus mismos valores por omisión:\n"
     "  --account CUENTA     cuenta activa: primera y última cuenta cuando no se dan\n"
@@ -45,10 +45,12 @@ const char* const kUsage =
     "                       y se guardan como en el diálogo)\n"
     "  --min-balance X      solo cuentas con saldo de al menos X en valor absoluto (0,01)\n"
     "  --min-unbalanced X   grupos no cuadrados solo si su saldo supera X (0)\n"
-    "  --format F           txt (texto), csv (\";\", importes numéricos), pdf, xlsx; txt por\n"
-    "                       omisión\n"
+    "  --format F           txt (texto en columnas), csv (\";\", importes numéricos), pdf,\n"
+    "                       xlsx; csv-tabla y xlsx-tabla: un apunte por fila con su cuenta,\n"
+    "                       nombre y grupo, listas para filtrar; txt por omisión. Todos\n"
+    "                       llevan los criterios de selección y los totales del informe\n"
     "  -o, --output ARCHIVO dónde escribirlo; sin él, el texto sale por la salida estándar\n"
-    "                       (obligatorio para csv, pdf y xlsx)\n\n"
+    "                       (obligatorio salvo para txt)\n\n"
     "Toma la empresa activa del valor \"Active\" del registro (QUORVEX_HOME). Con la salida\n"
     "de errores en un terminal muestra una barra de progreso.";
 
@@ -94,7 +96,10 @@ std::int32_t Destination(const std::string& format, bool toFile) {
     if (format == "csv") return kReportToCsv;
     if (format == "pdf") return kReportToPdf;
     if (format == "xlsx") return kReportToSpreadsheet;
-    throw UsageError("--format es txt, csv, pdf o xlsx, no \"" + format + "\"");
+    if (format == "csv-tabla") return kReportToCsvTable;
+    if (format == "xlsx-tabla") return kReportToSpreadsheetTable;
+    throw UsageError("--format es txt, csv, pdf, xlsx, csv-tabla o xlsx-tabla, no \"" + format +
+                     "\"");
 }
 
 int Run(const std::vector<std::string>& raw) {

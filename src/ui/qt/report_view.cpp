@@ -1,13 +1,11 @@
 #include "ui/qt/report_view.h"
 
 #include <QFontMetricsF>
-#include <QGuiApplication>
 #include <QPageLayout>
 #include <QPageSize>
 #include <QPrintDialog>
 #include <QPrintPreviewDialog>
 #include <QPrinter>
-#include <QScreen>
 
 #include "ui/qt/qt_text.h"
 
@@ -23,22 +21,12 @@ QFont ReportFont(ReportFontStyle style, double size) {
     return f;
 }
 
-double ScreenDpi() {
-    QScreen* s = QGuiApplication::primaryScreen();
-    return s ? s->logicalDotsPerInch() : 96.0;
-}
-
 void PrintPages(QPrinter* printer, const ReportRequest& request) {
     printer->setFullPage(true);
-    QPageSize a4(QPageSize::A4);
-    printer->setPageSize(a4);
-    QSizeF pt = a4.size(QPageSize::Point);
-    ReportPageSize size;
-    size.width = pt.width();
-    size.height = pt.height();
-    ReportLayout layout = LayoutWithQtFonts(request, size);
+    printer->setPageSize(QPageSize(QPageSize::A4));
+    const ReportLayout layout = PreviewLayout(request);
     QPainter painter(printer);
-    double scale = printer->resolution() / 72.0;
+    const double scale = printer->resolution() / 72.0;
     for (std::size_t i = 0; i < layout.pages.size(); ++i) {
         if (i > 0) printer->newPage();
         PaintReportPage(painter, layout.pages[i], scale);
@@ -47,13 +35,8 @@ void PrintPages(QPrinter* printer, const ReportRequest& request) {
 
 }  // namespace
 
-ReportLayout LayoutWithQtFonts(const ReportRequest& request, const ReportPageSize& size) {
-    const double dpi = ScreenDpi();
-    auto measure = [dpi](const std::string& text, ReportFontStyle style, double pointSize) {
-        QFontMetricsF fm(ReportFont(style, pointSize));
-        return fm.horizontalAdvance(Q(text)) * 72.0 / dpi;
-    };
-    return LayoutReport(request, size, measure);
+ReportLayout PreviewLayout(const ReportRequest& request) {
+    return PrintLayout(request);
 }
 
 void PaintReportPage(QPainter& painter, const LaidPage& page, double scale) {
@@ -64,8 +47,21 @@ void PaintReportPage(QPainter& painter, const LaidPage& page, double scale) {
     }
     painter.setPen(Qt::black);
     for (const LaidText& t : page.texts) {
-        painter.setFont(ReportFont(t.style, t.size));
-        painter.drawText(QPointF(t.x * scale, t.y * scale), Q(t.text));
+        const QFont font = ReportFont(t.style, t.size);
+        painter.setFont(font);
+        const QString text = Q(t.text);
+        // The font's width on this device, in device units, against the layout's.
+        const double drawn = QFontMetricsF(font, painter.device()).horizontalAdvance(text);
+        const double wanted = t.width * scale;
+        if (drawn > 0 && wanted > 0) {
+            painter.save();
+            painter.translate(t.x * scale, t.y * scale);
+            painter.scale(wanted / drawn, 1.0);
+            painter.drawText(QPointF(0, 0), text);
+            painter.restore();
+        } else {
+            painter.drawText(QPointF(t.x * scale, t.y * scale), text);
+        }
     }
     painter.restore();
 }

@@ -11,10 +11,12 @@
 
 namespace pendara {
 
-// The report's pages, measured with the fonts that will draw them.
-ReportLayout LayoutWithQtFonts(const ReportRequest& request, const ReportPageSize& size);
+// The pages the preview and the printer draw: the PDF file's own layout (same page size, same
+// font widths), so that all three break pages at the same lines.
+ReportLayout PreviewLayout(const ReportRequest& request);
 
-// Draws one laid page; `scale` is device units per point.
+// Draws one laid page; `scale` is device units per point. Each text is drawn to the width the
+// layout measured for it, whatever the screen font's own width.
 void PaintReportPage(QPainter& painter, const LaidPage& page, double scale);
 
 void ShowReportDialog(const ReportRequest& request, ReportScreenTarget target, QWidget* parent,

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <sstream>
+
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
@@ -12,6 +15,7 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPainter>
+#include <QPrintPreviewWidget>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTableView>
@@ -21,6 +25,7 @@
 
 #include "host/conversions.h"
 #include "host/report_output.h"
+#include "support/temp_dir.h"
 #include "ui/qt/account_lookup.h"
 #include "ui/qt/parameter_dialog.h"
 #include "ui/qt/qt_port.h"
@@ -268,7 +273,7 @@ TEST(ReportView, PagesAreLaidOutWithQtFontsAndDrawn) {
     r.text =
         "_4300000001 - Comercial García\r\n01/02/25\t7\tFra. 12\t\t1.210,00\r\n\r\n\t\tTotal\t\t"
         "1.210,00\r\n";
-    ReportLayout layout = LayoutWithQtFonts(r, ReportPageSize{});
+    ReportLayout layout = PreviewLayout(r);
     ASSERT_EQ(layout.pages.size(), 1u);
     bool hasTitle = false;
     for (const LaidText& t : layout.pages[0].texts)
@@ -286,6 +291,67 @@ TEST(ReportView, PagesAreLaidOutWithQtFontsAndDrawn) {
         for (int x = 0; x < page.width(); ++x)
             if (qGray(page.pixel(x, y)) < 128) ++dark;
     EXPECT_GT(dark, 200);
+}
+
+// Pages of a PDF file: its page objects.
+int PdfPageCount(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream all;
+    all << in.rdbuf();
+    const std::string pdf = all.str();
+    int pages = 0;
+    for (std::size_t at = pdf.find("/Type /Page"); at != std::string::npos;
+         at = pdf.find("/Type /Page", at + 1))
+        if (at + 11 < pdf.size() && pdf[at + 11] != 's') ++pages;
+    return pages;
+}
+
+// The preview as the user opens it and the PDF file break the same report into the same pages,
+// whatever its length.
+TEST(ReportView, ThePreviewHasAsManyPagesAsThePdf) {
+    testing::TempDir dir;
+    ReportRequest r;
+    r.title = "Informe de punteo de extractos";
+    r.columns = "Fecha,Asiento,Descripción,Referencia,Importe";
+    r.alignments = "5,0,0,0,3";
+    r.date = "23/11/26";
+    r.companyName = "DEMO2025";
+    r.criteria = {{"Cuentas", "desde 1 hasta 9"}};
+    r.totals = ReportTotals{};
+    std::string text;
+    int compared = 0;
+    for (int account = 0; account < 40; ++account) {
+        // Accounts of different lengths, with groups and blank lines, so that page ends fall
+        // on every kind of line.
+        text += "_43000000" + std::to_string(10 + account) + " - Cliente García\r\n";
+        for (int e = 0; e < 3 + account % 7; ++e)
+            text += "01/02/25\t" + std::to_string(e) + "\tFra. " + std::to_string(e) +
+                    "\t\t1.210,00\r\n";
+        if (account % 3 == 0)
+            text += "\r\n*Referencia: R" + std::to_string(account) +
+                    "\r\n03/02/25\t9\tCobro\tR\t-5,00\r\n\t\tSaldo\t-5,00\r\n";
+        text +=
+            "\r\n\t\tTotal\t\t1,00\r\n\t\tSaldo según último balance\t\t1,00\r\n"
+            "\t\tDiferencia\t\t0,00\r\n\r\n\r\n";
+        if (account % 4 != 3) continue;
+        r.text = text;
+        const std::string pdf = dir.file("r" + std::to_string(account) + ".pdf");
+        WriteReportPdf(r, pdf);
+        int previewPages = -1;
+        ShowReportDialog(r, ReportScreenTarget::Preview, nullptr, [&](QDialog& d) {
+            auto* preview = d.findChild<QPrintPreviewWidget*>();
+            if (preview) {
+                preview->updatePreview();
+                previewPages = preview->pageCount();
+            }
+            return 0;
+        });
+        EXPECT_EQ(previewPages, PdfPageCount(pdf)) << account + 1 << " accounts";
+        EXPECT_EQ(static_cast<std::size_t>(previewPages), PreviewLayout(r).pages.size());
+        ++compared;
+    }
+    EXPECT_EQ(compared, 10);
+    EXPECT_GT(PdfPageCount(dir.file("r39.pdf")), 3);
 }
 
 }  // namespace
