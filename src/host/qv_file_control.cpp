@@ -76,8 +76,13 @@ struct QvFileControl2::Impl {
     std::vector<std::pair<const FieldDef*, std::string>> pending;  // edits before Update
     bool editing = false;
     bool inTransaction = false;
+    bool holdingRead = false;  // a read transaction of HoldRead is open
     std::string updateSql;
     Stmt update;
+    // The last count asked for, kept prepared: a run of look-ups that count one value after
+    // another prepares it once.
+    std::string countSql;
+    Stmt count;
 
     void RequireOpen() const {
         if (!db) throw HostError("El cursor no tiene ningún fichero abierto");
@@ -194,6 +199,7 @@ struct QvFileControl2::Impl {
         single.Reset();
         cur = nullptr;
         eof = true;
+        EndRead();
         ClaimForWriting(db->path());
         try {
             db->Exec("BEGIN IMMEDIATE");
@@ -279,6 +285,8 @@ struct QvFileControl2::Impl {
         single = Stmt();
         update = Stmt();
         updateSql.clear();
+        count = Stmt();
+        countSql.clear();
         cur = nullptr;
         eof = true;
         startPending = false;
@@ -287,6 +295,7 @@ struct QvFileControl2::Impl {
         stored.clear();
         filter.clear();
         order = nullptr;
+        if (db) EndRead();
         if (db && inTransaction) {
             inTransaction = false;
             ReleaseForWriting(db->path());
@@ -303,6 +312,13 @@ struct QvFileControl2::Impl {
             }
         }
         db.reset();
+    }
+
+    void EndRead() {
+        if (!holdingRead) return;
+        holdingRead = false;
+        // Only read: its end changes nothing in the file.
+        RollbackQuietly();
     }
 
     void RollbackQuietly() {
@@ -435,11 +451,38 @@ double QvFileControl2::SumField(const std::string& name) {
 std::int32_t QvFileControl2::GetRecordCount() {
     Impl& m = *impl_;
     m.RequireOpen();
-    Stmt st(*m.db,
-            std::string("SELECT COUNT(*) FROM ") + m.cat->table + " WHERE " + FilterSql(m.filter));
-    BindFilter(st, m.filter, 1);
-    st.Step();
-    return static_cast<std::int32_t>(st.Int(0));
+    std::string sql =
+        std::string("SELECT COUNT(*) FROM ") + m.cat->table + " WHERE " + FilterSql(m.filter);
+    if (sql != m.countSql || !m.count) {
+        m.count = Stmt(*m.db, sql);
+        m.countSql = std::move(sql);
+    }
+    m.count.Reset();
+    BindFilter(m.count, m.filter, 1);
+    const bool row = m.count.Step();
+    const auto n = row ? static_cast<std::int32_t>(m.count.Int(0)) : 0;
+    // Reset ends the statement's read of the file, as finishing it did.
+    m.count.Reset();
+    return n;
+}
+
+void QvFileControl2::HoldRead() {
+    Impl& m = *impl_;
+    m.RequireOpen();
+    if (m.inTransaction || m.holdingRead) return;
+    m.db->Exec("BEGIN");
+    m.holdingRead = true;
+}
+
+void QvFileControl2::ReleaseRead() {
+    Impl& m = *impl_;
+    if (!m.db || !m.holdingRead) return;
+    // The read ends with the statements that read: the cursor stands on no record until the
+    // next MoveFirst or GoToRecord.
+    if (m.cur) m.cur->Reset();
+    m.cur = nullptr;
+    m.eof = true;
+    m.EndRead();
 }
 
 void QvFileControl2::Edit() {

@@ -33,6 +33,13 @@ class QvFileControl2 {
     std::string GetFieldByName(const std::string& name) const;
     double SumField(const std::string& name);
     std::int32_t GetRecordCount();
+    // Reads from here on see the file as it is now, in one read transaction that lasts until
+    // ReleaseRead, CloseFile or the first Edit: a run of many small look-ups then takes the
+    // file's read lock once instead of once per look-up. Hold it only while reading: under a
+    // rollback journal it keeps other programs from writing the file. After ReleaseRead a
+    // cursor that stood on a record stands on none until MoveFirst or GoToRecord.
+    void HoldRead();
+    void ReleaseRead();
     void Edit();
     void PutField(std::int32_t number, std::int32_t element, const std::string& value);
     void PutFieldByName(const std::string& name, const std::string& value);

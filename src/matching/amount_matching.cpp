@@ -4,6 +4,7 @@
 #include <climits>
 #include <cmath>
 #include <limits>
+#include <optional>
 #include <stdexcept>
 #include <unordered_map>
 
@@ -116,6 +117,99 @@ void MatchReversals(std::vector<AmountItem>& list, GroupNumbers& groups) {
     }
 }
 
+// The whole cents of an amount that is the double nearest to them, for amounts below 10^12. For
+// three such amounts a + b == t in doubles only when their cents add up (the rounding errors stay
+// below a hundredth of a cent), so whole cents can tell that no pair reaches a target.
+std::optional<std::int64_t> RegularCents(double a) {
+    if (!(std::fabs(a) < 1e12)) return std::nullopt;
+    const std::int64_t c = std::llround(a * 100);
+    if (static_cast<double>(c) / 100 != a) return std::nullopt;
+    return c;
+}
+
+// The open amounts of a pool as whole cents, one bit per cent between the smallest and the
+// largest, and the same bits reversed: whether two of them add up to a number of cents is one
+// AND of the two over the range of the smaller one.
+class CentsBits {
+  public:
+    // Empty (Usable false) when some amount is not whole cents or the span is too wide for its
+    // bits to be cheaper than the amounts themselves.
+    explicit CentsBits(const std::vector<double>& values) {
+        if (values.empty()) return;
+        std::vector<std::int64_t> cents;
+        cents.reserve(values.size());
+        for (double v : values) {
+            std::optional<std::int64_t> c = RegularCents(v);
+            if (!c) return;
+            cents.push_back(*c);
+        }
+        min_ = *std::min_element(cents.begin(), cents.end());
+        max_ = *std::max_element(cents.begin(), cents.end());
+        const std::int64_t span = max_ - min_ + 1;
+        if (span > 64 * (8 * static_cast<std::int64_t>(values.size()) + 1024)) return;
+        const auto words = static_cast<std::size_t>((span + 63) / 64);
+        fwd_.assign(words, 0);
+        rev_.assign(words, 0);
+        for (std::int64_t c : cents)
+            Set(c, true);
+        cents_ = std::move(cents);
+    }
+    bool Usable() const { return !cents_.empty(); }
+    std::int64_t CentsOf(std::size_t value) const { return cents_[value]; }
+    void Remove(std::size_t value) { Set(cents_[value], false); }
+    bool Has(std::int64_t c) const {
+        if (c < min_ || c > max_) return false;
+        const auto i = static_cast<std::uint64_t>(c - min_);
+        return (fwd_[i / 64] >> (i % 64)) & 1;
+    }
+    // Whether some x <= y of the set have x + y == total (x == y counts with one item).
+    bool MayPair(std::int64_t total) const {
+        // x runs from the larger of min and total - max to the smaller of max and total / 2.
+        std::int64_t lo = std::max(min_, total - max_);
+        std::int64_t hi = std::min(max_, FloorHalf(total));
+        if (lo > hi) return false;
+        // Bit i of fwd is min + i; bit i + shift of rev is max - (i + shift) == total - (min + i).
+        const std::int64_t shift = max_ + min_ - total;
+        const std::int64_t ilo = lo - min_, ihi = hi - min_;
+        for (std::int64_t w = ilo / 64; w <= ihi / 64; ++w) {
+            std::uint64_t bits = fwd_[static_cast<std::size_t>(w)];
+            if (w == ilo / 64) bits &= ~std::uint64_t{0} << (ilo % 64);
+            if (w == ihi / 64 && ihi % 64 != 63) bits &= (std::uint64_t{1} << (ihi % 64 + 1)) - 1;
+            if (bits & Rev64(w * 64 + shift)) return true;
+        }
+        return false;
+    }
+
+  private:
+    static std::int64_t FloorHalf(std::int64_t v) { return v >= 0 ? v / 2 : -((-v + 1) / 2); }
+    void Set(std::int64_t c, bool on) {
+        const auto i = static_cast<std::uint64_t>(c - min_);
+        const auto r = static_cast<std::uint64_t>(max_ - c);
+        if (on) {
+            fwd_[i / 64] |= std::uint64_t{1} << (i % 64);
+            rev_[r / 64] |= std::uint64_t{1} << (r % 64);
+        } else {
+            fwd_[i / 64] &= ~(std::uint64_t{1} << (i % 64));
+            rev_[r / 64] &= ~(std::uint64_t{1} << (r % 64));
+        }
+    }
+    // Bits pos..pos+63 of rev, those outside it as zero.
+    std::uint64_t Rev64(std::int64_t pos) const {
+        if (pos <= -64) return 0;
+        if (pos < 0) return Rev64(0) << (-pos);
+        const auto word = static_cast<std::size_t>(pos / 64);
+        const auto off = static_cast<unsigned>(pos % 64);
+        if (word >= rev_.size()) return 0;
+        std::uint64_t bits = rev_[word] >> off;
+        if (off && word + 1 < rev_.size()) bits |= rev_[word + 1] << (64 - off);
+        return bits;
+    }
+
+    std::int64_t min_ = 0, max_ = 0;
+    std::vector<std::int64_t> cents_;  // by value index
+    std::vector<std::uint64_t> fwd_, rev_;
+};
+
 // The pool for pass 1: distinct amounts in ascending order with their open items in list order.
 class PairFinder {
   public:
@@ -139,13 +233,19 @@ class PairFinder {
         }
         for (std::size_t g = 0; g < groups_.size(); ++g)
             live_.push_back(static_cast<std::int32_t>(g));
+        next_.resize(pool.size());
+        for (std::size_t i = 0; i < pool.size(); ++i)
+            next_[i] = static_cast<std::int32_t>(pool[i].open ? i : i + 1);
+        cents_ = CentsBits(values_);
     }
 
     void Closed(std::int32_t i) {
         std::int32_t g = groupOf_[i];
         if (g < 0) return;
         groupOf_[i] = -1;
+        next_[i] = i + 1;
         --openTotal_;
+        if (groups_[g].open == 1 && cents_.Usable()) cents_.Remove(static_cast<std::size_t>(g));
         if (--groups_[g].open == 0 && ++dead_ * 2 > static_cast<std::int32_t>(live_.size())) {
             std::erase_if(live_, [&](std::int32_t h) { return groups_[h].open == 0; });
             dead_ = 0;
@@ -153,8 +253,94 @@ class PairFinder {
     }
 
     // The first pool item k from which pass 1 completes a group for `target`, with its partner
-    // (-1 when the partner is not taken in); false when no k completes.
+    // (-1 when the partner is not taken in); false when no k completes. The open items are tried
+    // in list order first, which finds the usual target's k after a few items; a target that
+    // gets no answer within the budget is settled by a sweep over every amount instead.
     bool Find(double target, std::int32_t& k, std::int32_t& j) {
+        if (openTotal_ == 0) return false;
+        std::optional<std::int64_t> total;
+        if (cents_.Usable()) total = RegularCents(target);
+        if (total && !(openTotal_ >= 2 && cents_.Has(*total)) && !cents_.MayPair(*total))
+            return false;
+        std::int32_t budget = 16 + static_cast<std::int32_t>(live_.size() / 16);
+        std::int32_t best = INT_MAX;
+        bool exhausted = false;
+        const auto n = static_cast<std::int32_t>(pool_.size());
+        for (std::int32_t i = NextOpen(0); i < n; i = NextOpen(i + 1)) {
+            if (--budget < 0) {
+                exhausted = true;
+                break;
+            }
+            if (Completes(i, target, total, budget)) {
+                best = i;
+                break;
+            }
+        }
+        if (exhausted) best = Sweep(target);
+        if (best == INT_MAX) return false;
+        k = best;
+        double a = pool_[k].amount;
+        if (a == target) {
+            j = FirstOpenOverall(k);
+            if (j >= 0 && !(a + pool_[j].amount == target)) j = -1;
+            return true;
+        }
+        // The partner: the first open item whose amount completes a + amount == target.
+        auto first = std::partition_point(live_.begin(), live_.end(),
+                                          [&](std::int32_t g) { return a + values_[g] < target; });
+        j = INT_MAX;
+        for (auto it = first; it != live_.end(); ++it) {
+            if (groups_[*it].open == 0) continue;
+            if (a + values_[*it] != target) break;
+            std::int32_t c = FirstOpen(*it, k);
+            if (c >= 0) j = std::min(j, c);
+        }
+        return true;
+    }
+
+  private:
+    struct Group {
+        std::vector<std::int32_t> items;
+        std::size_t head = 0;
+        std::int32_t open = 0;
+    };
+
+    // Whether pass 1 completes a group for `target` from open item k: k alone equals it (and
+    // another open item is there to be looked at), or an open item other than k adds up to it
+    // with k. The amounts v with k + v == target are one run of the ascending values.
+    // With the target's whole cents (`total`), a partner whose cents are not there cannot be.
+    bool Completes(std::int32_t k, double target, const std::optional<std::int64_t>& total,
+                   std::int32_t& budget) const {
+        const double a = pool_[k].amount;
+        if (a == target) return openTotal_ >= 2;
+        if (total && !cents_.Has(*total - cents_.CentsOf(static_cast<std::size_t>(groupOf_[k]))))
+            return false;
+        auto it = std::partition_point(values_.begin(), values_.end(),
+                                       [&](double v) { return a + v < target; });
+        for (; it != values_.end() && a + *it == target; ++it) {
+            const auto g = static_cast<std::int32_t>(it - values_.begin());
+            if (groups_[g].open > (g == groupOf_[k] ? 1 : 0)) return true;
+            --budget;
+        }
+        return false;
+    }
+
+    // The first open item at or after i; the pool's size when none.
+    std::int32_t NextOpen(std::int32_t i) {
+        const auto n = static_cast<std::int32_t>(next_.size());
+        std::int32_t r = i;
+        while (r < n && next_[r] != r)
+            r = next_[r];
+        while (i < r) {
+            const std::int32_t up = next_[i];
+            next_[i] = r;
+            i = up;
+        }
+        return r;
+    }
+
+    // The smallest k of Find over every pair of open amounts; INT_MAX when none.
+    std::int32_t Sweep(double target) {
         std::int32_t best = INT_MAX;
         if (openTotal_ >= 2) {
             std::int32_t g = ExactGroup(target);
@@ -164,7 +350,7 @@ class PairFinder {
         std::int32_t lo = 0;
         while (lo < n && groups_[live_[lo]].open == 0)
             ++lo;
-        if (lo == n) return false;
+        if (lo == n) return best;
         // Amounts that exceed the target even with the smallest one cannot pair.
         const double smallest = values_[live_[lo]];
         auto top = std::partition_point(live_.begin(), live_.end(), [&](std::int32_t g) {
@@ -193,33 +379,8 @@ class PairFinder {
                 best = std::min(best, cand);
             }
         }
-        if (best == INT_MAX) return false;
-        k = best;
-        double a = pool_[k].amount;
-        if (a == target) {
-            j = FirstOpenOverall(k);
-            if (j >= 0 && !(a + pool_[j].amount == target)) j = -1;
-            return true;
-        }
-        // The partner: the first open item whose amount completes a + amount == target.
-        auto first = std::partition_point(live_.begin(), live_.end(),
-                                          [&](std::int32_t g) { return a + values_[g] < target; });
-        j = INT_MAX;
-        for (auto it = first; it != live_.end(); ++it) {
-            if (groups_[*it].open == 0) continue;
-            if (a + values_[*it] != target) break;
-            std::int32_t c = FirstOpen(*it, k);
-            if (c >= 0) j = std::min(j, c);
-        }
-        return true;
+        return best;
     }
-
-  private:
-    struct Group {
-        std::vector<std::int32_t> items;
-        std::size_t head = 0;
-        std::int32_t open = 0;
-    };
 
     std::int32_t ExactGroup(double value) const {
         auto it = std::lower_bound(values_.begin(), values_.end(), value);
@@ -254,6 +415,8 @@ class PairFinder {
     std::vector<Group> groups_;
     std::vector<std::int32_t> groupOf_;
     std::vector<std::int32_t> live_;  // groups in ascending amount; emptied ones are pruned
+    std::vector<std::int32_t> next_;  // towards the next open item: i itself while i is open
+    CentsBits cents_{{}};
     std::int32_t dead_ = 0;
     std::int32_t openTotal_ = 0;
     std::int32_t globalHead_ = 0;

@@ -70,10 +70,14 @@ std::vector<std::string> NewReferences(Session& s, std::int32_t count) {
     while (static_cast<std::int32_t>(out.size()) < count) {
         std::int32_t need = count - static_cast<std::int32_t>(out.size());
         std::int32_t last = AddToCounter(s.FirstCompanyFile, need, wait);
+        // The block's look-ups in one read of the entries, taken after the counter's lock is
+        // let go.
+        entries.HoldRead();
         for (std::int32_t n = last - need + 1; n <= last; ++n) {
             std::string candidate = Candidate(n);
             if (!InUse(entries, candidate)) out.push_back(std::move(candidate));
         }
+        entries.ReleaseRead();
     }
     entries.CloseFile();
     return out;

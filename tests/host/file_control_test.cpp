@@ -339,6 +339,57 @@ TEST_F(FileControlTest, OpenFileFindsTheNameWithoutRegardToCase) {
     EXPECT_THROW(c.OpenFile(ledger.File("extraE2.qvd"), ""), HostError);
 }
 
+// Counts of one filter after another with other values each give their own answer; a held read
+// sees the file as it was when it began, and the next read after ReleaseRead sees it as it is.
+TEST_F(FileControlTest, HeldReadCountsSeeOneMomentOfTheFile) {
+    QvFileControl2 reader;
+    reader.OpenFile(entries, "");
+    reader.HoldRead();
+    for (const auto& [ref, n] : {std::pair{"RF-42", 1}, {"RF-100", 0}, {"RF-42", 1}}) {
+        reader.SetFilter(std::string("Referencia punteo =") + ref);
+        reader.MoveFirst();
+        EXPECT_EQ(reader.GetRecordCount(), n) << ref;
+    }
+    {
+        QvFileControl2 writer;
+        writer.OpenFile(entries, "");
+        writer.SetFilter("Cuenta = 4300000138");
+        writer.MoveFirst();
+        writer.Edit();
+        writer.PutField(23, 0, "RF-100");
+        writer.Update();
+        writer.CloseFile();
+    }
+    reader.SetFilter("Referencia punteo =RF-100");
+    reader.MoveFirst();
+    EXPECT_EQ(reader.GetRecordCount(), 0);  // still the moment the read began
+    reader.SetFilter("Cuenta = 4300000138");
+    reader.MoveFirst();
+    ASSERT_FALSE(reader.IsEof());
+    reader.ReleaseRead();
+    EXPECT_THROW(reader.GetRecNo(), HostError);  // the read ended with the scan
+    reader.SetFilter("Referencia punteo =RF-100");
+    reader.MoveFirst();
+    EXPECT_EQ(reader.GetRecordCount(), 1);
+    EXPECT_FALSE(reader.IsEof());
+    reader.CloseFile();
+}
+
+// An Edit under a held read ends the read and writes as any Edit does.
+TEST_F(FileControlTest, EditAfterAHeldReadWrites) {
+    QvFileControl2 c;
+    c.OpenFile(entries, "");
+    c.HoldRead();
+    c.SetFilter("Cuenta = 4300000001");
+    c.MoveFirst();
+    ASSERT_FALSE(c.IsEof());
+    c.Edit();
+    c.PutField(23, 0, "RF-7");
+    c.Update();
+    c.CloseFile();
+    EXPECT_EQ(ledger.Read(company)[1].referencia, "RF-7");
+}
+
 TEST_F(FileControlTest, ReaderAndWriterOnTheSameFileAtOnce) {
     // Saving keeps a write cursor open while NewReference reads the same entries file.
     QvFileControl2 writer;

@@ -327,6 +327,105 @@ TEST(AmountMatchingProperty, LedgerSizedListsWithCentsAndSumTargets) {
     }
 }
 
+// Pass 1 looks for k in list order only so far, then over every amount; a pair far down a long
+// pool, with every earlier item unable to complete, must still be the one found.
+TEST(MatchSubsets, PairFarDownALongPoolIsFound) {
+    Recorder r;
+    std::vector<AmountItem> pool;
+    for (int i = 0; i < 500; ++i)
+        pool.push_back(Open(1000 + i * 3, i));  // no two of these add up to 7.5
+    pool.push_back(Open(2.5, 500));
+    pool.push_back(Open(4.0, 501));
+    pool.push_back(Open(5.0, 502));
+    std::vector<AmountItem> t{Open(7.5)};
+    r.Subsets(t, pool);
+    EXPECT_EQ(t[0].reference, "RF-1");
+    EXPECT_EQ(pool[500].reference, "RF-1");
+    EXPECT_EQ(pool[502].reference, "RF-1");
+    EXPECT_EQ(pool[501].open, kItemOpen);
+}
+
+// Whole cents tell quickly that no pair reaches a target, but only doubles decide: cents that
+// add up while the doubles do not must not form a group, and amounts that are no whole cents
+// must still pair.
+TEST(MatchSubsets, CentsNeverDecideWhatDoublesDoNot) {
+    Recorder r;
+    std::vector<AmountItem> t{Open(0.3), Open(0.1 + 0.2), Open(0.3)};
+    std::vector<AmountItem> p{Open(0.1), Open(0.2), Open(0.1), Open(0.2)};
+    r.Subsets(t, p);
+    EXPECT_EQ(t[0].open, kItemOpen);
+    EXPECT_EQ(t[1].reference, "RF-1");
+    EXPECT_EQ(t[2].open, kItemOpen);
+    std::vector<AmountItem> t2{Open(1.0 + 0.001)}, p2{Open(5), Open(1.0), Open(0.001)};
+    r.Subsets(t2, p2);
+    EXPECT_EQ(t2[0].reference, "RF-2");
+    EXPECT_EQ(p2[0].open, kItemOpen);
+}
+
+// Long pools of whole cents over a narrow range (dense, as a year of invoices gives them) and,
+// in some cases, a stray amount that is no whole number of cents or lies past the range of
+// exact cents: most targets have no pair, some have one late in the list.
+TEST(AmountMatchingProperty, LongCentsPoolsWithFewPairsEqualLiteralRules) {
+    static const double stray[] = {0.30000000000000004, 1e-3, 2e12 + 0.5, 123.456};
+    std::mt19937_64 rng(4242);
+    int groups = 0;
+    for (int c = 0; c < 24; ++c) {
+        std::vector<AmountItem> pool, targets;
+        const int n = 150 + static_cast<int>(rng() % 250);
+        for (int i = 0; i < n; ++i) {
+            double a = static_cast<double>(1000 + rng() % 4000) / 100.0;
+            if (rng() % 16 == 0) a = -a;
+            pool.push_back(Open(a, i));
+            if (rng() % 12 == 0) pool.back().open = kItemClosed;
+        }
+        if (c % 3 == 0) pool[rng() % pool.size()].amount = stray[rng() % std::size(stray)];
+        for (int i = 0; i < 80; ++i) {
+            double a;
+            switch (rng() % 4) {
+                case 0:  // the sum of two items, most often of late ones
+                    a = pool[n - 1 - rng() % 40].amount + pool[rng() % pool.size()].amount;
+                    break;
+                case 1:  // one item's amount
+                    a = pool[rng() % pool.size()].amount;
+                    break;
+                default:  // past what two items reach, or below, or between
+                    a = static_cast<double>(rng() % 20000) / 100.0 - 20;
+            }
+            targets.push_back(Open(a, i));
+        }
+        auto t1 = targets, p1 = pool, t2 = targets, p2 = pool;
+        Recorder fast, slow;
+        MatchSubsets(t1, p1, fast.groups, fast.hooks());
+        naive::MatchSubsets(t2, p2, slow.groups, slow.hooks());
+        ASSERT_EQ(t1, t2) << "case " << c;
+        ASSERT_EQ(p1, p2) << "case " << c;
+        groups += fast.next();
+    }
+    EXPECT_GT(groups, 400);
+}
+
+// Amounts close to where whole cents stop being exact in doubles.
+TEST(AmountMatchingProperty, LargeCentsAmountsEqualLiteralRules) {
+    std::mt19937_64 rng(77);
+    for (int c = 0; c < 40; ++c) {
+        std::vector<AmountItem> pool, targets;
+        for (int i = 0; i < 40; ++i)
+            pool.push_back(Open(static_cast<double>(49999999990000 + rng() % 20000) / 100.0, i));
+        for (int i = 0; i < 20; ++i) {
+            double a = pool[rng() % pool.size()].amount + pool[rng() % pool.size()].amount;
+            if (rng() % 3 == 0) a += 0.01 * static_cast<double>(rng() % 3);
+            targets.push_back(Open(a, i));
+        }
+        auto t1 = targets, p1 = pool, t2 = targets, p2 = pool;
+        Recorder fast, slow;
+        MatchSubsets(t1, p1, fast.groups, fast.hooks());
+        naive::MatchSubsets(t2, p2, slow.groups, slow.hooks());
+        ASSERT_EQ(t1, t2) << "case " << c;
+        ASSERT_EQ(p1, p2) << "case " << c;
+        EXPECT_GT(fast.next(), 0);
+    }
+}
+
 }  // namespace
 }  // namespace pendara
 
