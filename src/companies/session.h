@@ -5,6 +5,7 @@
 // Front ends hold one session for the life of the program and hand it to the services.
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -51,6 +52,10 @@ class Session {
     PostingRun* RunInProgress = nullptr;
     // Set while a dry run lives: nothing is written, postings are only previewed (DryRun).
     DryRun* DryRunInProgress = nullptr;
+    // While a group save runs, the last account worked on waits here and goes to the registry
+    // ("Ultima") once, when the run ends, instead of a rewrite of the registry per account.
+    bool DeferLastAccount = false;
+    std::optional<std::string> PendingLastAccount;
 
   private:
     std::unique_ptr<QvLibrary> library_;

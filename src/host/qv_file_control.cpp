@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include <sqlite3.h>
+
 #include "host/conversions.h"
 #include "host/errors.h"
 #include "host/filter.h"
@@ -446,6 +448,42 @@ double QvFileControl2::SumField(const std::string& name) {
     BindFilter(st, m.filter, 1);
     st.Step();
     return st.Real(0);
+}
+
+namespace {
+
+// qv_unticked(marca): whether the mark reads as the number 0 (an empty mark does).
+void UntickedFunction(sqlite3_context* ctx, int, sqlite3_value** argv) {
+    const unsigned char* text = sqlite3_value_text(argv[0]);
+    const int n = sqlite3_value_bytes(argv[0]);
+    const std::string mark =
+        text ? std::string(reinterpret_cast<const char*>(text), static_cast<std::size_t>(n))
+             : std::string();
+    sqlite3_result_int(ctx, LeadingNumber(mark) == 0 ? 1 : 0);
+}
+
+}  // namespace
+
+std::unordered_map<std::string, QvFileControl2::AccountSummary> QvFileControl2::AccountSummaries() {
+    Impl& m = *impl_;
+    m.RequireOpen();
+    if (m.cat->kind != FileKind::Entries)
+        throw HostError("El fichero " + m.db->path() + " no es un fichero de apuntes");
+    sqlite3_create_function(m.db->handle(), "qv_unticked", 1, SQLITE_UTF8 | SQLITE_DETERMINISTIC,
+                            nullptr, UntickedFunction, nullptr, nullptr);
+    // LIKE compares letters without regard to case, as the pending list wants. The sums walk the
+    // index that a filter on one account sums through, so that every account's entries are added
+    // in the order SumField adds them and the totals agree to the last bit.
+    Stmt st(*m.db,
+            "SELECT t.cuenta, t.total, EXISTS(SELECT 1 FROM entries AS e INDEXED BY entries_cuenta"
+            " WHERE e.cuenta = t.cuenta AND e.referencia NOT LIKE '%rf-%'"
+            " AND qv_unticked(e.marca))"
+            " FROM (SELECT cuenta, TOTAL(importe) AS total"
+            " FROM entries INDEXED BY entries_cuenta_fecha GROUP BY cuenta) AS t");
+    std::unordered_map<std::string, AccountSummary> out;
+    while (st.Step())
+        out[st.Text(0)] = {st.Real(1), st.Int(2) != 0};
+    return out;
 }
 
 std::int32_t QvFileControl2::GetRecordCount() {

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <unordered_map>
 
 namespace pendara {
 
@@ -47,6 +48,17 @@ class QvFileControl2 {
     void CloseFile();
 
     bool IsOpen() const;
+
+    // Of an entries file, per account that has entries (the filter plays no part): the sum of
+    // "Importe" as SumField gives it under the filter "Cuenta = " & account (the same entries
+    // added in the same order), and whether one entry is neither referenced ("RF-" anywhere in
+    // "Referencia punteo", in any case) nor ticked (a "Marca" whose leading number is 0). One
+    // query over the whole file; the search for an open entry stops at the account's first one.
+    struct AccountSummary {
+        double sum = 0;
+        bool open = false;
+    };
+    std::unordered_map<std::string, AccountSummary> AccountSummaries();
 
     struct Impl;
 

@@ -26,6 +26,16 @@ std::string EntryText(const QvFileControl2& chart) {
     return Trim(chart.GetField(1)) + " " + Trim(chart.GetField(2));
 }
 
+// Whether "Cuenta = " & code filters on exactly the trimmed code: codes of letters and digits.
+// Any other code is looked at on its own, as the filter reads it.
+bool PlainCode(const std::string& code) {
+    if (code.empty()) return false;
+    for (char c : code)
+        if (!((c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z')))
+            return false;
+    return true;
+}
+
 }  // namespace
 
 std::vector<std::string> ListAccounts(Session& s, const std::string& mask, AccountListKind kind) {
@@ -40,10 +50,22 @@ std::vector<std::string> ListAccounts(Session& s, const std::string& mask, Accou
         OpenChart(chart, folder, code, mask);
         s.CurrentFolder = folder;
         s.CurrentCode = code;
+        // Every account's balance and open entry at once, instead of a filter and a scan per
+        // account of the chart: the same figures, one pass.
+        const auto summaries = entriesFile.AccountSummaries();
         while (!chart.IsEof()) {
             double balance = 0;
             bool open = false;
-            AccountStatus(entriesFile, chart.GetField(1), balance, open);
+            const std::string account = chart.GetField(1);
+            const std::string trimmed = Trim(account);
+            if (PlainCode(trimmed)) {
+                if (auto it = summaries.find(trimmed); it != summaries.end()) {
+                    balance = RoundTo(it->second.sum, 2);
+                    open = it->second.open;
+                }
+            } else {
+                AccountStatus(entriesFile, account, balance, open);
+            }
             if (balance != 0 && open) entries.push_back(EntryText(chart));
             chart.MoveNext();
         }

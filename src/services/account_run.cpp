@@ -139,7 +139,12 @@ AccountOutcome ProcessAccount(Session& s, const AccountRequest& request, const P
         return o;
     }
     // A dry run leaves the last account worked on as it was.
-    if (!s.DryRunInProgress) SetRegValue(s.port, "Ultima", o.account, "Punteo");
+    if (!s.DryRunInProgress) {
+        if (s.DeferLastAccount)
+            s.PendingLastAccount = o.account;
+        else
+            SetRegValue(s.port, "Ultima", o.account, "Punteo");
+    }
     o.match = MatchAccount(s, {request.company, o.account, request.options}, progress);
     o.matchReference = s.Counter().Next();
     o.saved = SaveAccount(s, o.match.rows, progress);

@@ -1,12 +1,48 @@
 #include "services/group_save.h"
 
 #include <memory>
+#include <optional>
+#include <utility>
 
 #include "companies/session.h"
 #include "host/conversions.h"
+#include "host/settings.h"
 #include "posting/posting_runs.h"
 
 namespace pendara {
+
+namespace {
+
+// The registry's last account written once for the whole group save (also when it stops or
+// fails), not once per account.
+class LastAccountDeferral {
+  public:
+    explicit LastAccountDeferral(Session& s) : s_(s), outer_(s.DeferLastAccount) {
+        s_.DeferLastAccount = true;
+    }
+    ~LastAccountDeferral() {
+        try {
+            Write();
+        } catch (...) {
+            // the run is already failing; its own error is the one reported
+        }
+    }
+    LastAccountDeferral(const LastAccountDeferral&) = delete;
+    LastAccountDeferral& operator=(const LastAccountDeferral&) = delete;
+
+    void Write() {
+        if (outer_ || !s_.DeferLastAccount) return;
+        s_.DeferLastAccount = false;
+        if (std::optional<std::string> last = std::exchange(s_.PendingLastAccount, std::nullopt))
+            SetRegValue(s_.port, "Ultima", *last, "Punteo");
+    }
+
+  private:
+    Session& s_;
+    bool outer_;
+};
+
+}  // namespace
 
 SaveAllResult SaveAll(Session& s, std::vector<std::string> entries, const std::string& mask,
                       const AccountRequest& request, bool zeroBalanceShown, std::stop_token stop,
@@ -21,6 +57,7 @@ SaveAllResult SaveAll(Session& s, std::vector<std::string> entries, const std::s
     std::unique_ptr<PostingRun> run;
     if (!s.RunInProgress) run = OpenPostingRun(s, "save-all", Trim(mask), true);
     RunInProgressScope scope(s, s.RunInProgress ? s.RunInProgress : run.get());
+    LastAccountDeferral lastAccount(s);
     const auto n = static_cast<std::int32_t>(entries.size());
     // From the last entry to the first, so that dropping one never moves one still to come.
     for (std::int32_t i = n; i >= 1; --i) {
@@ -47,6 +84,7 @@ SaveAllResult SaveAll(Session& s, std::vector<std::string> entries, const std::s
             break;
         }
     }
+    lastAccount.Write();
     if (run) run->Finish();
     report(0, 0);
     result.remaining = std::move(entries);

@@ -22,7 +22,9 @@ namespace pendara {
 
 namespace {
 
-std::string LastAccount() {
+// The registry's last account, or the one a group save in progress will write there.
+std::string LastAccount(const Pndra& w) {
+    if (w.session.PendingLastAccount) return *w.session.PendingLastAccount;
     return GetRegValue("Ultima", "Punteo").text();
 }
 
@@ -117,12 +119,12 @@ void Punteo_Click(Pndra& w) {
 }
 
 void SetUltima(Pndra& w) {
-    w.Ultima.setCaption("Ultima cuenta punteada: " + LastAccount() +
+    w.Ultima.setCaption("Ultima cuenta punteada: " + LastAccount(w) +
                         " (hacer click para selecionar)");
 }
 
 void Ultima_Click(Pndra& w) {
-    w.CTA.setText(LastAccount());
+    w.CTA.setText(LastAccount(w));
     ClearGrids(w);
 }
 

@@ -10,6 +10,7 @@
 #include "companies/session.h"
 #include "host/run_journal.h"
 #include "host/settings.h"
+#include "services/account_run.h"
 #include "support/ledger.h"
 #include "support/scripted_port.h"
 
@@ -204,6 +205,40 @@ TEST_F(SaveAllTest, TheSavesOfTheRunAreWrittenAccountByAccount) {
     EXPECT_EQ(across[0].referencia.rfind("RF-", 0), 0u);
     EXPECT_EQ(across[0].referencia, b.l.Read(b.y25, "4300000004")[0].referencia);
     EXPECT_NE(across[0].referencia, paid[0].referencia);
+}
+
+// The last account worked on reaches the registry once, when the run ends: during the run the
+// registry keeps what it held and the session tells the account in progress; a stopped run
+// leaves the account it stopped after; outside a group save each account is written at once.
+TEST_F(SaveAllTest, TheLastAccountReachesTheRegistryWhenTheRunEnds) {
+    for (const bool stop : {false, true}) {
+        SCOPED_TRACE(stop ? "stopped after the first account" : "whole run");
+        Books b;
+        SetRegValue(b.port, "Ultima", "antes", "Punteo");
+        std::stop_source source;
+        std::vector<std::string> seen;
+        SaveAllCallbacks callbacks;
+        callbacks.afterAccount = [&](const GroupStep&, const AccountOutcome& o, bool) {
+            seen.push_back(GetRegValue("Ultima", "Punteo").text() + "|" +
+                           b.s.PendingLastAccount.value_or("-"));
+            EXPECT_EQ(o.account, *b.s.PendingLastAccount);
+            if (stop) source.request_stop();
+        };
+        SaveAll(b.s, {kPaid, kOpen, kAcross}, "", {"", b.y25, {}}, false, source.get_token(),
+                callbacks);
+        const std::vector<std::string> expected =
+            stop ? std::vector<std::string>{"antes|4300000004 "}
+                 : std::vector<std::string>{"antes|4300000004 ", "antes|4300000002 ",
+                                            "antes|4300000001 "};
+        EXPECT_EQ(seen, expected);
+        EXPECT_EQ(GetRegValue("Ultima", "Punteo").text(), stop ? "4300000004 " : "4300000001 ");
+        EXPECT_FALSE(b.s.PendingLastAccount);
+        EXPECT_FALSE(b.s.DeferLastAccount);
+    }
+    Books b;
+    AccountRequest one{"4300000002 Abierto", b.y25, {}};
+    ProcessAccount(b.s, one, {});
+    EXPECT_EQ(GetRegValue("Ultima", "Punteo").text(), "4300000002 ");
 }
 
 }  // namespace
