@@ -452,6 +452,8 @@ class TextColumns {
     std::vector<std::size_t> width_;
 };
 
+}  // namespace
+
 // Written line by line as it is made: a long report is never held twice.
 void WriteReadableText(const ReportRequest& request, std::ostream& stream) {
     const ParsedReport report = ParseReportColumns(request);
@@ -513,8 +515,6 @@ void WriteReadableText(const ReportRequest& request, std::ostream& stream) {
     }
     stream << out;
 }
-
-}  // namespace
 
 std::string ReadableReportText(const ReportRequest& request) {
     std::ostringstream out;

@@ -34,6 +34,7 @@
 #include <cstdint>
 #include <ctime>
 #include <functional>
+#include <iosfwd>
 #include <optional>
 #include <string>
 #include <vector>
@@ -201,6 +202,7 @@ void WriteReportXlsxTable(const ReportRequest& request, const std::string& path)
 
 // The readable text of destination 5 (LF line ends).
 std::string ReadableReportText(const ReportRequest& request);
+void WriteReadableText(const ReportRequest& request, std::ostream& stream);
 
 // UTF-8 to Windows-1252 (the PDF's WinAnsi encoding); characters it lacks become "?".
 std::string Utf8ToCp1252(const std::string& text);

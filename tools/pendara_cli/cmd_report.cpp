@@ -180,14 +180,9 @@ int Run(const std::vector<std::string>& raw) {
                      [](const AccountReport& r) { return r.listed; }))
         std::cerr << "Sin datos: ninguna cuenta de la selección tiene apuntes que mostrar.\n";
     if (!output) {
-        // On standard output the report text with plain line ends.
-        std::string lf;
-        lf.reserve(request.text.size());
-        for (std::size_t i = 0; i < request.text.size(); ++i)
-            if (!(request.text[i] == '\r' && i + 1 < request.text.size() &&
-                  request.text[i + 1] == '\n'))
-                lf += request.text[i];
-        std::cout << lf << std::flush;
+        // On standard output the same readable text as --format txt -o writes.
+        WriteReadableText(request, std::cout);
+        std::cout << std::flush;
         return 0;
     }
     try {
