@@ -166,6 +166,7 @@ EntryWriter::EntryWriter(const std::string& companyFile, bool bulk)
             m.db.Exec("DROP INDEX IF EXISTS entries_cuenta");
             m.db.Exec("DROP INDEX IF EXISTS entries_cuenta_fecha");
             m.db.Exec("DROP INDEX IF EXISTS entries_referencia");
+            m.db.Exec("DROP INDEX IF EXISTS entries_unreferenced");
         }
     }
     m.insert = Stmt(m.db,
@@ -210,9 +211,9 @@ std::int32_t EntryWriter::Add(const EntryRecord& e) {
 void EntryWriter::Commit() {
     Impl& m = *impl_;
     m.insert = Stmt();
-    if (m.bulk)
-        for (const char* sql : EntryIndexSql())
-            m.db.Exec(sql);
+    // Made again after a bulk load; a file made before one of them was added gets it here.
+    for (const char* sql : EntryIndexSql())
+        m.db.Exec(sql);
     m.db.Exec("COMMIT");
     m.done = true;
 }

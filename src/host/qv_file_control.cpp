@@ -473,13 +473,23 @@ std::unordered_map<std::string, QvFileControl2::AccountSummary> QvFileControl2::
                             nullptr, UntickedFunction, nullptr, nullptr);
     // LIKE compares letters without regard to case, as the pending list wants. The sums walk the
     // index that a filter on one account sums through, so that every account's entries are added
-    // in the order SumField adds them and the totals agree to the last bit.
-    Stmt st(*m.db,
-            "SELECT t.cuenta, t.total, EXISTS(SELECT 1 FROM entries AS e INDEXED BY entries_cuenta"
-            " WHERE e.cuenta = t.cuenta AND e.referencia NOT LIKE '%rf-%'"
-            " AND qv_unticked(e.marca))"
-            " FROM (SELECT cuenta, TOTAL(importe) AS total"
-            " FROM entries INDEXED BY entries_cuenta_fecha GROUP BY cuenta) AS t");
+    // in the order SumField adds them and the totals agree to the last bit. The open entry is
+    // looked for among the unreferenced entries alone where the file has their index (files
+    // made before it was added have not; the same test then reads every entry of the account).
+    bool partial = false;
+    {
+        Stmt has(*m.db,
+                 "SELECT 1 FROM sqlite_master WHERE type = 'index'"
+                 " AND name = 'entries_unreferenced'");
+        partial = has.Step();
+    }
+    Stmt st(*m.db, std::string("SELECT t.cuenta, t.total, EXISTS(SELECT 1 FROM entries AS e"
+                               " INDEXED BY ") +
+                       (partial ? "entries_unreferenced" : "entries_cuenta") +
+                       " WHERE e.cuenta = t.cuenta AND e.referencia NOT LIKE '%rf-%'"
+                       " AND qv_unticked(e.marca))"
+                       " FROM (SELECT cuenta, TOTAL(importe) AS total"
+                       " FROM entries INDEXED BY entries_cuenta_fecha GROUP BY cuenta) AS t");
     std::unordered_map<std::string, AccountSummary> out;
     while (st.Step())
         out[st.Text(0)] = {st.Real(1), st.Int(2) != 0};

@@ -471,12 +471,17 @@ bool Stmt::IsNull(int col) const {
 
 const std::vector<const char*>& EntryIndexSql() {
     // By account in record order (the extract); by account and date, carrying what balances and
-    // period figures add up so that they never touch the table; by reference (new numbers).
+    // period figures add up so that they never touch the table; by reference (new numbers); and
+    // by account over the entries without a reference of ours only, so that the pending list
+    // finds an account's open entry without reading the referenced ones (they are most of a
+    // reconciled ledger).
     static const std::vector<const char*> sql = {
         "CREATE INDEX IF NOT EXISTS entries_cuenta ON entries(cuenta)",
         "CREATE INDEX IF NOT EXISTS entries_cuenta_fecha"
         " ON entries(cuenta, fecha, tipo, debe_haber, importe)",
         "CREATE INDEX IF NOT EXISTS entries_referencia ON entries(referencia)",
+        "CREATE INDEX IF NOT EXISTS entries_unreferenced ON entries(cuenta)"
+        " WHERE referencia NOT LIKE '%rf-%'",
     };
     return sql;
 }

@@ -13,6 +13,7 @@
 #include "host/conversions.h"
 #include "host/paths.h"
 #include "host/qv_file_control.h"
+#include "host/store.h"
 #include "support/ledger.h"
 #include "support/scripted_port.h"
 
@@ -168,9 +169,28 @@ TEST_F(PendingListTest, OnePassGivesWhatTheFilterPerAccountGives) {
     EXPECT_GT(listed.size(), 5u);
     EXPECT_LT(listed.size(), chart.size() - 5);
 
+    // With the index of unreferenced entries, and as a file made before it reads.
+    const std::string file = EntriesFile(FolderOf(y), CompanyCode(y));
     QvFileControl2 entries;
-    entries.OpenFile(EntriesFile(FolderOf(y), CompanyCode(y)));
+    entries.OpenFile(file);
     const auto summaries = entries.AccountSummaries();
+    entries.CloseFile();
+    {
+        Db db(file, Db::Mode::ReadWrite);
+        Stmt has(db, "SELECT 1 FROM sqlite_master WHERE name = 'entries_unreferenced'");
+        EXPECT_TRUE(has.Step());
+        has = Stmt();
+        db.Exec("DROP INDEX entries_unreferenced");
+    }
+    entries.OpenFile(file);
+    const auto withoutIndex = entries.AccountSummaries();
+    ASSERT_EQ(withoutIndex.size(), summaries.size());
+    for (const auto& [code, summary] : summaries) {
+        SCOPED_TRACE(code);
+        ASSERT_EQ(withoutIndex.count(code), 1u);
+        EXPECT_EQ(withoutIndex.at(code).open, summary.open);
+        EXPECT_EQ(withoutIndex.at(code).sum, summary.sum);
+    }
     for (const ChartAccount& account : chart) {
         SCOPED_TRACE(account.cuenta);
         double balance = 0;
