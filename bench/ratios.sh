@@ -98,7 +98,7 @@ million() {
     echo "group save of $accounts accounts: $ms ms${syncs:+, $syncs fsyncs ($(ratio "$syncs" "$accounts") per account)}"
     [ -n "$syncs" ] && echo "  (timed under strace: the time is an upper bound)"
 
-    for format in txt csv pdf xlsx; do
+    for format in txt csv csv-tabla pdf xlsx xlsx-tabla; do
         t=$(now_ms)
         /usr/bin/time -f '%M' -o "$work.mem" "$CLI" report --format "$format" \
             -o "$work/informe.$format" >/dev/null 2>&1 || true

@@ -62,22 +62,21 @@ bool IsWholeNumber(const std::string& s) {
 // Per column: true when every entry row holds a whole number there (entry numbers), so that
 // the column is written as numbers; codes with leading zeros stay text, and so does a column
 // that some rows leave empty (references).
-std::vector<bool> WholeNumberColumns(const ParsedReport& report) {
-    std::vector<bool> whole(report.columns.size(), false);
-    for (std::size_t c = 0; c < whole.size(); ++c) {
-        if (report.aligns[c] == ReportAlign::Amount || report.aligns[c] == ReportAlign::Date)
-            continue;
-        bool any = false, all = true;
-        for (const ReportLine& line : report.lines) {
-            if (line.kind != ReportLineKind::Row) continue;
-            any = true;
-            if (!IsWholeNumber(line.cells[c])) {
-                all = false;
-                break;
-            }
-        }
-        whole[c] = any && all;
-    }
+// One pass over the request's lines; `report` holds the columns.
+std::vector<bool> WholeNumberColumns(const ParsedReport& report, const ReportRequest& request) {
+    const std::size_t n = report.columns.size();
+    bool any = false;
+    std::vector<bool> all(n, true);
+    ForEachReportLine(request, n, [&](const ReportLine& line) {
+        if (line.kind != ReportLineKind::Row) return;
+        any = true;
+        for (std::size_t c = 0; c < n; ++c)
+            if (all[c] && !IsWholeNumber(line.cells[c])) all[c] = false;
+    });
+    std::vector<bool> whole(n, false);
+    for (std::size_t c = 0; c < n; ++c)
+        whole[c] = any && all[c] && report.aligns[c] != ReportAlign::Amount &&
+                   report.aligns[c] != ReportAlign::Date;
     return whole;
 }
 
@@ -200,7 +199,8 @@ void WriteReportCsv(const ReportRequest& request, const std::string& path) {
 }
 
 void WriteReportXlsx(const ReportRequest& request, const std::string& path) {
-    const ParsedReport report = ParseReport(request);
+    // Cell by cell as the lines come: the parsed report is never held whole.
+    const ParsedReport report = ParseReportColumns(request);
     // The spreadsheet library prints its numbers (cells, widths) with printf: under the user's
     // settings a comma would land in the file's XML.
     const CNumericScope cNumbers;
@@ -260,12 +260,12 @@ void WriteReportXlsx(const ReportRequest& request, const std::string& path) {
     };
     startSheet();
 
-    for (const ReportLine& line : report.lines) {
+    ForEachReportLine(request, n, [&](const ReportLine& line) {
         if (r >= LXW_ROW_MAX) startSheet();
         switch (line.kind) {
             case ReportLineKind::Blank:
                 ++r;
-                continue;
+                return;
             case ReportLineKind::Section:
                 worksheet_write_string(ws, r, 0, line.heading.c_str(), bold);
                 break;
@@ -295,7 +295,7 @@ void WriteReportXlsx(const ReportRequest& request, const std::string& path) {
             }
         }
         ++r;
-    }
+    });
     if (request.totals) {
         const std::vector<ReportCriterion> lines = TotalsLines(*request.totals);
         if (r + lines.size() + 2 >= LXW_ROW_MAX) startSheet();
@@ -529,9 +529,10 @@ void WriteReportText(const ReportRequest& request, const std::string& path) {
 }
 
 void WriteReportCsvTable(const ReportRequest& request, const std::string& path) {
-    const ParsedReport report = ParseReport(request);
-    const std::vector<ReportTableRow> rows = ReportTableRows(report);
-    const std::vector<bool> whole = WholeNumberColumns(report);
+    // Two passes over the lines (which columns hold entry numbers, then the rows): the parsed
+    // report is never held whole.
+    const ParsedReport report = ParseReportColumns(request);
+    const std::vector<bool> whole = WholeNumberColumns(report, request);
     std::ofstream out = OpenOut(path);
     out << "\xEF\xBB\xBF";
     auto row = [&](const std::vector<std::string>& cells) {
@@ -548,7 +549,7 @@ void WriteReportCsvTable(const ReportRequest& request, const std::string& path) 
     for (const std::string& c : report.columns)
         header.push_back(CsvField(c));
     row(header);
-    for (const ReportTableRow& r : rows) {
+    ForEachReportTableRow(request, report.columns.size(), [&](const ReportTableRow& r) {
         std::vector<std::string> cells{CsvField(r.account), CsvField(r.accountName),
                                        CsvField(r.group)};
         for (std::size_t c = 0; c < report.columns.size(); ++c) {
@@ -563,15 +564,14 @@ void WriteReportCsvTable(const ReportRequest& request, const std::string& path) 
                 cells.push_back(CsvField(cell));
         }
         row(cells);
-    }
+    });
     WriteCsvTotals(request, n, lead.size() + LastAmountColumn(report), row);
     Close(out, path);
 }
 
 void WriteReportXlsxTable(const ReportRequest& request, const std::string& path) {
-    const ParsedReport report = ParseReport(request);
-    const std::vector<ReportTableRow> rows = ReportTableRows(report);
-    const std::vector<bool> whole = WholeNumberColumns(report);
+    const ParsedReport report = ParseReportColumns(request);
+    const std::vector<bool> whole = WholeNumberColumns(report, request);
     const CNumericScope cNumbers;
     lxw_workbook* wb = workbook_new(path.c_str());
     if (!wb) throw std::runtime_error("no se puede crear la hoja de cálculo " + path);
@@ -617,7 +617,7 @@ void WriteReportXlsxTable(const ReportRequest& request, const std::string& path)
         r = 1;
     };
     startSheet();
-    for (const ReportTableRow& row : rows) {
+    ForEachReportTableRow(request, report.columns.size(), [&](const ReportTableRow& row) {
         if (r >= LXW_ROW_MAX) startSheet();
         const std::string leadCells[] = {row.account, row.accountName, row.group};
         for (std::size_t c = 0; c < lead.size(); ++c) {
@@ -644,7 +644,7 @@ void WriteReportXlsxTable(const ReportRequest& request, const std::string& path)
             }
         }
         ++r;
-    }
+    });
     sheets.back().second = r;
     for (const auto& [sheet, end] : sheets) {
         worksheet_autofilter(sheet, 0, 0, end > 1 ? end - 1 : 0, static_cast<lxw_col_t>(n - 1));

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <numeric>
+#include <optional>
+#include <utility>
 
 #include "host/report_output.h"
 #include "host/utf8.h"
@@ -21,37 +23,64 @@ constexpr double kBlankHeight = 5;
 constexpr double kColumnGap = 8;
 constexpr const char* kEllipsis = "\xE2\x80\xA6";
 
+// The page's number at its foot: "Página n de m".
+void NumberPage(LaidPage& page, std::size_t number, std::size_t count, const ReportPageSize& size,
+                const ReportTextMeasure& measure) {
+    std::string t = "Página " + std::to_string(number) + " de " + std::to_string(count);
+    const double w = measure(t, ReportFontStyle::Regular, kFooterSize);
+    const double y = size.height - size.margin + 12;
+    page.texts.push_back(
+        LaidText{(size.width - w) / 2, y, std::move(t), ReportFontStyle::Regular, kFooterSize, w});
+}
+
+// Lays the lines out as they are parsed, holding one page at a time: a first pass over the
+// lines sizes the columns, a second places them and hands each page over once it is full.
 class Layouter {
   public:
+    using PageSink = std::function<void(LaidPage&&)>;
+
     Layouter(const ReportRequest& request, const ReportPageSize& size,
              const ReportTextMeasure& measure)
-        : report_(ParseReport(request)), request_(request), measure_(measure) {
+        : report_(ParseReportColumns(request)), request_(request), measure_(measure) {
         layout_.size = size;
         bodyBottom_ = size.height - size.margin - 10;
+        SizeColumns();
     }
 
-    ReportLayout Run() {
-        SizeColumns();
+    const ReportLayout& Frame() const { return layout_; }
+
+    // Lays every page out and hands it to `sink`, numbered "Página n de `pageCount`" when the
+    // count is given (a first run tells it); returns the number of pages.
+    std::size_t Run(const PageSink& sink, std::optional<std::size_t> pageCount) {
+        sink_ = &sink;
+        pageCount_ = pageCount;
+        pages_ = 0;
+        y_ = 0;
+        atTop_ = true;
+        section_.clear();
+        summaries_.clear();
         NewPage();
-        for (std::size_t i = 0; i < report_.lines.size(); ++i)
-            Place(i);
+        ForEachReportLine(request_, report_.columns.size(), [this](const ReportLine& line) {
+            if (line.kind == ReportLineKind::Summary) {
+                // Closing lines go on one page: they are placed once the run of them ends.
+                summaries_.push_back(line);
+                return;
+            }
+            PlaceSummaries();
+            Place(line);
+        });
+        PlaceSummaries();
         // A selection that lists nothing says so rather than printing a blank page.
-        if (!HasContent())
+        if (!hasContent_)
             Text(layout_.size.margin, y_ + kLineHeight, "Sin datos", ReportFontStyle::Italic,
                  kSectionSize);
         else if (request_.totals)
             PlaceTotals(*request_.totals);
-        AddPageNumbers();
-        return std::move(layout_);
+        FinishPage();
+        return pages_;
     }
 
   private:
-    bool HasContent() const {
-        for (const ReportLine& line : report_.lines)
-            if (line.kind != ReportLineKind::Blank) return true;
-        return false;
-    }
-
     double Width(const std::string& t, ReportFontStyle s, double size) const {
         return t.empty() ? 0 : measure_(t, s, size);
     }
@@ -89,13 +118,14 @@ class Layouter {
                 need[c] =
                     std::max(need[c], Width("-999.999.999,99", ReportFontStyle::Bold, kBodySize));
         }
-        for (const ReportLine& line : report_.lines) {
-            if (line.kind != ReportLineKind::Row && line.kind != ReportLineKind::Summary) continue;
+        ForEachReportLine(request_, n, [&](const ReportLine& line) {
+            if (line.kind != ReportLineKind::Blank) hasContent_ = true;
+            if (line.kind != ReportLineKind::Row && line.kind != ReportLineKind::Summary) return;
             const auto style = line.kind == ReportLineKind::Summary ? ReportFontStyle::Bold
                                                                     : ReportFontStyle::Regular;
             for (std::size_t c = 0; c < n; ++c)
                 need[c] = std::max(need[c], Width(line.cells[c], style, kBodySize));
-        }
+        });
         std::vector<double> width = need;
         const double total = std::accumulate(need.begin(), need.end(), 0.0);
         std::vector<std::size_t> flexible;
@@ -143,7 +173,7 @@ class Layouter {
         }
     }
 
-    LaidPage& Page() { return layout_.pages.back(); }
+    LaidPage& Page() { return page_; }
 
     void Text(double x, double y, std::string t, ReportFontStyle s, double size) {
         const double w = Width(t, s, size);
@@ -172,8 +202,16 @@ class Layouter {
         Text(x, y, std::move(fitted), s, kBodySize);
     }
 
+    // Hands the page laid out over, with its number when the count is known.
+    void FinishPage() {
+        if (pageCount_) NumberPage(page_, pages_, *pageCount_, layout_.size, measure_);
+        (*sink_)(std::move(page_));
+        page_ = LaidPage{};
+    }
+
     void NewPage() {
-        layout_.pages.emplace_back();
+        if (pages_ > 0) FinishPage();
+        ++pages_;
         const ReportPageSize& size = layout_.size;
         const double right = size.width - size.margin;
         const double textWidth = size.width - 2 * size.margin;
@@ -192,7 +230,7 @@ class Layouter {
         y += 7;
         Rule(y, 1);
         y += kLineHeight + 2;
-        if (layout_.pages.size() == 1 && !request_.criteria.empty()) {
+        if (pages_ == 1 && !request_.criteria.empty()) {
             // The selection the report was made with, once, on the first page.
             Text(size.margin, y, kCriteriaHeading, ReportFontStyle::Bold, kBodySize);
             y += kLineHeight;
@@ -271,17 +309,25 @@ class Layouter {
         }
     }
 
-    // The closing lines that follow one another from `first` on (an account's totals): they
-    // go on one page.
-    double SummaryRunHeight(std::size_t first) const {
-        std::size_t end = first;
-        while (end < report_.lines.size() && report_.lines[end].kind == ReportLineKind::Summary)
-            ++end;
-        return kLineHeight * static_cast<double>(end - first);
+    // The closing lines that follow one another (an account's totals) go on one page.
+    void PlaceSummaries() {
+        for (std::size_t i = 0; i < summaries_.size(); ++i) {
+            Need(i == 0 ? kLineHeight * static_cast<double>(summaries_.size()) : kLineHeight);
+            PlaceCells(summaries_[i]);
+        }
+        summaries_.clear();
     }
 
-    void Place(std::size_t index) {
-        const ReportLine& line = report_.lines[index];
+    void PlaceCells(const ReportLine& line) {
+        const auto style =
+            line.kind == ReportLineKind::Summary ? ReportFontStyle::Bold : ReportFontStyle::Regular;
+        for (std::size_t c = 0; c < line.cells.size(); ++c)
+            Cell(c, y_, line.cells[c], style, IsNumericCell(report_, line, c));
+        y_ += kLineHeight;
+        atTop_ = false;
+    }
+
+    void Place(const ReportLine& line) {
         const ReportPageSize& size = layout_.size;
         switch (line.kind) {
             case ReportLineKind::Blank:
@@ -312,38 +358,24 @@ class Layouter {
                 y_ += kLineHeight;
                 break;
             case ReportLineKind::Row:
-            case ReportLineKind::Summary: {
-                const bool runStarts =
-                    line.kind == ReportLineKind::Summary &&
-                    (index == 0 || report_.lines[index - 1].kind != ReportLineKind::Summary);
-                Need(runStarts ? SummaryRunHeight(index) : kLineHeight);
-                const auto style = line.kind == ReportLineKind::Summary ? ReportFontStyle::Bold
-                                                                        : ReportFontStyle::Regular;
-                for (std::size_t c = 0; c < line.cells.size(); ++c)
-                    Cell(c, y_, line.cells[c], style, IsNumericCell(report_, line, c));
-                y_ += kLineHeight;
-                break;
-            }
+            case ReportLineKind::Summary:
+                Need(kLineHeight);
+                PlaceCells(line);
+                return;
         }
         atTop_ = false;
     }
 
-    void AddPageNumbers() {
-        const std::size_t count = layout_.pages.size();
-        const ReportPageSize& size = layout_.size;
-        for (std::size_t p = 0; p < count; ++p) {
-            std::string t = "Página " + std::to_string(p + 1) + " de " + std::to_string(count);
-            const double w = Width(t, ReportFontStyle::Regular, kFooterSize);
-            const double y = size.height - size.margin + 12;
-            layout_.pages[p].texts.push_back(LaidText{(size.width - w) / 2, y, std::move(t),
-                                                      ReportFontStyle::Regular, kFooterSize, w});
-        }
-    }
-
-    ParsedReport report_;
+    ParsedReport report_;  // the columns alone
     const ReportRequest& request_;
     const ReportTextMeasure& measure_;
-    ReportLayout layout_;
+    ReportLayout layout_;  // the page size and the columns; the pages go to the sink
+    const PageSink* sink_ = nullptr;
+    std::optional<std::size_t> pageCount_;
+    std::size_t pages_ = 0;
+    LaidPage page_;
+    std::vector<ReportLine> summaries_;  // a run of closing lines not placed yet
+    bool hasContent_ = false;
     double y_ = 0;
     double bodyBottom_ = 0;
     bool atTop_ = true;
@@ -371,7 +403,23 @@ double ApproximateTextWidth(const std::string& text, ReportFontStyle style, doub
 
 ReportLayout LayoutReport(const ReportRequest& request, const ReportPageSize& size,
                           const ReportTextMeasure& measure) {
-    return Layouter(request, size, measure).Run();
+    Layouter layouter(request, size, measure);
+    ReportLayout layout = layouter.Frame();
+    const std::size_t count = layouter.Run(
+        [&layout](LaidPage&& page) { layout.pages.push_back(std::move(page)); }, std::nullopt);
+    for (std::size_t p = 0; p < count; ++p)
+        NumberPage(layout.pages[p], p + 1, count, layout.size, measure);
+    return layout;
+}
+
+std::size_t ForEachReportPage(
+    const ReportRequest& request, const ReportPageSize& size, const ReportTextMeasure& measure,
+    const std::function<void(const ReportLayout& frame, LaidPage&& page)>& visit) {
+    Layouter layouter(request, size, measure);
+    // A first run only counts the pages, so that each can say "Página n de m" as it is made.
+    const std::size_t count = layouter.Run([](LaidPage&&) {}, std::nullopt);
+    layouter.Run([&](LaidPage&& page) { visit(layouter.Frame(), std::move(page)); }, count);
+    return count;
 }
 
 }  // namespace pendara

@@ -337,37 +337,63 @@ const std::vector<std::string>& ReportTableLeadColumns() {
     return columns;
 }
 
-std::vector<ReportTableRow> ReportTableRows(const ParsedReport& report) {
-    std::vector<ReportTableRow> rows;
-    std::string account, name, group;
-    for (const ReportLine& line : report.lines) {
+namespace {
+
+// Follows the headings that place an entry row: the account of the last section, the group of
+// the last sub-section until a summary line closes it.
+class TableRowTracker {
+  public:
+    // The row a line gives, or nothing when it is not an entry row.
+    const ReportTableRow* Take(const ReportLine& line) {
         switch (line.kind) {
             case ReportLineKind::Section: {
                 // "code - title"
                 const std::size_t dash = line.heading.find(" - ");
-                account = Trim(line.heading.substr(0, dash));
-                name = dash == std::string::npos ? "" : Trim(line.heading.substr(dash + 3));
-                group.clear();
-                break;
+                row_.account = Trim(line.heading.substr(0, dash));
+                row_.accountName =
+                    dash == std::string::npos ? "" : Trim(line.heading.substr(dash + 3));
+                row_.group.clear();
+                return nullptr;
             }
             case ReportLineKind::SubSection: {
                 // "Referencia: X"; the block's balance line closes it.
                 const std::size_t colon = line.heading.find(':');
-                group = Trim(colon == std::string::npos ? line.heading
-                                                        : line.heading.substr(colon + 1));
-                break;
+                row_.group = Trim(colon == std::string::npos ? line.heading
+                                                             : line.heading.substr(colon + 1));
+                return nullptr;
             }
             case ReportLineKind::Summary:
-                group.clear();
-                break;
+                row_.group.clear();
+                return nullptr;
             case ReportLineKind::Row:
-                rows.push_back(ReportTableRow{account, name, group, &line});
-                break;
+                row_.line = &line;
+                return &row_;
             case ReportLineKind::Blank:
-                break;
+                return nullptr;
         }
+        return nullptr;
     }
+
+  private:
+    ReportTableRow row_;
+};
+
+}  // namespace
+
+std::vector<ReportTableRow> ReportTableRows(const ParsedReport& report) {
+    std::vector<ReportTableRow> rows;
+    TableRowTracker tracker;
+    for (const ReportLine& line : report.lines)
+        if (const ReportTableRow* row = tracker.Take(line)) rows.push_back(*row);
     return rows;
+}
+
+void ForEachReportTableRow(const ReportRequest& request, std::size_t ncols,
+                           const std::function<void(const ReportTableRow&)>& visit) {
+    TableRowTracker tracker;
+    ForEachReportLine(request, ncols, [&](const ReportLine& line) {
+        if (const ReportTableRow* row = tracker.Take(line)) visit(*row);
+    });
 }
 
 bool IsNumericCell(const ParsedReport& report, const ReportLine& line, std::size_t column) {

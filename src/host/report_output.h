@@ -124,6 +124,10 @@ struct ReportTableRow {
 const std::vector<std::string>& ReportTableLeadColumns();
 // Every entry row of the report in order (summary lines and headings are not rows).
 std::vector<ReportTableRow> ReportTableRows(const ParsedReport& report);
+// The same rows one at a time as the request's lines are parsed (`ncols` cells a row); a row's
+// line lives only during the call.
+void ForEachReportTableRow(const ReportRequest& request, std::size_t ncols,
+                           const std::function<void(const ReportTableRow&)>& visit);
 
 // Reads an amount as the report prints it (Spanish form, "1.234,56", blanks around); nullopt
 // when the text is not one.
@@ -177,6 +181,13 @@ using ReportTextMeasure =
 // ("Página n de m"). Texts too wide for their column are cut and end in "…".
 ReportLayout LayoutReport(const ReportRequest& request, const ReportPageSize& size,
                           const ReportTextMeasure& measure);
+
+// The same pages one at a time, each handed to `visit` with the layout's frame (page size and
+// columns, no pages) as soon as it is laid out, numbered like LayoutReport's; the lines are laid
+// out twice (a first time to count the pages) and a single page is held. Returns the count.
+std::size_t ForEachReportPage(
+    const ReportRequest& request, const ReportPageSize& size, const ReportTextMeasure& measure,
+    const std::function<void(const ReportLayout& frame, LaidPage&& page)>& visit);
 
 // A rough measure for callers without fonts: Helvetica-like average widths.
 double ApproximateTextWidth(const std::string& text, ReportFontStyle style, double size);

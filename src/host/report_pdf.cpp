@@ -83,6 +83,32 @@ ReportLayout PrintLayout(const ReportRequest& request) {
     return LayoutReport(request, ReportPageSize{}, PdfTextWidth);
 }
 
+namespace {
+
+void DrawPage(HPDF_Doc pdf, const PdfFonts& fonts, const ReportPageSize& size,
+              const LaidPage& laid) {
+    HPDF_Page page = HPDF_AddPage(pdf);
+    HPDF_Page_SetWidth(page, static_cast<HPDF_REAL>(size.width));
+    HPDF_Page_SetHeight(page, static_cast<HPDF_REAL>(size.height));
+    for (const LaidRule& r : laid.rules) {
+        HPDF_Page_SetLineWidth(page, static_cast<HPDF_REAL>(r.width));
+        HPDF_Page_MoveTo(page, static_cast<HPDF_REAL>(r.x1),
+                         static_cast<HPDF_REAL>(size.height - r.y1));
+        HPDF_Page_LineTo(page, static_cast<HPDF_REAL>(r.x2),
+                         static_cast<HPDF_REAL>(size.height - r.y2));
+        HPDF_Page_Stroke(page);
+    }
+    HPDF_Page_BeginText(page);
+    for (const LaidText& t : laid.texts) {
+        HPDF_Page_SetFontAndSize(page, fonts.Get(t.style), static_cast<HPDF_REAL>(t.size));
+        HPDF_Page_TextOut(page, static_cast<HPDF_REAL>(t.x),
+                          static_cast<HPDF_REAL>(size.height - t.y), Utf8ToCp1252(t.text).c_str());
+    }
+    HPDF_Page_EndText(page);
+}
+
+}  // namespace
+
 void WriteReportPdf(const ReportRequest& request, const std::string& path) {
     PdfError error;
     std::unique_ptr<_HPDF_Doc_Rec, PdfDocDeleter> doc(HPDF_New(OnPdfError, &error));
@@ -98,29 +124,11 @@ void WriteReportPdf(const ReportRequest& request, const std::string& path) {
         throw std::runtime_error("no se pudo preparar el PDF " + path + " (" + buf + ")");
     }
 
-    const ReportLayout layout = PrintLayout(request);
-    const ReportPageSize& size = layout.size;
-    for (const LaidPage& laid : layout.pages) {
-        HPDF_Page page = HPDF_AddPage(pdf);
-        HPDF_Page_SetWidth(page, static_cast<HPDF_REAL>(size.width));
-        HPDF_Page_SetHeight(page, static_cast<HPDF_REAL>(size.height));
-        for (const LaidRule& r : laid.rules) {
-            HPDF_Page_SetLineWidth(page, static_cast<HPDF_REAL>(r.width));
-            HPDF_Page_MoveTo(page, static_cast<HPDF_REAL>(r.x1),
-                             static_cast<HPDF_REAL>(size.height - r.y1));
-            HPDF_Page_LineTo(page, static_cast<HPDF_REAL>(r.x2),
-                             static_cast<HPDF_REAL>(size.height - r.y2));
-            HPDF_Page_Stroke(page);
-        }
-        HPDF_Page_BeginText(page);
-        for (const LaidText& t : laid.texts) {
-            HPDF_Page_SetFontAndSize(page, fonts.Get(t.style), static_cast<HPDF_REAL>(t.size));
-            HPDF_Page_TextOut(page, static_cast<HPDF_REAL>(t.x),
-                              static_cast<HPDF_REAL>(size.height - t.y),
-                              Utf8ToCp1252(t.text).c_str());
-        }
-        HPDF_Page_EndText(page);
-    }
+    // Page by page as they are laid out: the layout is never held whole.
+    ForEachReportPage(request, ReportPageSize{}, PdfTextWidth,
+                      [&](const ReportLayout& layout, LaidPage&& laid) {
+                          DrawPage(pdf, fonts, layout.size, laid);
+                      });
     if (error.code == HPDF_OK) HPDF_SaveToFile(pdf, path.c_str());
     if (error.code != HPDF_OK) {
         char buf[64];

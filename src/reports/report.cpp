@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstdint>
 #include <optional>
+#include <stdexcept>
+#include <utility>
 #include <vector>
 
 #include "companies/catalogue.h"
@@ -31,6 +33,25 @@ std::int32_t AsInteger(double v) {
     if (v > INT32_MAX) return INT32_MAX;
     if (v < INT32_MIN) return INT32_MIN;
     return static_cast<std::int32_t>(v);
+}
+
+// An account's share of the closing totals; nothing when it is not listed.
+void AddToTotals(ReportTotals& t, const AccountReport& a) {
+    if (!a.listed) return;
+    ++t.accounts;
+    t.total += a.total;
+    t.balance += a.balance;
+    t.difference += a.total - a.balance;
+}
+
+ReportRequest RequestWith(const Report& report, std::string text, const ReportTotals& totals) {
+    ReportRequest request{report.destination, report.title,      std::move(text),   report.date,
+                          report.columns,     report.alignments, report.companyName};
+    request.companyFullName = report.companyFullName;
+    request.fiscalYear = report.fiscalYear;
+    request.criteria = report.criteria;
+    request.totals = totals;
+    return request;
 }
 
 void AppendClosing(std::string& out, const std::string& label, double amount) {
@@ -218,23 +239,51 @@ std::vector<ReportCriterion> ReportCriteria(const ReportOptions& o) {
 
 ReportTotals GrandTotals(const Report& report) {
     ReportTotals t;
-    for (const AccountReport& a : report.accounts) {
-        if (!a.listed) continue;
-        ++t.accounts;
-        t.total += a.total;
-        t.balance += a.balance;
-        t.difference += a.total - a.balance;
-    }
+    for (const AccountReport& a : report.accounts)
+        AddToTotals(t, a);
     return t;
 }
 
 ReportRequest RequestOf(const Report& report) {
-    ReportRequest request{report.destination, report.title,      ReportText(report), report.date,
-                          report.columns,     report.alignments, report.companyName};
-    request.companyFullName = report.companyFullName;
-    request.fiscalYear = report.fiscalYear;
-    request.criteria = report.criteria;
-    request.totals = GrandTotals(report);
+    return RequestWith(report, ReportText(report), GrandTotals(report));
+}
+
+ReportTextBuilder::ReportTextBuilder() : spill_(std::tmpfile()) {}
+
+void ReportTextBuilder::Add(const AccountReport& account) {
+    std::string text = AccountText(account);
+    text += kCrLf;
+    AddToTotals(totals_, account);
+    if (spill_) {
+        if (std::fwrite(text.data(), 1, text.size(), spill_.get()) == text.size()) {
+            spilled_ += text.size();
+            return;
+        }
+        // The disc is full: what was written whole comes back, the rest stays in memory.
+        Unspill();
+    }
+    text_ += text;
+}
+
+void ReportTextBuilder::Unspill() {
+    if (!spill_) return;
+    std::string text(spilled_, '\0');
+    const bool read = std::fflush(spill_.get()) == 0 &&
+                      std::fseek(spill_.get(), 0, SEEK_SET) == 0 &&
+                      std::fread(text.data(), 1, spilled_, spill_.get()) == spilled_;
+    spill_.reset();
+    spilled_ = 0;
+    if (!read)
+        throw std::runtime_error("no se pudo leer el texto del informe de su archivo temporal");
+    text_ = std::move(text);
+}
+
+ReportRequest ReportTextBuilder::TakeRequest(const Report& header) {
+    Unspill();
+    ReportRequest request = RequestWith(header, std::move(text_), totals_);
+    text_.clear();
+    totals_ = {};
+    spill_.reset(std::tmpfile());
     return request;
 }
 

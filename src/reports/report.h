@@ -3,7 +3,9 @@
 // and the report's text as the host's report output takes it.
 
 #include <cstdint>
+#include <cstdio>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -89,6 +91,33 @@ std::vector<ReportCriterion> ReportCriteria(const ReportOptions& options);
 ReportTotals GrandTotals(const Report& report);
 // What the host's report output is handed.
 ReportRequest RequestOf(const Report& report);
+
+// The report's text and grand totals made account by account, as GenerateReportByAccount hands
+// the accounts over: only the text is kept, never the accounts' values. While it grows the text
+// waits in a temporary file (in memory when none can be made), so that it is held once, at its
+// final size, rather than copied into ever larger blocks.
+class ReportTextBuilder {
+  public:
+    ReportTextBuilder();
+    void Add(const AccountReport& account);
+    const ReportTotals& Totals() const { return totals_; }
+    // What RequestOf gives for `header` holding the accounts added; the builder starts again
+    // empty. Throws std::runtime_error when the temporary file cannot be read back.
+    ReportRequest TakeRequest(const Report& header);
+
+  private:
+    struct FileCloser {
+        void operator()(std::FILE* f) const { std::fclose(f); }
+    };
+    // The text written so far, read back into text_.
+    void Unspill();
+
+    std::unique_ptr<std::FILE, FileCloser> spill_;
+    std::size_t spilled_ = 0;
+    std::string text_;
+    ReportTotals totals_;
+};
+
 // Hands the report to the host library's report output (PrintReport); what came of it.
 ReportOutcome PrintReport(QvLibrary& lib, const Report& report);
 

@@ -1,5 +1,8 @@
 #include "services/report.h"
 
+#include <utility>
+#include <vector>
+
 #include "companies/catalogue.h"
 #include "companies/session.h"
 #include "host/company_file.h"
@@ -12,6 +15,18 @@ namespace pendara {
 
 Report GenerateReport(Session& s, const ReportOptions& options, const Progress& progress,
                       const std::function<void()>& afterAccount) {
+    std::vector<AccountReport> accounts;
+    Report r = GenerateReportByAccount(
+        s, options, [&accounts](AccountReport&& a) { accounts.push_back(std::move(a)); }, progress,
+        afterAccount);
+    r.accounts = std::move(accounts);
+    return r;
+}
+
+Report GenerateReportByAccount(Session& s, const ReportOptions& options,
+                               const std::function<void(AccountReport&&)>& sink,
+                               const Progress& progress,
+                               const std::function<void()>& afterAccount) {
     auto report = [&progress](std::int32_t value, std::int32_t maximum) {
         if (progress) progress(value, maximum);
     };
@@ -33,7 +48,7 @@ Report GenerateReport(Session& s, const ReportOptions& options, const Progress& 
     std::int32_t done = 0;
     while (!chart.IsEof()) {
         const std::string account = Trim(chart.GetFieldByName("Cuenta"));
-        r.accounts.push_back(DoInforme(s, account, options));
+        sink(DoInforme(s, account, options));
         ++done;
         report(done, selected);
         if (afterAccount) afterAccount();

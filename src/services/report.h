@@ -17,4 +17,12 @@ class Session;
 Report GenerateReport(Session& s, const ReportOptions& options, const Progress& progress = {},
                       const std::function<void()>& afterAccount = {});
 
+// The same report handed over account by account: `sink` takes each account as soon as it is
+// made, so that a long report need not be held whole; the Report returned carries everything
+// but the accounts.
+Report GenerateReportByAccount(Session& s, const ReportOptions& options,
+                               const std::function<void(AccountReport&&)>& sink,
+                               const Progress& progress = {},
+                               const std::function<void()>& afterAccount = {});
+
 }  // namespace pendara

@@ -5,6 +5,7 @@
 #include "companies/account_list.h"
 #include "companies/session.h"
 #include "host/conversions.h"
+#include "host/qv_library.h"
 #include "host/report_output.h"
 #include "reports/report.h"
 #include "services/account_run.h"
@@ -17,9 +18,12 @@ namespace pendara {
 void Informe_Click(Pndra& w) {
     const std::optional<ReportOptions> options = AskReportOptions(w.session, w.CTA.text());
     if (!options) return;
-    const Report report =
-        GenerateReport(w.session, *options, w.GaugeProgress(), [&w] { w.port.DoEvents(); });
-    const ReportOutcome outcome = PrintReport(w.session.Lib(), report);
+    // Each account's values are dropped as soon as its text is made: only the text is held.
+    ReportTextBuilder built;
+    const Report header = GenerateReportByAccount(
+        w.session, *options, [&built](AccountReport&& a) { built.Add(a); }, w.GaugeProgress(),
+        [&w] { w.port.DoEvents(); });
+    const ReportOutcome outcome = w.session.Lib().PrintReport(built.TakeRequest(header));
     if (w.onReportOutput) w.onReportOutput(outcome);
 }
 

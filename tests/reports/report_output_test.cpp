@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <clocale>
 #include <cstdlib>
 #include <filesystem>
@@ -585,6 +586,19 @@ TEST(ReportTableRows, EveryEntryKnowsItsAccountAndGroup) {
     ASSERT_EQ(two.size(), 2u);
     EXPECT_EQ(two[0].group, "X");
     EXPECT_EQ(two[1].group, "");
+    // Row by row as the text is parsed, the same rows.
+    const ReportRequest request = Request(AccountText("4300000001", "CLIENTE - UNO", 2) +
+                                          AccountText("4300000002", "OTRO", 1));
+    std::vector<std::string> streamed;
+    ForEachReportTableRow(request, 5, [&](const ReportTableRow& r) {
+        streamed.push_back(r.account + "|" + r.accountName + "|" + r.group + "|" +
+                           r.line->cells[1] + "|" + r.line->cells[4]);
+    });
+    std::vector<std::string> held;
+    for (const ReportTableRow& r : rows)
+        held.push_back(r.account + "|" + r.accountName + "|" + r.group + "|" + r.line->cells[1] +
+                       "|" + r.line->cells[4]);
+    EXPECT_EQ(streamed, held);
 }
 
 TEST(ReadableText, ColumnsHeadingsCriteriaAndTotalsWithoutMarkers) {
@@ -686,6 +700,58 @@ TEST_F(LayoutTest, AnAccountsClosingLinesStayTogether) {
     }
     // Some lengths did push the closing lines over, or the test proved nothing.
     EXPECT_GT(split, 0u);
+}
+
+// Page by page, each page numbered as it is made, the pages are those of the whole layout:
+// lengths around a page's end move an account's closing lines and the totals to the next page.
+TEST_F(LayoutTest, PageByPageGivesTheWholeLayoutsPages) {
+    for (int entries : {20, 47, 48, 49, 50, 61}) {
+        SCOPED_TRACE(std::to_string(entries) + " entries");
+        std::string text;
+        for (int a = 0; a < 5; ++a)
+            text += AccountText("43000000" + std::to_string(10 + a), "CLIENTE", entries + a);
+        const ReportRequest request = FullRequest(text);
+        const ReportLayout whole = LayoutReport(request, ReportPageSize{}, ApproximateTextWidth);
+        std::size_t seen = 0;
+        const std::size_t count = ForEachReportPage(
+            request, ReportPageSize{}, ApproximateTextWidth,
+            [&](const ReportLayout& frame, LaidPage&& page) {
+                EXPECT_TRUE(frame.pages.empty());
+                EXPECT_EQ(frame.columnX, whole.columnX);
+                EXPECT_EQ(frame.columnWidth, whole.columnWidth);
+                ASSERT_LT(seen, whole.pages.size());
+                const LaidPage& expected = whole.pages[seen++];
+                ASSERT_EQ(page.texts.size(), expected.texts.size()) << "page " << seen;
+                for (std::size_t i = 0; i < page.texts.size(); ++i) {
+                    const LaidText& a = page.texts[i];
+                    const LaidText& b = expected.texts[i];
+                    EXPECT_EQ(a.text, b.text) << "page " << seen;
+                    EXPECT_EQ(a.x, b.x) << a.text;
+                    EXPECT_EQ(a.y, b.y) << a.text;
+                    EXPECT_EQ(a.style, b.style) << a.text;
+                }
+                ASSERT_EQ(page.rules.size(), expected.rules.size()) << "page " << seen;
+                for (std::size_t i = 0; i < page.rules.size(); ++i)
+                    EXPECT_EQ(page.rules[i].y1, expected.rules[i].y1) << "page " << seen;
+                EXPECT_EQ(Find(page, "Página " + std::to_string(seen) + " de " +
+                                         std::to_string(whole.pages.size()))
+                              .size(),
+                          1u);
+            });
+        EXPECT_EQ(count, whole.pages.size());
+        EXPECT_EQ(seen, whole.pages.size());
+        EXPECT_GE(count, 3u);
+    }
+    // Nothing to list: one page that says so.
+    std::vector<std::string> texts;
+    EXPECT_EQ(ForEachReportPage(FullRequest(""), ReportPageSize{}, ApproximateTextWidth,
+                                [&](const ReportLayout&, LaidPage&& page) {
+                                    for (const LaidText& t : page.texts)
+                                        texts.push_back(t.text);
+                                }),
+              1u);
+    EXPECT_NE(std::find(texts.begin(), texts.end(), "Sin datos"), texts.end());
+    EXPECT_NE(std::find(texts.begin(), texts.end(), "Página 1 de 1"), texts.end());
 }
 
 TEST_F(PrintReportTest, CsvTableHasOneFilterableRowPerEntry) {

@@ -258,5 +258,50 @@ TEST_F(GenerateReportTest, CarriesTheCompanysNameYearCriteriaAndGrandTotals) {
     EXPECT_EQ(c[5].value, "todas las cuentas");
 }
 
+// Made account by account, only the text kept: the same request as from the whole report,
+// with the accounts handed over in chart order and the grand totals of those listed.
+TEST_F(GenerateReportTest, AccountByAccountGivesTheWholeReportsRequest) {
+    ReportOptions o = Year();
+    o.showUnbalanced = true;
+    o.showBalanced = true;
+    o.destination = 5;
+    const Report full = GenerateReport(s, o);
+    const ReportRequest whole = RequestOf(full);
+    std::vector<std::string> chartOrder;
+    for (const AccountReport& a : full.accounts)
+        chartOrder.push_back(a.account);
+
+    ReportTextBuilder built;
+    std::vector<std::string> order;
+    int progressed = 0;
+    const Report header = GenerateReportByAccount(
+        s, o,
+        [&](AccountReport&& a) {
+            order.push_back(a.account);
+            built.Add(a);
+        },
+        {}, [&] { ++progressed; });
+    EXPECT_TRUE(header.accounts.empty());
+    EXPECT_EQ(order, chartOrder);
+    EXPECT_EQ(order.size(), 6u);
+    EXPECT_EQ(progressed, 6);
+    EXPECT_EQ(built.Totals().accounts, 4);
+    const ReportRequest streamed = built.TakeRequest(header);
+    EXPECT_EQ(streamed.text, whole.text);
+    EXPECT_NE(streamed.text.find("_4300000002 - Cliente dos"), std::string::npos);
+    EXPECT_EQ(streamed.destination, 5);
+    EXPECT_EQ(streamed.title, whole.title);
+    EXPECT_EQ(streamed.companyFullName, whole.companyFullName);
+    EXPECT_EQ(streamed.criteria.size(), whole.criteria.size());
+    ASSERT_TRUE(streamed.totals && whole.totals);
+    EXPECT_EQ(streamed.totals->accounts, whole.totals->accounts);
+    EXPECT_EQ(streamed.totals->total, whole.totals->total);
+    EXPECT_EQ(streamed.totals->balance, whole.totals->balance);
+    EXPECT_EQ(streamed.totals->difference, whole.totals->difference);
+    // Taken, the builder starts again empty.
+    EXPECT_EQ(built.Totals().accounts, 0);
+    EXPECT_TRUE(built.TakeRequest(header).text.empty());
+}
+
 }  // namespace
 }  // namespace pendara

@@ -169,15 +169,19 @@ int Run(const std::vector<std::string>& raw) {
     answers[kItemToAccount] = to;
     presets.destination = destination;
 
+    // Each account's values are dropped as soon as its text is made: only the text is held.
     Report report;
+    ReportTextBuilder built;
     h.Event([&] {
         // The console's dialog shows the answers and accepts them.
         std::optional<ReportOptions> options = AskReportOptions(s, account, presets);
-        if (options) report = GenerateReport(s, *options, h.progress());
+        if (options)
+            report = GenerateReportByAccount(
+                s, *options, [&built](AccountReport&& a) { built.Add(a); }, h.progress());
     });
-    const ReportRequest request = RequestOf(report);
-    if (std::none_of(report.accounts.begin(), report.accounts.end(),
-                     [](const AccountReport& r) { return r.listed; }))
+    const bool listed = built.Totals().accounts > 0;
+    const ReportRequest request = built.TakeRequest(report);
+    if (!listed)
         std::cerr << "Sin datos: ninguna cuenta de la selección tiene apuntes que mostrar.\n";
     if (!output) {
         // On standard output the same readable text as --format txt -o writes.
