@@ -204,7 +204,11 @@ void WriteReportXlsx(const ReportRequest& request, const std::string& path) {
     // The spreadsheet library prints its numbers (cells, widths) with printf: under the user's
     // settings a comma would land in the file's XML.
     const CNumericScope cNumbers;
-    lxw_workbook* wb = workbook_new(path.c_str());
+    // Rows go to disc as they are written (they come in order), so that a long report is never
+    // held in memory; the sheet's strings are then written in their cells, not in a shared table.
+    lxw_workbook_options options{};
+    options.constant_memory = LXW_TRUE;
+    lxw_workbook* wb = workbook_new_opt(path.c_str(), &options);
     if (!wb) throw std::runtime_error("no se puede crear la hoja de cálculo " + path);
     lxw_worksheet* ws = workbook_add_worksheet(wb, "Informe");
 
@@ -573,7 +577,11 @@ void WriteReportXlsxTable(const ReportRequest& request, const std::string& path)
     const ParsedReport report = ParseReportColumns(request);
     const std::vector<bool> whole = WholeNumberColumns(report, request);
     const CNumericScope cNumbers;
-    lxw_workbook* wb = workbook_new(path.c_str());
+    // Rows go to disc as they are written (they come in order), so that a long report is never
+    // held in memory; the sheet's strings are then written in their cells, not in a shared table.
+    lxw_workbook_options options{};
+    options.constant_memory = LXW_TRUE;
+    lxw_workbook* wb = workbook_new_opt(path.c_str(), &options);
     if (!wb) throw std::runtime_error("no se puede crear la hoja de cálculo " + path);
 
     lxw_format* header = workbook_add_format(wb);

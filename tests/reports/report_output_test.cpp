@@ -409,13 +409,14 @@ TEST_F(PrintReportTest, SpreadsheetHasNumericAmountAndDateCells) {
     Print(kReportToSpreadsheet, sample);
     ASSERT_TRUE(port.messages.empty());
     std::string sheet = Capture("unzip -p '" + dir.file("r.xlsx") + "' xl/worksheets/sheet1.xml");
-    std::string strings = Capture("unzip -p '" + dir.file("r.xlsx") + "' xl/sharedStrings.xml");
-    // Amounts are numbers (no t="s"), dates are serial numbers with a date format.
+    // Amounts are numbers (no t="..."), dates are serial numbers with a date format; texts are
+    // written in their cells (rows go to disc as they come).
     EXPECT_NE(sheet.find("<v>99.95</v>"), std::string::npos) << sheet;
     EXPECT_NE(sheet.find("<v>-3703.5</v>"), std::string::npos);
     EXPECT_NE(sheet.find("<v>45672</v>"), std::string::npos);  // 15/01/2025
-    EXPECT_NE(strings.find("Descripción"), std::string::npos);
-    EXPECT_NE(strings.find("Saldo según último balance"), std::string::npos);
+    EXPECT_NE(sheet.find("t=\"inlineStr\"><is><t>Descripción</t>"), std::string::npos);
+    EXPECT_NE(sheet.find("<t>Saldo según último balance</t>"), std::string::npos);
+    EXPECT_EQ(sheet.find("t=\"s\""), std::string::npos);
 }
 
 TEST_F(PrintReportTest, SpreadsheetAmountsStayNumbersUnderALocaleWithADecimalComma) {
@@ -794,7 +795,6 @@ TEST_F(PrintReportTest, SpreadsheetTableHasRealDatesNumbersAndASheetOfCriteria) 
                     path);
     const std::string sheet = Capture("unzip -p '" + path + "' xl/worksheets/sheet1.xml");
     const std::string second = Capture("unzip -p '" + path + "' xl/worksheets/sheet2.xml");
-    const std::string strings = Capture("unzip -p '" + path + "' xl/sharedStrings.xml");
     const std::string book = Capture("unzip -p '" + path + "' xl/workbook.xml");
     EXPECT_NE(book.find("name=\"Apuntes\""), std::string::npos) << book;
     EXPECT_NE(book.find("name=\"Criterios y totales\""), std::string::npos);
@@ -806,17 +806,16 @@ TEST_F(PrintReportTest, SpreadsheetTableHasRealDatesNumbersAndASheetOfCriteria) 
     ASSERT_NE(row2, std::string::npos);
     const std::string second_row = sheet.substr(row2, sheet.find("</row>", row2) - row2);
     EXPECT_NE(second_row.find("<c r=\"A2\""), std::string::npos);
-    EXPECT_NE(second_row.find("t=\"s\""), std::string::npos);
+    EXPECT_NE(second_row.find("t=\"inlineStr\"><is><t>4300000001</t>"), std::string::npos);
     EXPECT_NE(second_row.find("<c r=\"D2\" s=\""), std::string::npos);
     EXPECT_NE(second_row.find("<v>45672</v>"), std::string::npos) << second_row;  // 15/01/2025
     const std::size_t e2 = second_row.find("<c r=\"E2\"");
     ASSERT_NE(e2, std::string::npos);
-    EXPECT_EQ(second_row.substr(e2, second_row.find("</c>", e2) - e2).find("t=\"s\""),
+    EXPECT_EQ(second_row.substr(e2, second_row.find("</c>", e2) - e2).find("t=\""),
               std::string::npos);
     EXPECT_NE(second_row.find("<v>99.95</v>"), std::string::npos);
-    EXPECT_NE(strings.find(">4300000001<"), std::string::npos);
-    EXPECT_NE(strings.find(">RF-12<"), std::string::npos);
-    EXPECT_NE(strings.find("Criterios de selección"), std::string::npos);
+    EXPECT_NE(sheet.find("<t>RF-12</t>"), std::string::npos);
+    EXPECT_NE(second.find("<t>Criterios de selección</t>"), std::string::npos);
     EXPECT_NE(second.find("<v>-1234.5</v>"), std::string::npos) << second;
     EXPECT_NE(second.find("<v>2</v>"), std::string::npos);
 }
