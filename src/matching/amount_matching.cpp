@@ -470,6 +470,36 @@ class MinTree {
     std::vector<double> t_;
 };
 
+// The open items of each amount in list order, for the starting items that equal a target.
+class EqualAmounts {
+  public:
+    struct Cursor {
+        const std::vector<std::int32_t>* items = nullptr;
+        std::size_t at = 0;
+    };
+    explicit EqualAmounts(const std::vector<AmountItem>& pool) {
+        for (std::size_t i = 0; i < pool.size(); ++i)
+            if (pool[i].open) map_[Key(pool[i].amount)].push_back(static_cast<std::int32_t>(i));
+    }
+    Cursor Find(double amount) const {
+        auto it = map_.find(Key(amount));
+        return it == map_.end() ? Cursor{} : Cursor{&it->second, 0};
+    }
+    // The open item at the cursor or after it; -1 when none.
+    std::int32_t Next(const std::vector<AmountItem>& pool, Cursor& c) const {
+        if (!c.items) return -1;
+        while (c.at < c.items->size() && !pool[(*c.items)[c.at]].open)
+            ++c.at;
+        return c.at < c.items->size() ? (*c.items)[c.at] : -1;
+    }
+    void Skip(Cursor& c) const { ++c.at; }
+
+  private:
+    // 0.0 and -0.0 compare equal, so they share a key.
+    static double Key(double a) { return a == 0 ? 0.0 : a; }
+    std::unordered_map<double, std::vector<std::int32_t>> map_;
+};
+
 // An upper bound for the amounts a with sum + a <= target: the rounding of both the addition and
 // of target - sum stays far inside this margin; every candidate is confirmed exactly.
 double FitBound(double sum, double target) {
@@ -547,6 +577,7 @@ void MatchSubsets(std::vector<AmountItem>& targets, std::vector<AmountItem>& poo
     }
 
     MinTree tree(pool);
+    EqualAmounts equals(pool);
     std::int32_t firstOpen = 0;
     std::vector<std::int32_t> members;
     auto np = static_cast<std::int32_t>(pool.size());
@@ -556,13 +587,20 @@ void MatchSubsets(std::vector<AmountItem>& targets, std::vector<AmountItem>& poo
                 ++firstOpen;
             double target = targets[t].amount;
             // A starting item completes only when it equals the target or when something fits
-            // beside it, that is, at least the smallest open amount.
+            // beside it, that is, at least the smallest open amount: the items of the first kind
+            // come from their amount's list, those of the second from the tree, in list order.
             const double smallest = tree.Min();
-            const double startBound =
-                std::isinf(smallest) ? -smallest : std::max(FitBound(smallest, target), target);
-            for (std::int32_t k = tree.FirstAtMost(static_cast<std::size_t>(firstOpen), startBound);
-                 k >= 0; k = tree.FirstAtMost(static_cast<std::size_t>(k) + 1, startBound)) {
-                if (!pool[k].open) continue;
+            const double fit = std::isinf(smallest) ? -smallest : FitBound(smallest, target);
+            EqualAmounts::Cursor equal =
+                target <= fit ? EqualAmounts::Cursor{} : equals.Find(target);
+            std::int32_t fitting = tree.FirstAtMost(static_cast<std::size_t>(firstOpen), fit);
+            for (;;) {
+                const std::int32_t same = equals.Next(pool, equal);
+                if (fitting < 0 && same < 0) break;
+                const std::int32_t k =
+                    same < 0 || (fitting >= 0 && fitting < same) ? fitting : same;
+                if (k == same) equals.Skip(equal);
+                if (k == fitting) fitting = tree.FirstAtMost(static_cast<std::size_t>(k) + 1, fit);
                 if (GreedyRun(pool, tree, k, target, firstOpen, members)) {
                     FormGroup(targets[t], pool, members, groups);
                     for (std::int32_t m : members)
