@@ -332,7 +332,7 @@ TEST(AmountMatchingProperty, LedgerSizedListsWithCentsAndSumTargets) {
 // negative item. Ties, zeros and targets equal to pool items are frequent.
 TEST(AmountMatchingProperty, StartsCloseToTheTargetEqualLiteralRules) {
     std::mt19937_64 rng(7117);
-    const double near[] = {99, 99.5, 98, 100, 0, -0.0, 1, 2, 3, 5, -1, 97.25};
+    const double near[] = {99, 99.5, 98, 100, 0, -0.0, 0.5, 0.25, 1, 2, 3, -1, 97.25};
     int groups = 0;
     for (int c = 0; c < 3000; ++c) {
         std::vector<AmountItem> pool, targets;
@@ -341,10 +341,14 @@ TEST(AmountMatchingProperty, StartsCloseToTheTargetEqualLiteralRules) {
             pool.push_back(Open(a, static_cast<std::int32_t>(i)));
             if (rng() % 10 == 0) pool.back().open = kItemClosed;
         }
-        for (std::size_t i = 0, n = 1 + rng() % 8; i < n; ++i)
-            targets.push_back(Open(
-                rng() % 2 ? 100 + static_cast<double>(rng() % 6) : near[rng() % std::size(near)],
-                static_cast<std::int32_t>(i)));
+        for (std::size_t i = 0, n = 1 + rng() % 8; i < n; ++i) {
+            // Mostly sums of three pool items, which pass 2 may find.
+            double a = near[rng() % std::size(near)];
+            if (rng() % 4)
+                a = (pool[rng() % pool.size()].amount + pool[rng() % pool.size()].amount) +
+                    pool[rng() % pool.size()].amount;
+            targets.push_back(Open(a, static_cast<std::int32_t>(i)));
+        }
         auto t1 = targets, p1 = pool, t2 = targets, p2 = pool;
         Recorder fast, slow;
         MatchSubsets(t1, p1, fast.groups, fast.hooks());
