@@ -422,32 +422,44 @@ class PairFinder {
     std::int32_t globalHead_ = 0;
 };
 
-// Pool amounts by position, closed items as +infinity: finds the first position at or after a
-// given one whose amount is at most a bound, in logarithmic time.
+// The open pool amounts by position, closed items as +infinity: finds the first position at or
+// after a given one whose amount is at most a bound, in logarithmic time. Only the items open when
+// it is made take a leaf (items never reopen), so that the tree of a pool mostly closed by the
+// earlier passes stays small.
 class MinTree {
   public:
-    explicit MinTree(const std::vector<AmountItem>& pool) : size_(pool.size()) {
+    explicit MinTree(const std::vector<AmountItem>& pool) {
+        rank_.resize(pool.size() + 1);
+        for (std::size_t i = 0; i < pool.size(); ++i) {
+            rank_[i] = static_cast<std::int32_t>(positions_.size());
+            if (pool[i].open) positions_.push_back(static_cast<std::int32_t>(i));
+        }
+        rank_[pool.size()] = static_cast<std::int32_t>(positions_.size());
+        size_ = positions_.size();
         n_ = 1;
-        while (n_ < pool.size())
+        while (n_ < size_)
             n_ *= 2;
         t_.assign(2 * n_, kInf);
-        for (std::size_t i = 0; i < pool.size(); ++i)
-            t_[n_ + i] = pool[i].open ? pool[i].amount : kInf;
+        for (std::size_t c = 0; c < size_; ++c)
+            t_[n_ + c] = pool[static_cast<std::size_t>(positions_[c])].amount;
         for (std::size_t i = n_ - 1; i >= 1; --i)
             t_[i] = std::min(t_[2 * i], t_[2 * i + 1]);
     }
-    void Remove(std::size_t i) {
-        i += n_;
+    // Takes out an item that was open when the tree was made.
+    void Remove(std::size_t position) {
+        std::size_t i = static_cast<std::size_t>(rank_[position]) + n_;
         t_[i] = kInf;
         for (i /= 2; i >= 1; i /= 2)
             t_[i] = std::min(t_[2 * i], t_[2 * i + 1]);
     }
     double Min() const { return t_[1]; }
     std::int32_t FirstAtMost(std::size_t from, double bound) const {
-        if (from >= size_) return -1;
-        // Climb to the first subtree at or after `from` that holds a fitting amount, then go
+        if (from >= rank_.size()) return -1;
+        const auto first = static_cast<std::size_t>(rank_[from]);
+        if (first >= size_) return -1;
+        // Climb to the first subtree at or after `first` that holds a fitting amount, then go
         // down to its leftmost fitting leaf.
-        std::size_t i = from + n_;
+        std::size_t i = first + n_;
         while (!(t_[i] <= bound)) {
             while (i & 1) {
                 i >>= 1;
@@ -460,14 +472,46 @@ class MinTree {
             if (!(t_[i] <= bound)) ++i;
         }
         // The padding past the pool holds +infinity, which an infinite bound would reach.
-        return i - n_ < size_ ? static_cast<std::int32_t>(i - n_) : -1;
+        return i - n_ < size_ ? positions_[i - n_] : -1;
     }
 
   private:
     static constexpr double kInf = std::numeric_limits<double>::infinity();
-    std::size_t size_;
-    std::size_t n_;
+    std::vector<std::int32_t> positions_;  // by leaf: the pool position
+    std::vector<std::int32_t> rank_;       // by pool position: the first leaf at or after it
+    std::size_t size_ = 0;
+    std::size_t n_ = 1;
     std::vector<double> t_;
+};
+
+// The open items of each amount in list order, for the starting items that equal a target.
+class EqualAmounts {
+  public:
+    struct Cursor {
+        const std::vector<std::int32_t>* items = nullptr;
+        std::size_t at = 0;
+    };
+    explicit EqualAmounts(const std::vector<AmountItem>& pool) {
+        for (std::size_t i = 0; i < pool.size(); ++i)
+            if (pool[i].open) map_[Key(pool[i].amount)].push_back(static_cast<std::int32_t>(i));
+    }
+    Cursor Find(double amount) const {
+        auto it = map_.find(Key(amount));
+        return it == map_.end() ? Cursor{} : Cursor{&it->second, 0};
+    }
+    // The open item at the cursor or after it; -1 when none.
+    std::int32_t Next(const std::vector<AmountItem>& pool, Cursor& c) const {
+        if (!c.items) return -1;
+        while (c.at < c.items->size() && !pool[(*c.items)[c.at]].open)
+            ++c.at;
+        return c.at < c.items->size() ? (*c.items)[c.at] : -1;
+    }
+    void Skip(Cursor& c) const { ++c.at; }
+
+  private:
+    // 0.0 and -0.0 compare equal, so they share a key.
+    static double Key(double a) { return a == 0 ? 0.0 : a; }
+    std::unordered_map<double, std::vector<std::int32_t>> map_;
 };
 
 // An upper bound for the amounts a with sum + a <= target: the rounding of both the addition and
@@ -547,6 +591,7 @@ void MatchSubsets(std::vector<AmountItem>& targets, std::vector<AmountItem>& poo
     }
 
     MinTree tree(pool);
+    EqualAmounts equals(pool);
     std::int32_t firstOpen = 0;
     std::vector<std::int32_t> members;
     auto np = static_cast<std::int32_t>(pool.size());
@@ -556,13 +601,20 @@ void MatchSubsets(std::vector<AmountItem>& targets, std::vector<AmountItem>& poo
                 ++firstOpen;
             double target = targets[t].amount;
             // A starting item completes only when it equals the target or when something fits
-            // beside it, that is, at least the smallest open amount.
+            // beside it, that is, at least the smallest open amount: the items of the first kind
+            // come from their amount's list, those of the second from the tree, in list order.
             const double smallest = tree.Min();
-            const double startBound =
-                std::isinf(smallest) ? -smallest : std::max(FitBound(smallest, target), target);
-            for (std::int32_t k = tree.FirstAtMost(static_cast<std::size_t>(firstOpen), startBound);
-                 k >= 0; k = tree.FirstAtMost(static_cast<std::size_t>(k) + 1, startBound)) {
-                if (!pool[k].open) continue;
+            const double fit = std::isinf(smallest) ? -smallest : FitBound(smallest, target);
+            EqualAmounts::Cursor equal =
+                target <= fit ? EqualAmounts::Cursor{} : equals.Find(target);
+            std::int32_t fitting = tree.FirstAtMost(static_cast<std::size_t>(firstOpen), fit);
+            for (;;) {
+                const std::int32_t same = equals.Next(pool, equal);
+                if (fitting < 0 && same < 0) break;
+                const std::int32_t k =
+                    same < 0 || (fitting >= 0 && fitting < same) ? fitting : same;
+                if (k == same) equals.Skip(equal);
+                if (k == fitting) fitting = tree.FirstAtMost(static_cast<std::size_t>(k) + 1, fit);
                 if (GreedyRun(pool, tree, k, target, firstOpen, members)) {
                     FormGroup(targets[t], pool, members, groups);
                     for (std::int32_t m : members)

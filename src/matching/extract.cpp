@@ -1,5 +1,6 @@
 #include "matching/extract.h"
 
+#include <algorithm>
 #include <array>
 
 #include "companies/catalogue.h"
@@ -79,6 +80,10 @@ void LeerDatosExtracto(Session& s, const std::string& cuenta, const std::string&
     cursor.MoveFirst();
     cursor.SetFilter("cuenta =" + cuenta);
     cursor.MoveFirst();
+    // Room for the company's rows up front (a row with line breaks may add more), growing
+    // geometrically over the companies of the chain.
+    const std::size_t wanted = rows.size() + static_cast<std::size_t>(cursor.GetRecordCount());
+    if (wanted > rows.capacity()) rows.reserve(std::max(wanted, 2 * rows.capacity()));
     while (!cursor.IsEof()) {
         // The fields in the order the line is written: record number, then host fields 2, 1, 3,
         // 4, 5, 6, 7, 8, 14 and 23.

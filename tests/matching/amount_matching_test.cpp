@@ -327,6 +327,39 @@ TEST(AmountMatchingProperty, LedgerSizedListsWithCentsAndSumTargets) {
     }
 }
 
+// Starting items just below a target, that nothing else fits beside, are passed over in pass 2;
+// the smallest open amount that decides this grows as items close, and drops below zero with a
+// negative item. Ties, zeros and targets equal to pool items are frequent.
+TEST(AmountMatchingProperty, StartsCloseToTheTargetEqualLiteralRules) {
+    std::mt19937_64 rng(7117);
+    const double near[] = {99, 99.5, 98, 100, 0, -0.0, 0.5, 0.25, 1, 2, 3, -1, 97.25};
+    int groups = 0;
+    for (int c = 0; c < 3000; ++c) {
+        std::vector<AmountItem> pool, targets;
+        for (std::size_t i = 0, n = 2 + rng() % 24; i < n; ++i) {
+            double a = rng() % 3 ? near[rng() % 4] : near[rng() % std::size(near)];
+            pool.push_back(Open(a, static_cast<std::int32_t>(i)));
+            if (rng() % 10 == 0) pool.back().open = kItemClosed;
+        }
+        for (std::size_t i = 0, n = 1 + rng() % 8; i < n; ++i) {
+            // Mostly sums of three pool items, which pass 2 may find.
+            double a = near[rng() % std::size(near)];
+            if (rng() % 4)
+                a = (pool[rng() % pool.size()].amount + pool[rng() % pool.size()].amount) +
+                    pool[rng() % pool.size()].amount;
+            targets.push_back(Open(a, static_cast<std::int32_t>(i)));
+        }
+        auto t1 = targets, p1 = pool, t2 = targets, p2 = pool;
+        Recorder fast, slow;
+        MatchSubsets(t1, p1, fast.groups, fast.hooks());
+        naive::MatchSubsets(t2, p2, slow.groups, slow.hooks());
+        ASSERT_EQ(t1, t2) << "case " << c;
+        ASSERT_EQ(p1, p2) << "case " << c;
+        groups += fast.next();
+    }
+    EXPECT_GT(groups, 1000);
+}
+
 // Pass 1 looks for k in list order only so far, then over every amount; a pair far down a long
 // pool, with every earlier item unable to complete, must still be the one found.
 TEST(MatchSubsets, PairFarDownALongPoolIsFound) {
