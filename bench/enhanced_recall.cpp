@@ -217,9 +217,9 @@ void DataSet(const Options& o, std::uint64_t seed, const std::string& root) {
 
     Copy(d.folder, demo.companies, root + "/run");
     std::vector<std::pair<double, double>> costs = RunCosts(o.repeat);
-    double spec = 0, enh = 0, worst = 0;
+    double usual = 0, enh = 0, worst = 0;
     for (auto [s, e] : costs) {
-        spec += s;
+        usual += s;
         enh += e;
         worst = std::max(worst, e / s);
     }
@@ -239,7 +239,7 @@ void DataSet(const Options& o, std::uint64_t seed, const std::string& root) {
             std::ostringstream r;
             r.setf(std::ios::fixed);
             r.precision(2);
-            r << enh / spec << "x (peor cuenta " << worst << "x; grabación del grupo "
+            r << enh / usual << "x (peor cuenta " << worst << "x; grabación del grupo "
               << f[1].saveSeconds / f[0].saveSeconds << "x)";
             std::cout << r.str();
         } else {
