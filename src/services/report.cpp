@@ -69,4 +69,13 @@ Report GenerateReportByAccount(Session& s, const ReportOptions& options,
     return r;
 }
 
+ReportRequest GenerateReportRequest(Session& s, const ReportOptions& options,
+                                    const Progress& progress,
+                                    const std::function<void()>& afterAccount) {
+    ReportTextBuilder built;
+    const Report header = GenerateReportByAccount(
+        s, options, [&built](AccountReport&& a) { built.Add(a); }, progress, afterAccount);
+    return built.TakeRequest(header);
+}
+
 }  // namespace pendara

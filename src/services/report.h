@@ -25,4 +25,10 @@ Report GenerateReportByAccount(Session& s, const ReportOptions& options,
                                const Progress& progress = {},
                                const std::function<void()>& afterAccount = {});
 
+// What the host's report output is handed for that report (RequestOf of GenerateReport), made
+// account by account: each account's values are dropped as soon as its text is made.
+ReportRequest GenerateReportRequest(Session& s, const ReportOptions& options,
+                                    const Progress& progress = {},
+                                    const std::function<void()>& afterAccount = {});
+
 }  // namespace pendara

@@ -18,12 +18,8 @@ namespace pendara {
 void Informe_Click(Pndra& w) {
     const std::optional<ReportOptions> options = AskReportOptions(w.session, w.CTA.text());
     if (!options) return;
-    // Each account's values are dropped as soon as its text is made: only the text is held.
-    ReportTextBuilder built;
-    const Report header = GenerateReportByAccount(
-        w.session, *options, [&built](AccountReport&& a) { built.Add(a); }, w.GaugeProgress(),
-        [&w] { w.port.DoEvents(); });
-    const ReportOutcome outcome = w.session.Lib().PrintReport(built.TakeRequest(header));
+    const ReportOutcome outcome = w.session.Lib().PrintReport(
+        GenerateReportRequest(w.session, *options, w.GaugeProgress(), [&w] { w.port.DoEvents(); }));
     if (w.onReportOutput) w.onReportOutput(outcome);
 }
 

@@ -169,19 +169,13 @@ int Run(const std::vector<std::string>& raw) {
     answers[kItemToAccount] = to;
     presets.destination = destination;
 
-    // Each account's values are dropped as soon as its text is made: only the text is held.
-    Report report;
-    ReportTextBuilder built;
+    ReportRequest request = RequestOf(Report{});
     h.Event([&] {
         // The console's dialog shows the answers and accepts them.
         std::optional<ReportOptions> options = AskReportOptions(s, account, presets);
-        if (options)
-            report = GenerateReportByAccount(
-                s, *options, [&built](AccountReport&& a) { built.Add(a); }, h.progress());
+        if (options) request = GenerateReportRequest(s, *options, h.progress());
     });
-    const bool listed = built.Totals().accounts > 0;
-    const ReportRequest request = built.TakeRequest(report);
-    if (!listed)
+    if (request.totals->accounts == 0)
         std::cerr << "Sin datos: ninguna cuenta de la selección tiene apuntes que mostrar.\n";
     if (!output) {
         // On standard output the same readable text as --format txt -o writes.
@@ -190,7 +184,7 @@ int Run(const std::vector<std::string>& raw) {
         return 0;
     }
     try {
-        WriteReportFile(request, report.destination, *output);
+        WriteReportFile(request, request.destination, *output);
     } catch (const std::exception& e) {
         h.port().MsgBox("No se pudo guardar el informe en " + *output + ":\r\n" + e.what(),
                         kVbOKOnly + kVbExclamation, "");
