@@ -21,12 +21,15 @@ std::string_view YearOf(const std::string& date) {
     return Utf8Left(date, 2);
 }
 
-std::vector<GridRow> GridRows(const std::vector<Entry>& rows, const std::vector<AmountItem>& items,
-                              GridRow (*rowOf)(const Entry&, std::string)) {
+// The grid rows of a list's items. Each extract row stands in one list at most (row 0, which
+// holds no text, in the empty item of both), so its texts and the item's reference move.
+std::vector<GridRow> GridRows(std::vector<Entry>& rows, std::vector<AmountItem>& items,
+                              GridRow (*rowOf)(Entry&&, std::string)) {
     std::vector<GridRow> out;
     out.reserve(items.size());
-    for (const AmountItem& it : items)
-        out.push_back(rowOf(rows[static_cast<std::size_t>(it.row)], it.reference));
+    for (AmountItem& it : items)
+        out.push_back(
+            rowOf(std::move(rows[static_cast<std::size_t>(it.row)]), std::move(it.reference)));
     // A list keeps its empty item, so a grid always gets a row.
     if (out.empty()) out.emplace_back();
     return out;

@@ -42,7 +42,7 @@ struct MatchedRows {
 // takes the number of its description, then the matching by reference text, the year filter,
 // the matching by amounts and the enhanced passes. The groups formed take their references from
 // the session's counter in one draw, in the order they formed. A list with no row gives its
-// grid the one row of its empty item.
+// grid the one row of its empty item. The texts of the extract's rows move into the grid rows.
 MatchedRows MatchExtract(Session& s, Extract& x, const MatchOptions& options);
 
 // The enhanced passes over the items the amount matching left open; each group they form takes

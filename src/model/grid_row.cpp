@@ -21,7 +21,28 @@ GridRow RowOf(const Entry& e, std::string reference, const Amount& amount) {
                    e.mark};
 }
 
+GridRow RowOf(Entry&& e, std::string reference, double amount) {
+    return GridRow{std::move(e.record),
+                   DateText(e.date),
+                   std::move(e.entry),
+                   std::move(e.description),
+                   std::move(reference),
+                   ShownAmount::Format(amount),
+                   e.company,
+                   std::move(e.mark)};
+}
+
 }  // namespace
+
+GridRow DebitRow(Entry&& e, std::string reference) {
+    const double amount = e.debit.value;
+    return RowOf(std::move(e), std::move(reference), amount);
+}
+
+GridRow CreditRow(Entry&& e, std::string reference) {
+    const double amount = e.credit.value;
+    return RowOf(std::move(e), std::move(reference), amount);
+}
 
 GridRow DebitRow(const Entry& e, std::string reference) {
     return RowOf(e, std::move(reference), e.debit);

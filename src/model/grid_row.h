@@ -29,6 +29,9 @@ struct GridRow {
 // credit grid, and the reference the matching gave it.
 GridRow DebitRow(const Entry& e, std::string reference);
 GridRow CreditRow(const Entry& e, std::string reference);
+// The same from an extract row that is no longer needed: its texts move into the grid row.
+GridRow DebitRow(Entry&& e, std::string reference);
+GridRow CreditRow(Entry&& e, std::string reference);
 
 // The text of a grid column (GridCol) of the row, as the grid shows it, and its replacement by a
 // text (a company number is read as a whole number; any other text is no company).

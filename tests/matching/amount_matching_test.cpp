@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <random>
 
 #include "host/conversions.h"
@@ -427,6 +429,50 @@ TEST(AmountMatchingProperty, LongCentsPoolsWithFewPairsEqualLiteralRules) {
         ASSERT_NO_FATAL_FAILURE(SubsetsAsLiteral(targets, pool, groups));
     }
     EXPECT_GT(groups, 400);
+}
+
+// Pools of whole cents spread over as wide a range as the bits of cents are kept for, so that
+// the search for a pair of cents runs over many words of bits: pairs anywhere in the range, among them pairs whose sum is that of
+// the smallest and the largest amount less whole words of cents (so that the two bit rows line
+// up word for word), and sums a cent away that no pair reaches.
+TEST(AmountMatchingProperty, WideCentsPoolsFindPairsAtEveryWordOffset) {
+    std::mt19937_64 rng(5150);
+    auto cents = [](double a) { return std::llround(a * 100); };
+    int groups = 0;
+    for (int c = 0; c < 30; ++c) {
+        std::vector<AmountItem> pool, targets;
+        const int n = 200 + static_cast<int>(rng() % 120);
+        for (int i = 0; i < n; ++i) {
+            pool.push_back(Open(static_cast<double>(1000 + rng() % 100000) / 100.0, i));
+            if (rng() % 10 == 0) pool.back().open = kItemClosed;
+        }
+        auto [lo, hi] = std::minmax_element(pool.begin(), pool.end(),
+                                            [](auto& a, auto& b) { return a.amount < b.amount; });
+        const long long ends = cents(lo->amount) + cents(hi->amount);
+        targets.push_back(Open(lo->amount + hi->amount));
+        for (int i = 0; i < 60; ++i) {
+            const AmountItem& x = pool[rng() % pool.size()];
+            double a = x.amount + pool[rng() % pool.size()].amount;
+            switch (rng() % 3) {
+                case 0:
+                    a += 0.01;
+                    break;
+                case 1:
+                    for (const AmountItem& y : pool)
+                        if (&y != &x && (ends - cents(x.amount) - cents(y.amount)) % 64 == 0) {
+                            a = x.amount + y.amount;
+                            break;
+                        }
+                    break;
+                default:
+                    break;
+            }
+            targets.push_back(Open(a, i));
+        }
+        SCOPED_TRACE("case " + std::to_string(c));
+        ASSERT_NO_FATAL_FAILURE(SubsetsAsLiteral(targets, pool, groups));
+    }
+    EXPECT_GT(groups, 600);
 }
 
 // Amounts close to where whole cents stop being exact in doubles.

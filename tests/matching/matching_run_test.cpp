@@ -6,6 +6,7 @@
 
 #include "host/company_file.h"
 #include "host/conversions.h"
+#include "model/grid_row.h"
 #include "support/ledger.h"
 #include "support/scripted_port.h"
 #include "ui/matching_handlers.h"
@@ -220,6 +221,31 @@ TEST(YearFilter, TheYearIsTheFirstTwoCharactersOfTheFirstDatedRow) {
     t = table({{"C50101", "0,5", "B"}});
     YearFilter(t);
     EXPECT_EQ(kept(t), "+");
+}
+
+// The grid rows the run builds by moving the texts out of the extract are those built from a
+// copy: every column in its place, short and long texts alike, on both sides.
+TEST(GridRowsOfTheExtract, MovedRowsEqualCopiedRows) {
+    const std::string longText(40, 'x');
+    for (int side = 0; side < 2; ++side)
+        for (int variant = 0; variant < 3; ++variant) {
+            Entry e;
+            e.record = variant ? "123" : "";
+            e.date = variant == 1 ? "C50131" : "ERROR";
+            e.entry = variant == 2 ? longText + "e" : "7";
+            e.description = variant ? "Fra. 1001 " + longText : "";
+            e.debit = Amount::Of(side ? "0" : "1234,5");
+            e.credit = Amount::Of(side ? "-0,01" : "0");
+            e.mark = variant == 2 ? "1" : longText;
+            e.company = variant + 1;
+            const std::string ref = variant ? "RF-" + longText : "";
+            const GridRow copied = side ? CreditRow(e, ref) : DebitRow(e, ref);
+            Entry moved = e;
+            const GridRow fromMove =
+                side ? CreditRow(std::move(moved), ref) : DebitRow(std::move(moved), ref);
+            EXPECT_EQ(fromMove, copied) << "side " << side << " variant " << variant;
+            EXPECT_EQ(fromMove.amount, ShownAmount::Format(side ? e.credit.value : e.debit.value));
+        }
 }
 
 }  // namespace
