@@ -159,10 +159,11 @@ TEST(ReportPdf, AFailedWriteLeavesTheEarlierFileAndNoPartFile) {
 
     // The disk takes the first pages and refuses the rest (a file size limit stands in for a
     // full disk).
+    constexpr rlim_t kRoom = 8192;
     struct rlimit saved {};
     ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &saved), 0);
     struct rlimit small = saved;
-    small.rlim_cur = 100000;
+    small.rlim_cur = kRoom;
     void (*previous)(int) = std::signal(SIGXFSZ, SIG_IGN);
     ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
     std::string error;
@@ -179,7 +180,7 @@ TEST(ReportPdf, AFailedWriteLeavesTheEarlierFileAndNoPartFile) {
 
     // With room, the same report replaces the earlier one.
     WriteReportFile(request, kReportToPdf, path);
-    EXPECT_GT(std::filesystem::file_size(path), 100000u);
+    EXPECT_GT(std::filesystem::file_size(path), kRoom);
     EXPECT_TRUE(testing::PdfFileView::Read(path).error.empty());
     EXPECT_EQ(Names(dir), std::set<std::string>{"informe.pdf"});
 }
