@@ -12,18 +12,18 @@
 
 namespace pendara {
 
-std::string PdfDecimal(std::int64_t thousandths) {
-    const bool negative = thousandths < 0;
-    const std::uint64_t magnitude = negative ? 0 - static_cast<std::uint64_t>(thousandths)
-                                             : static_cast<std::uint64_t>(thousandths);
-    char buf[32];
+std::string PdfDecimal(std::int64_t units) {
+    const bool negative = units < 0;
+    const std::uint64_t magnitude =
+        negative ? 0 - static_cast<std::uint64_t>(units) : static_cast<std::uint64_t>(units);
+    char buf[40];
     char* p = buf;
     if (negative) *p++ = '-';
-    p = std::to_chars(p, buf + sizeof buf, magnitude / 1000).ptr;
-    unsigned fraction = static_cast<unsigned>(magnitude % 1000);
+    p = std::to_chars(p, buf + sizeof buf, magnitude / 100000).ptr;
+    unsigned fraction = static_cast<unsigned>(magnitude % 100000);
     if (fraction != 0) {
         *p++ = '.';
-        for (unsigned unit = 100; unit > 0 && fraction > 0; unit /= 10) {
+        for (unsigned unit = 10000; unit > 0 && fraction > 0; unit /= 10) {
             *p++ = static_cast<char>('0' + fraction / unit);
             fraction %= unit;
         }
@@ -33,14 +33,16 @@ std::string PdfDecimal(std::int64_t thousandths) {
 
 namespace {
 
-std::int64_t Thousandths(double value) {
-    return std::isfinite(value) ? std::llround(value * 1000.0) : 0;
+// Positions are kept in single precision, as PDF readers and printers keep them; a number is its
+// single-precision value to five decimals.
+std::int64_t Units(float value) {
+    return std::isfinite(value) ? std::llround(static_cast<double>(value) * 100000.0) : 0;
 }
 
 }  // namespace
 
 std::string PdfNumber(double value) {
-    return PdfDecimal(Thousandths(value));
+    return PdfDecimal(Units(static_cast<float>(value)));
 }
 
 std::string PdfString(std::string_view bytes) {
@@ -68,7 +70,7 @@ std::string PdfString(std::string_view bytes) {
 // --- Page content -------------------------------------------------------------------------------
 
 void PdfContent::LineWidth(double width) {
-    const std::int64_t w = Thousandths(width);
+    const std::int64_t w = Units(static_cast<float>(width));
     if (w == lineWidth_) return;
     lineWidth_ = w;
     ops_ += PdfDecimal(w);
@@ -94,7 +96,7 @@ void PdfContent::BeginText() {
 }
 
 void PdfContent::Font(int font, double size) {
-    const std::int64_t s = Thousandths(size);
+    const std::int64_t s = Units(static_cast<float>(size));
     if (font == font_ && s == fontSize_) return;
     font_ = font;
     fontSize_ = s;
@@ -106,15 +108,16 @@ void PdfContent::Font(int font, double size) {
 }
 
 void PdfContent::Text(double x, double y, std::string_view bytes) {
-    const std::int64_t tx = Thousandths(x), ty = Thousandths(y);
-    ops_ += PdfDecimal(tx - textX_);
+    // Each move is from where the last one left the line matrix, computed as a reader adds it up.
+    const float dx = static_cast<float>(x) - textX_, dy = static_cast<float>(y) - textY_;
+    ops_ += PdfDecimal(Units(dx));
     ops_ += ' ';
-    ops_ += PdfDecimal(ty - textY_);
+    ops_ += PdfDecimal(Units(dy));
     ops_ += " Td ";
     ops_ += PdfString(bytes);
     ops_ += " Tj\n";
-    textX_ = tx;
-    textY_ = ty;
+    textX_ += dx;
+    textY_ += dy;
 }
 
 void PdfContent::EndText() {

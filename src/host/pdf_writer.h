@@ -5,8 +5,9 @@
 // encoding (nothing embedded), pages with one deflated content stream each, the document's
 // title and creator.
 //
-// Numbers are written from whole thousandths of a point, without the C library, so that the
-// file is the same under any locale and a position never drifts over a page.
+// Numbers are written without the C library, so that the file is the same under any locale;
+// positions are single-precision values to five decimals, as readers keep them, so that a
+// reader lays the texts out exactly as it did the files of the PDF library used before.
 
 #include <cstdint>
 #include <cstdio>
@@ -17,10 +18,11 @@
 
 namespace pendara {
 
-// `thousandths` / 1000 in plain decimal notation, without trailing zeros: 595280 -> "595.28",
-// 36000 -> "36", -500 -> "-0.5".
-std::string PdfDecimal(std::int64_t thousandths);
-// A length or coordinate rounded to the nearest thousandth of a point, as PdfDecimal writes it.
+// `units` / 100000 in plain decimal notation, without trailing zeros: 59528000 -> "595.28",
+// 3600000 -> "36", -50000 -> "-0.5".
+std::string PdfDecimal(std::int64_t units);
+// A length or coordinate in single precision, to five decimals, as PdfDecimal writes it:
+// 559.28 -> "559.28003".
 std::string PdfNumber(double value);
 // A literal string of 8-bit bytes: "(" ... ")" with "\", "(" and ")" escaped and every byte
 // outside printable ASCII written as a three-digit octal escape, so the file stays ASCII.
@@ -28,7 +30,7 @@ std::string PdfString(std::string_view bytes);
 
 // The drawing operators of one page, in the PDF's own space: points, y upwards from the bottom
 // edge. Line width and font are written only when they change; a text is placed relative to the
-// one before, in whole thousandths, so that positions add up exactly.
+// one before, from where the reader's sums of the moves left it.
 class PdfContent {
   public:
     void LineWidth(double width);
@@ -48,7 +50,7 @@ class PdfContent {
     std::int64_t lineWidth_ = -1;
     int font_ = -1;
     std::int64_t fontSize_ = -1;
-    std::int64_t textX_ = 0, textY_ = 0;  // where the last Td left the line matrix
+    float textX_ = 0, textY_ = 0;  // where the last Td left the line matrix
 };
 
 class PdfWriter {

@@ -180,18 +180,4 @@ std::vector<int> RefsIn(const std::string& dictionary, const std::string& key) {
     return refs;
 }
 
-std::int64_t ParseThousandths(const std::string& text) {
-    std::size_t at = 0;
-    const bool negative = !text.empty() && text[0] == '-';
-    if (negative) ++at;
-    std::int64_t whole = 0, fraction = 0;
-    while (at < text.size() && text[at] != '.')
-        whole = whole * 10 + (text[at++] - '0');
-    if (at < text.size()) ++at;
-    for (int unit = 100; unit > 0; unit /= 10)
-        if (at < text.size()) fraction += (text[at++] - '0') * unit;
-    const std::int64_t v = whole * 1000 + fraction;
-    return negative ? -v : v;
-}
-
 }  // namespace pendara::testing

@@ -31,7 +31,5 @@ struct PdfFileView {
 int RefAfter(const std::string& dictionary, const std::string& key);
 // Every reference of the array that follows `key`.
 std::vector<int> RefsIn(const std::string& dictionary, const std::string& key);
-// A number as the writer writes it ("-12.5") in thousandths.
-std::int64_t ParseThousandths(const std::string& text);
 
 }  // namespace pendara::testing
