@@ -5,7 +5,7 @@ set -euo pipefail
 
 PACKAGES=(
     g++ cmake ninja-build pkg-config git
-    libsqlite3-dev libsodium-dev libxlsxwriter-dev libhpdf-dev
+    libsqlite3-dev libsodium-dev libxlsxwriter-dev libhpdf-dev zlib1g-dev
     googletest libgtest-dev libgmock-dev libbenchmark-dev
     qt6-base-dev libgl-dev qt6-translations-l10n
     fonts-dejavu-core xkb-data

@@ -85,6 +85,8 @@ void WriteFile(const ReportRequest& request, std::int32_t destination, const std
     }
 }
 
+}  // namespace
+
 std::string SystemReason(int error) {
     switch (error) {
         case ENOENT:
@@ -102,10 +104,16 @@ std::string SystemReason(int error) {
             return "el disco es de solo lectura";
         case ENAMETOOLONG:
             return "el nombre es demasiado largo";
+        case EFBIG:
+            return "el archivo es demasiado grande";
+        case ENOMEM:
+            return "no hay memoria suficiente";
         default:
             return "error del sistema " + std::to_string(error);
     }
 }
+
+namespace {
 
 // Where the report really goes: a symbolic link is written through to its target, so that the
 // link stays a link.
@@ -159,6 +167,14 @@ void WriteReportFile(const ReportRequest& request, std::int32_t destination,
     try {
         WriteFile(request, destination, part);
         SyncFile(part);
+    } catch (const std::runtime_error& e) {
+        std::filesystem::remove(part, ec);
+        // The writers name the file they write; the user knows the one asked for.
+        std::string message = e.what();
+        for (std::size_t at = message.find(part); at != std::string::npos;
+             at = message.find(part, at + path.size()))
+            message.replace(at, part.size(), path);
+        throw std::runtime_error(message);
     } catch (...) {
         std::filesystem::remove(part, ec);
         throw;

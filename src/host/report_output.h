@@ -215,6 +215,10 @@ void WriteReportXlsxTable(const ReportRequest& request, const std::string& path)
 std::string ReadableReportText(const ReportRequest& request);
 void WriteReadableText(const ReportRequest& request, std::ostream& stream);
 
+// Why a file could not be written, from the system's error number, as the report messages say it
+// ("no queda espacio en el disco").
+std::string SystemReason(int error);
+
 // UTF-8 to Windows-1252 (the PDF's WinAnsi encoding); characters it lacks become "?".
 std::string Utf8ToCp1252(const std::string& text);
 

@@ -1,13 +1,14 @@
 // The report as a PDF file: the pages of LayoutReport drawn with the base-14 Helvetica fonts in
-// WinAnsi encoding, so accented Spanish texts print without embedding a font.
+// WinAnsi encoding, so accented Spanish texts print without embedding a font. The PDF library
+// serves only the fonts' widths; the file itself is written page by page (pdf_writer.h), so that
+// a long report's pages are never all in memory.
 
 #include <hpdf.h>
 
-#include <cstdio>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 
+#include "host/pdf_writer.h"
 #include "host/report_output.h"
 
 namespace pendara {
@@ -85,57 +86,41 @@ ReportLayout PrintLayout(const ReportRequest& request) {
 
 namespace {
 
-void DrawPage(HPDF_Doc pdf, const PdfFonts& fonts, const ReportPageSize& size,
-              const LaidPage& laid) {
-    HPDF_Page page = HPDF_AddPage(pdf);
-    HPDF_Page_SetWidth(page, static_cast<HPDF_REAL>(size.width));
-    HPDF_Page_SetHeight(page, static_cast<HPDF_REAL>(size.height));
+static_assert(static_cast<int>(ReportFontStyle::Regular) == 0 &&
+              static_cast<int>(ReportFontStyle::Bold) == 1 &&
+              static_cast<int>(ReportFontStyle::Italic) == 2);
+
+// PDF space has y upwards from the bottom edge; the layout's y runs down from the top.
+void DrawPage(PdfContent& content, const ReportPageSize& size, const LaidPage& laid) {
     for (const LaidRule& r : laid.rules) {
-        HPDF_Page_SetLineWidth(page, static_cast<HPDF_REAL>(r.width));
-        HPDF_Page_MoveTo(page, static_cast<HPDF_REAL>(r.x1),
-                         static_cast<HPDF_REAL>(size.height - r.y1));
-        HPDF_Page_LineTo(page, static_cast<HPDF_REAL>(r.x2),
-                         static_cast<HPDF_REAL>(size.height - r.y2));
-        HPDF_Page_Stroke(page);
+        content.LineWidth(r.width);
+        content.Line(r.x1, size.height - r.y1, r.x2, size.height - r.y2);
     }
-    HPDF_Page_BeginText(page);
+    content.BeginText();
     for (const LaidText& t : laid.texts) {
-        HPDF_Page_SetFontAndSize(page, fonts.Get(t.style), static_cast<HPDF_REAL>(t.size));
-        HPDF_Page_TextOut(page, static_cast<HPDF_REAL>(t.x),
-                          static_cast<HPDF_REAL>(size.height - t.y), Utf8ToCp1252(t.text).c_str());
+        content.Font(static_cast<int>(t.style), t.size);
+        content.Text(t.x, size.height - t.y, Utf8ToCp1252(t.text));
     }
-    HPDF_Page_EndText(page);
+    content.EndText();
 }
 
 }  // namespace
 
 void WriteReportPdf(const ReportRequest& request, const std::string& path) {
-    PdfError error;
-    std::unique_ptr<_HPDF_Doc_Rec, PdfDocDeleter> doc(HPDF_New(OnPdfError, &error));
-    if (!doc) throw std::runtime_error("no hay memoria para crear el PDF " + path);
-    HPDF_Doc pdf = doc.get();
-    HPDF_SetCompressionMode(pdf, HPDF_COMP_ALL);
-    HPDF_SetInfoAttr(pdf, HPDF_INFO_TITLE, Utf8ToCp1252(request.title).c_str());
-    HPDF_SetInfoAttr(pdf, HPDF_INFO_CREATOR, "Pendara");
-    PdfFonts fonts(pdf);
-    if (error.code != HPDF_OK) {
-        char buf[64];
-        std::snprintf(buf, sizeof buf, "error 0x%04X", static_cast<unsigned>(error.code));
-        throw std::runtime_error("no se pudo preparar el PDF " + path + " (" + buf + ")");
-    }
-
-    // Page by page as they are laid out: the layout is never held whole.
+    PdfWriter pdf(path);
+    // Added in the order of ReportFontStyle, whose value is then the font's index.
+    pdf.AddFont("Helvetica");
+    pdf.AddFont("Helvetica-Bold");
+    pdf.AddFont("Helvetica-Oblique");
+    PdfContent content;
+    // Page by page as they are laid out: neither the layout nor the drawn pages are held whole.
     ForEachReportPage(request, ReportPageSize{}, PdfTextWidth,
                       [&](const ReportLayout& layout, LaidPage&& laid) {
-                          DrawPage(pdf, fonts, layout.size, laid);
+                          content.Clear();
+                          DrawPage(content, layout.size, laid);
+                          pdf.AddPage(layout.size.width, layout.size.height, content);
                       });
-    if (error.code == HPDF_OK) HPDF_SaveToFile(pdf, path.c_str());
-    if (error.code != HPDF_OK) {
-        char buf[64];
-        std::snprintf(buf, sizeof buf, "error 0x%04X/%u", static_cast<unsigned>(error.code),
-                      static_cast<unsigned>(error.detail));
-        throw std::runtime_error("no se pudo escribir el PDF " + path + " (" + buf + ")");
-    }
+    pdf.Finish(Utf8ToCp1252(request.title), "Pendara");
 }
 
 }  // namespace pendara
