@@ -68,6 +68,9 @@ using Millis = std::chrono::milliseconds;
 // Beyond this many open entries files a run closes the least recently used: a chain of a
 // thousand years is worked on a few files at a time.
 constexpr std::size_t kMaxOpenFiles = 32;
+// The page cache of each entries file a run keeps open (KiB): large enough for the pages of the
+// longest accounts; SQLite takes it only as pages are used.
+constexpr int kRunCacheKiB = 64 * 1024;
 
 std::string Identity(const std::string& path) {
     std::error_code ec;
@@ -235,6 +238,10 @@ class FileSet {
             f->db->Exec("PRAGMA synchronous=NORMAL");
             f->db->Exec("PRAGMA wal_autocheckpoint=0");
         }
+        // An account of a group save touches a page or more per entry, spread over the whole
+        // file: with SQLite's small default cache its transaction spilled dirty pages into the
+        // WAL before the commit (writing them twice) and read back pages it had just evicted.
+        f->db->Exec("PRAGMA cache_size=-" + std::to_string(kRunCacheKiB));
         // Waits are polled here, so that the caller hears of them and may give up.
         sqlite3_busy_timeout(f->db->handle(), 0);
         f->read = Stmt(*f->db, "SELECT referencia, marca FROM entries WHERE id = ?");

@@ -100,9 +100,9 @@ bool QvOLE70::SelectAccount(const std::string& account, const std::string&, cons
     m.account = Trim(account);
     m.periods = {};
     m.movements = 0;
-    Db db(EntriesFileOf(m.file, m.header.code), Db::Mode::ReadWrite);
+    DbHandle db(EntriesFileOf(m.file, m.header.code));
     // One pass over the account's index: opening entries, months, regularisation, closing.
-    Stmt st(db,
+    Stmt st(*db,
             "SELECT CASE tipo WHEN 'A' THEN 0 WHEN 'R' THEN 13 WHEN 'C' THEN 14"
             " ELSE (fecha / 100) % 100 END AS period, debe_haber = 1, TOTAL(importe), COUNT(*)"
             " FROM entries WHERE cuenta = ? GROUP BY 1, 2");
@@ -142,8 +142,8 @@ QvAccountInfo QvOLE70::GetAccountInfo(std::int16_t) {
     std::string chart = ChartFileOf(m.file, m.header.code);
     std::error_code ec;
     if (!std::filesystem::exists(chart, ec)) return QvAccountInfo("");
-    Db db(chart, Db::Mode::ReadWrite);
-    Stmt st(db, "SELECT nombre FROM accounts WHERE cuenta = ? ORDER BY id LIMIT 1");
+    DbHandle db(chart);
+    Stmt st(*db, "SELECT nombre FROM accounts WHERE cuenta = ? ORDER BY id LIMIT 1");
     st.Bind(1, std::string_view(m.account));
     return QvAccountInfo(st.Step() ? st.Text(0) : std::string());
 }

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <filesystem>
 #include <limits>
+#include <map>
 
 #ifdef _WIN32
 #include <windows.h>
@@ -356,6 +357,64 @@ Db::Db(const std::string& path, Mode mode) : path_(path) {
 Db::~Db() {
     if (db_) sqlite3_close_v2(db_);
 }
+
+// --- ConnectionReuse ---------------------------------------------------------------------------
+
+namespace {
+
+struct ReuseState {
+    int depth = 0;
+    std::map<std::string, std::unique_ptr<Db>> kept;  // by path as given
+};
+
+// Inside a transaction, or with a statement stepped and not reset.
+bool InUse(sqlite3* db) {
+    if (!sqlite3_get_autocommit(db)) return true;
+    for (sqlite3_stmt* st = sqlite3_next_stmt(db, nullptr); st; st = sqlite3_next_stmt(db, st))
+        if (sqlite3_stmt_busy(st)) return true;
+    return false;
+}
+
+ReuseState& Reuse() {
+    static ReuseState state;
+    return state;
+}
+
+}  // namespace
+
+ConnectionReuse::ConnectionReuse() {
+    ++Reuse().depth;
+}
+
+ConnectionReuse::~ConnectionReuse() {
+    ReuseState& r = Reuse();
+    if (--r.depth == 0) r.kept.clear();
+}
+
+bool ConnectionReuse::Active() {
+    return Reuse().depth > 0;
+}
+
+DbHandle::DbHandle(const std::string& path) {
+    ReuseState& r = Reuse();
+    if (r.depth == 0) {
+        owned_ = std::make_unique<Db>(path, Db::Mode::ReadWrite);
+        db_ = owned_.get();
+        return;
+    }
+    std::unique_ptr<Db>& kept = r.kept[path];
+    if (!kept) kept = std::make_unique<Db>(path, Db::Mode::ReadWrite);
+    // A kept connection inside a transaction (another handle's statement still running) is not
+    // shared: this use gets one of its own.
+    if (InUse(kept->handle())) {
+        owned_ = std::make_unique<Db>(path, Db::Mode::ReadWrite);
+        db_ = owned_.get();
+        return;
+    }
+    db_ = kept.get();
+}
+
+DbHandle::~DbHandle() = default;
 
 void Db::Fail(const std::string& what) const {
     // A block that does not decrypt is named by the VFS; SQLite says "disk I/O error".

@@ -4,6 +4,7 @@
 // the company server and the tools share.
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -97,6 +98,38 @@ class Db {
   private:
     sqlite3* db_ = nullptr;
     std::string path_;
+};
+
+// Connections kept open while a ConnectionReuse lives: a group save reads the same entries and
+// chart files for every account, and opening one (the file, its journal mode, its schema) cost
+// more than the account's look-ups on it. Scopes nest; the outermost one keeps the connections
+// and closes them when it ends. Only idle connections are kept, which hold no lock that another
+// workstation could wait for. One thread.
+class ConnectionReuse {
+  public:
+    ConnectionReuse();
+    ~ConnectionReuse();
+    ConnectionReuse(const ConnectionReuse&) = delete;
+    ConnectionReuse& operator=(const ConnectionReuse&) = delete;
+    // Whether a scope is in force.
+    static bool Active();
+};
+
+// The connection to a data file for one use: the one a ConnectionReuse keeps for the file's
+// path, or without one a connection of its own that closes with the handle.
+class DbHandle {
+  public:
+    explicit DbHandle(const std::string& path);
+    ~DbHandle();
+    DbHandle(const DbHandle&) = delete;
+    DbHandle& operator=(const DbHandle&) = delete;
+
+    Db& operator*() const { return *db_; }
+    Db* operator->() const { return db_; }
+
+  private:
+    std::unique_ptr<Db> owned_;
+    Db* db_ = nullptr;
 };
 
 // A prepared statement, reset and rebound for each use.

@@ -7,6 +7,7 @@
 #include "companies/session.h"
 #include "host/conversions.h"
 #include "host/settings.h"
+#include "host/store.h"
 #include "posting/posting_runs.h"
 
 namespace pendara {
@@ -58,6 +59,8 @@ SaveAllResult SaveAll(Session& s, std::vector<std::string> entries, const std::s
     if (!s.RunInProgress) run = OpenPostingRun(s, "save-all", Trim(mask), true);
     RunInProgressScope scope(s, s.RunInProgress ? s.RunInProgress : run.get());
     LastAccountDeferral lastAccount(s);
+    // The chart and the entries files are looked up for every account: opened once for the run.
+    ConnectionReuse connections;
     const auto n = static_cast<std::int32_t>(entries.size());
     // From the last entry to the first, so that dropping one never moves one still to come.
     for (std::int32_t i = n; i >= 1; --i) {
