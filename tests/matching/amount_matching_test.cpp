@@ -432,9 +432,9 @@ TEST(AmountMatchingProperty, LongCentsPoolsWithFewPairsEqualLiteralRules) {
 }
 
 // Pools of whole cents spread over as wide a range as the bits of cents are kept for, so that
-// the search for a pair of cents runs over many words of bits: pairs anywhere in the range, among them pairs whose sum is that of
-// the smallest and the largest amount less whole words of cents (so that the two bit rows line
-// up word for word), and sums a cent away that no pair reaches.
+// the search for a pair of cents runs over many words of bits: pairs anywhere in the range, among
+// them pairs whose sum is that of the smallest and the largest amount less whole words of cents (so
+// that the two bit rows line up word for word), and sums a cent away that no pair reaches.
 TEST(AmountMatchingProperty, WideCentsPoolsFindPairsAtEveryWordOffset) {
     std::mt19937_64 rng(5150);
     auto cents = [](double a) { return std::llround(a * 100); };
