@@ -16,12 +16,7 @@
 namespace pendara {
 namespace {
 
-std::string ReadFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
+using testing::ReadAll;
 
 TEST(DemoTruth, EveryCustomerAndSupplierEntryIsListedAndEveryGroupSettles) {
     testing::TempDir d;
@@ -85,10 +80,10 @@ TEST(DemoTruth, TheToolWritesItWithoutChangingTheData) {
     ASSERT_EQ(demo("truth", "--truth " + d.file("truth.csv")), 0);
     for (const char* file : {"DEMO2023.QVT", "DEMO2024.QVT", "DEMO2025.QVT", "extraD0.qvd",
                              "extraD1.qvd", "extraD2.qvd"})
-        EXPECT_EQ(ReadFile(d.file(std::string("plain/") + file)),
-                  ReadFile(d.file(std::string("truth/") + file)))
+        EXPECT_EQ(ReadAll(d.file(std::string("plain/") + file)),
+                  ReadAll(d.file(std::string("truth/") + file)))
             << file;
-    const std::string csv = ReadFile(d.file("truth.csv"));
+    const std::string csv = ReadAll(d.file("truth.csv"));
     ASSERT_TRUE(csv.starts_with("Empresa;Registro;Grupo\n")) << csv.substr(0, 80);
     std::istringstream lines(csv);
     std::string line;

@@ -90,10 +90,7 @@ TEST_F(RegistryTest, TheLimitCountsCharacters) {
     EXPECT_EQ(GetRegValue("Bytes", "", "def").text(), repeat("\xB1", 254));
 }
 
-std::string ReadAll(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string((std::istreambuf_iterator<char>(in)), {});
-}
+using testing::ReadAll;
 
 std::string RegistryFile() {
     return (std::filesystem::path(QuorvexHome()) / "registry.reg").string();

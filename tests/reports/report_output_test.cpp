@@ -51,12 +51,7 @@ ReportRequest Request(const std::string& text, std::int32_t destination = 0) {
         "EMPRESA DEMO"};
 }
 
-std::string ReadAll(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
+using testing::ReadAll;
 
 // Runs a shell command and returns its standard output ("" when it fails).
 std::string Capture(const std::string& command) {

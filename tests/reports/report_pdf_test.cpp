@@ -57,12 +57,7 @@ ReportRequest Request(const std::string& title, const std::string& text) {
                          "EMPRESA DEMO"};
 }
 
-std::string ReadAll(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
+using testing::ReadAll;
 
 bool HavePdfToText() {
     return std::system("command -v pdftotext >/dev/null 2>&1") == 0;

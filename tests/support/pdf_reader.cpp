@@ -1,10 +1,10 @@
 #include "support/pdf_reader.h"
 
+#include "support/temp_dir.h"
+
 #include <zlib.h>
 
 #include <cctype>
-#include <fstream>
-#include <sstream>
 
 namespace pendara::testing {
 
@@ -60,10 +60,7 @@ bool Inflate(const std::string& in, std::string& out) {
 
 PdfFileView PdfFileView::Read(const std::string& path) {
     PdfFileView v;
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    v.bytes = s.str();
+    v.bytes = ReadAll(path);
     const std::string& b = v.bytes;
 
     const std::size_t start = b.rfind("startxref");

@@ -6,6 +6,8 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 #include "host/settings.h"
@@ -36,6 +38,12 @@ class TempDir {
   private:
     std::filesystem::path path_;
 };
+
+// A file's whole content, byte for byte ("" when it cannot be read).
+inline std::string ReadAll(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
 
 // Each test gets empty settings stores in a folder of its own.
 class SettingsTest : public ::testing::Test {
