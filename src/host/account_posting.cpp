@@ -114,7 +114,8 @@ struct DataFile {
     std::string identity;
     std::unique_ptr<Db> db;
     bool wal = false;
-    Stmt read, write;
+    Stmt read;
+    Stmt write, writeReference, writeMark;  // both values, the reference alone, the mark alone
     bool inTransaction = false;
     bool unsynced = false;  // commits not synced yet
     std::uint64_t lastUse = 0;
@@ -162,12 +163,19 @@ class FileSet {
         return v;
     }
 
-    void Write(DataFile& f, std::int32_t record, const RowValue& v) {
-        f.write.Reset();
-        f.write.Bind(1, std::string_view(v.reference));
-        f.write.Bind(2, std::string_view(v.mark));
-        f.write.Bind(3, static_cast<std::int64_t>(record));
-        f.write.Run();
+    // Writes only what changes from `before`, the entry's value: a mark alone leaves the
+    // indexes over the reference untouched.
+    void Write(DataFile& f, std::int32_t record, const RowValue& before, const RowValue& after) {
+        const bool reference = after.reference != before.reference;
+        const bool mark = after.mark != before.mark;
+        if (!reference && !mark) return;
+        Stmt& st = !mark ? f.writeReference : !reference ? f.writeMark : f.write;
+        st.Reset();
+        int i = 1;
+        if (reference) st.Bind(i++, std::string_view(after.reference));
+        if (mark) st.Bind(i++, std::string_view(after.mark));
+        st.Bind(i, static_cast<std::int64_t>(record));
+        st.Run();
     }
 
     void Commit(DataFile& f) {
@@ -246,6 +254,8 @@ class FileSet {
         sqlite3_busy_timeout(f->db->handle(), 0);
         f->read = Stmt(*f->db, "SELECT referencia, marca FROM entries WHERE id = ?");
         f->write = Stmt(*f->db, "UPDATE entries SET referencia = ?, marca = ? WHERE id = ?");
+        f->writeReference = Stmt(*f->db, "UPDATE entries SET referencia = ? WHERE id = ?");
+        f->writeMark = Stmt(*f->db, "UPDATE entries SET marca = ? WHERE id = ?");
         return f;
     }
 
@@ -282,6 +292,8 @@ class FileSet {
         if (f.unsynced) closedUnsynced_.push_back(f.path);
         f.read = Stmt();
         f.write = Stmt();
+        f.writeReference = Stmt();
+        f.writeMark = Stmt();
         f.db.reset();
     }
 
@@ -433,7 +445,7 @@ struct PostingRun::Impl {
             for (DataFile* f : locked.files) {
                 for (; next < locked.rows.size() && locked.rows[next].file == f; ++next) {
                     const LockedRow& r = locked.rows[next];
-                    if (r.after != r.before) files.Write(*f, r.record, r.after);
+                    files.Write(*f, r.record, r.before, r.after);
                 }
                 files.Commit(*f);
             }
@@ -560,7 +572,7 @@ RecoveredAccount RecoverAccount(
                     const JournalRow& j = *intent.at({r.index, r.record});
                     if (r.before == j.after) continue;
                     if (r.before == j.before) {
-                        set.Write(*f, r.record, j.after);
+                        set.Write(*f, r.record, r.before, j.after);
                         ++out.written;
                     } else {
                         out.conflicts.push_back(
