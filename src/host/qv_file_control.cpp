@@ -58,7 +58,10 @@ struct OrderKey {
 // that is how the first Edit moves the scan into the write transaction, and how MoveNext goes
 // on after GoToRecord.
 struct QvFileControl2::Impl {
-    std::unique_ptr<Db> db;
+    // The file's connection: inside a ConnectionReuse the one kept for the run when no other
+    // use has it (a group save opens the same entries file for every account), else its own.
+    std::unique_ptr<DbHandle> connection;
+    Db* db = nullptr;
     const FileCatalogue* cat = nullptr;
     std::string columns;  // "id, c1, c2, ..." in catalogue order
     std::vector<FilterCondition> filter;
@@ -306,14 +309,19 @@ struct QvFileControl2::Impl {
                     db->Exec("COMMIT");
                 } catch (...) {
                     RollbackQuietly();
-                    db.reset();
+                    Release();
                     throw;
                 }
             } else {
                 RollbackQuietly();
             }
         }
-        db.reset();
+        Release();
+    }
+
+    void Release() {
+        db = nullptr;
+        connection.reset();
     }
 
     void EndRead() {
@@ -351,13 +359,15 @@ void QvFileControl2::OpenFile(const std::string& path, const std::string&) {
     std::error_code ec;
     if (file.empty() || !std::filesystem::is_regular_file(file, ec))
         throw HostError("No existe el fichero de datos " + path);
-    auto db = std::make_unique<Db>(file, Db::Mode::ReadWrite);
+    auto connection = std::make_unique<DbHandle>(file, DbHandle::Use::Exclusive);
+    Db* db = &**connection;
     m.cat = &db->Catalogue();
     m.columns = "id";
     for (const FieldDef& f : m.cat->fields)
         m.columns += std::string(", ") + f.column;
     m.single = Stmt(*db, "SELECT " + m.columns + " FROM " + m.cat->table + " WHERE id = ?");
-    m.db = std::move(db);
+    m.connection = std::move(connection);
+    m.db = db;
 }
 
 void QvFileControl2::SetFilter(const std::string& expression) {

@@ -355,16 +355,30 @@ Db::Db(const std::string& path, Mode mode) : path_(path) {
 }
 
 Db::~Db() {
+    prepared_.clear();
     if (db_) sqlite3_close_v2(db_);
 }
 
+Stmt& Db::Prepared(const std::string& sql) {
+    std::unique_ptr<Stmt>& st = prepared_[sql];
+    if (!st) st = std::make_unique<Stmt>(*this, sql);
+    st->Reset();
+    return *st;
+}
+
 // --- ConnectionReuse ---------------------------------------------------------------------------
+
+struct DbHandle::Kept {
+    std::unique_ptr<Db> db;
+    int shared = 0;          // shared handles using it
+    bool exclusive = false;  // an exclusive handle has it
+};
 
 namespace {
 
 struct ReuseState {
     int depth = 0;
-    std::map<std::string, std::unique_ptr<Db>> kept;  // by path as given
+    std::map<std::string, std::shared_ptr<DbHandle::Kept>> kept;  // by path as given
 };
 
 // Inside a transaction, or with a statement stepped and not reset.
@@ -395,26 +409,40 @@ bool ConnectionReuse::Active() {
     return Reuse().depth > 0;
 }
 
-DbHandle::DbHandle(const std::string& path) {
+DbHandle::DbHandle(const std::string& path, Use use) : use_(use) {
     ReuseState& r = Reuse();
-    if (r.depth == 0) {
-        owned_ = std::make_unique<Db>(path, Db::Mode::ReadWrite);
-        db_ = owned_.get();
-        return;
+    if (r.depth > 0) {
+        std::shared_ptr<Kept>& k = r.kept[path];
+        if (!k || !k->db) {
+            auto fresh = std::make_shared<Kept>();
+            fresh->db = std::make_unique<Db>(path, Db::Mode::ReadWrite);
+            k = std::move(fresh);
+        }
+        // A kept connection inside a transaction (another handle's statement still running),
+        // or one an exclusive handle has, is not shared: this use gets one of its own.
+        const bool free =
+            !k->exclusive && !InUse(k->db->handle()) && (use == Use::Shared || k->shared == 0);
+        if (free) {
+            if (use == Use::Shared)
+                ++k->shared;
+            else
+                k->exclusive = true;
+            kept_ = k;
+            db_ = k->db.get();
+            return;
+        }
     }
-    std::unique_ptr<Db>& kept = r.kept[path];
-    if (!kept) kept = std::make_unique<Db>(path, Db::Mode::ReadWrite);
-    // A kept connection inside a transaction (another handle's statement still running) is not
-    // shared: this use gets one of its own.
-    if (InUse(kept->handle())) {
-        owned_ = std::make_unique<Db>(path, Db::Mode::ReadWrite);
-        db_ = owned_.get();
-        return;
-    }
-    db_ = kept.get();
+    owned_ = std::make_unique<Db>(path, Db::Mode::ReadWrite);
+    db_ = owned_.get();
 }
 
-DbHandle::~DbHandle() = default;
+DbHandle::~DbHandle() {
+    if (!kept_) return;
+    if (use_ == Use::Shared)
+        --kept_->shared;
+    else
+        kept_->exclusive = false;
+}
 
 void Db::Fail(const std::string& what) const {
     // A block that does not decrypt is named by the VFS; SQLite says "disk I/O error".
@@ -436,13 +464,15 @@ void Db::Exec(const std::string& sql) {
     }
 }
 
-const FileCatalogue& Db::Catalogue() const {
-    Stmt st(*this, "SELECT name FROM sqlite_master WHERE type='table' AND name IN (?,?)");
+const FileCatalogue& Db::Catalogue() {
+    Stmt& st = Prepared("SELECT name FROM sqlite_master WHERE type='table' AND name IN (?,?)");
     st.Bind(1, std::string_view(EntriesCatalogue().table));
     st.Bind(2, std::string_view(ChartCatalogue().table));
-    if (!st.Step())
-        throw HostError("El fichero " + path_ + " no es un fichero de datos de Quorvex");
-    return st.Text(0) == EntriesCatalogue().table ? EntriesCatalogue() : ChartCatalogue();
+    const bool found = st.Step();
+    const bool entries = found && st.Text(0) == EntriesCatalogue().table;
+    st.Reset();
+    if (!found) throw HostError("El fichero " + path_ + " no es un fichero de datos de Quorvex");
+    return entries ? EntriesCatalogue() : ChartCatalogue();
 }
 
 // --- Stmt ----------------------------------------------------------------------------------------

@@ -4,6 +4,7 @@
 // the company server and the tools share.
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -16,6 +17,8 @@ struct sqlite3;
 struct sqlite3_stmt;
 
 namespace pendara {
+
+class Stmt;
 
 enum class FieldType { Text, Integer, Number, Date };
 
@@ -92,12 +95,17 @@ class Db {
     bool encrypted() const;
     void Exec(const std::string& sql);
     // The catalogue of the file's kind, from the table it holds.
-    const FileCatalogue& Catalogue() const;
+    const FileCatalogue& Catalogue();
     [[noreturn]] void Fail(const std::string& what) const;
+    // A statement prepared once for the connection's life and reset as it is handed out: for
+    // look-ups repeated on a connection that a ConnectionReuse keeps. One use at a time; reset it
+    // when done, so that the connection is idle again.
+    Stmt& Prepared(const std::string& sql);
 
   private:
     sqlite3* db_ = nullptr;
     std::string path_;
+    std::map<std::string, std::unique_ptr<Stmt>> prepared_;
 };
 
 // Connections kept open while a ConnectionReuse lives: a group save reads the same entries and
@@ -116,19 +124,29 @@ class ConnectionReuse {
 };
 
 // The connection to a data file for one use: the one a ConnectionReuse keeps for the file's
-// path, or without one a connection of its own that closes with the handle.
+// path, or without one a connection of its own that closes with the handle. Shared handles of
+// plain look-ups may use the kept connection together; an exclusive one (a cursor, which may
+// hold a transaction of its own) gets it only while nobody else uses it, and keeps it to itself
+// until it ends. Whoever does not get the kept connection gets one of its own.
 class DbHandle {
   public:
-    explicit DbHandle(const std::string& path);
+    enum class Use { Shared, Exclusive };
+    explicit DbHandle(const std::string& path, Use use = Use::Shared);
     ~DbHandle();
     DbHandle(const DbHandle&) = delete;
     DbHandle& operator=(const DbHandle&) = delete;
 
     Db& operator*() const { return *db_; }
     Db* operator->() const { return db_; }
+    // Whether this is the connection a ConnectionReuse keeps.
+    bool kept() const { return kept_ != nullptr; }
+
+    struct Kept;
 
   private:
     std::unique_ptr<Db> owned_;
+    std::shared_ptr<Kept> kept_;
+    Use use_;
     Db* db_ = nullptr;
 };
 
