@@ -39,6 +39,9 @@ bool BreaksTheLine(std::string_view field) {
     return field.find_first_of("\t\r") != std::string_view::npos;
 }
 
+// The later companies of a chain that the first read makes room for.
+constexpr std::int32_t kRoomForLater = 3;
+
 using LineViews = std::array<std::string_view, ExtractCol::kLineFields>;
 
 // The entry of a line's fields, each text made once.
@@ -118,10 +121,15 @@ void LeerDatosExtracto(Session& s, const std::string& cuenta, const std::string&
     cursor.MoveFirst();
     cursor.SetFilter("cuenta =" + cuenta);
     cursor.MoveFirst();
-    // Room for the company's rows up front (a row with line breaks may add more), growing
-    // geometrically over the companies of the chain.
-    const std::size_t wanted = rows.size() + static_cast<std::size_t>(cursor.GetRecordCount());
-    if (wanted > rows.capacity()) rows.reserve(std::max(wanted, 2 * rows.capacity()));
+    // Room for the rows up front (a row with line breaks may add more): the first company read,
+    // the earliest of the chain, makes room for its own rows and for as many in each of a few
+    // later companies, which are read after it, so that the rows read seldom move. Counting
+    // costs a pass over the account's index: the later companies grow the rows as they go.
+    if (rows.size() <= 1) {
+        const auto count = static_cast<std::size_t>(cursor.GetRecordCount());
+        const auto later = static_cast<std::size_t>(std::clamp(company - 1, 0, kRoomForLater));
+        rows.reserve(rows.size() + count * (1 + later));
+    }
     std::string date;
     while (!cursor.IsEof()) {
         // The fields in the order the line is written: record number, then host fields 2, 1, 3,
