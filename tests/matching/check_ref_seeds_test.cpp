@@ -15,7 +15,7 @@
 namespace pendara {
 namespace {
 
-void ExpectAsScanned(std::vector<SideRow> h, std::vector<SideRow> d) {
+void ExpectAsScanned(std::vector<SideRow>& h, std::vector<SideRow>& d) {
     auto h2 = h, d2 = d;
     CheckRef2(h, d);
     naive::CheckRef2(h2, d2);
@@ -27,30 +27,19 @@ TEST(CheckRefSeeds, SeedsSharingATextAndRowsQuotingItTwice) {
     // The later seed (seeds go from the last) takes the row that quotes "12" twice, once, and
     // the earlier seed, whose own text "12 z" quotes it too.
     std::vector<SideRow> h{{1, -50, "12 z"}, {2, -50, " 12 "}}, d{{3, 100, "12 x 12 y"}};
-    auto h2 = h, d2 = d;
-    CheckRef2(h, d);
-    naive::CheckRef2(h2, d2);
-    EXPECT_EQ(h, h2);
-    EXPECT_EQ(d, d2);
+    ExpectAsScanned(h, d);
     EXPECT_TRUE(h[0].matched && h[1].matched && d[0].matched);
     EXPECT_EQ(d[0].reference, "12 ");
-}
-
-TEST(CheckRefSeeds, TextsWithBlanksInsideAndTextsThatEndOthers) {
-    // "7  8" is quoted by "7  8 9"; "8" by both "7  8 9" and "8 1"; "2" by "12 ", which
-    // contains it followed by a blank though it is no word of its own there.
-    ExpectAsScanned({{1, -30, "7  8"}, {2, -20, "8"}, {3, -5, "2"}, {4, 5, "x"}},
-                    {{5, 30, "7  8 9"}, {6, 20, "8 1"}, {7, 5, "12 "}, {8, 1, "7 8 "}});
 }
 
 TEST(CheckRefSeeds, LongTextsAndTextsOfTheSameLength) {
     const std::string longSeed(300, 'a');
     const std::string otherLong = std::string(299, 'a') + "b";
-    ExpectAsScanned({{1, -10, longSeed}, {2, -10, otherLong}, {3, -1, "ab"}, {4, -1, "ba"}},
-                    {{5, 10, "x" + longSeed + " y"},
-                     {6, 10, otherLong + " "},
-                     {7, 1, "ab "},
-                     {8, 1, "cab "}});
+    std::vector<SideRow> h{{1, -10, longSeed}, {2, -10, otherLong}, {3, -1, "ab"}, {4, -1, "ba"}};
+    std::vector<SideRow> d{
+        {5, 10, "x" + longSeed + " y"}, {6, 10, otherLong + " "}, {7, 1, "ab "}, {8, 1, "cab "}};
+    ExpectAsScanned(h, d);
+    EXPECT_TRUE(h[0].matched && h[1].matched && d[0].matched && d[1].matched);
 }
 
 TEST(CheckRefSeeds, ManyTablesAgainstTheScan) {
@@ -65,16 +54,13 @@ TEST(CheckRefSeeds, ManyTablesAgainstTheScan) {
             for (std::size_t r = 0; r < t->size(); ++r) {
                 std::string text;
                 for (std::size_t p = rng() % 5; p > 0; --p)
-                    text += std::string(parts[rng() % std::size(parts)]) +
-                            std::string(rng() % 3, ' ');
+                    text +=
+                        std::string(parts[rng() % std::size(parts)]) + std::string(rng() % 3, ' ');
                 (*t)[r] = {static_cast<std::int32_t>(r + 1), amounts[rng() % std::size(amounts)],
                            text, rng() % 8 == 0};
             }
-        auto h2 = h, d2 = d;
-        CheckRef2(h, d);
-        naive::CheckRef2(h2, d2);
-        ASSERT_EQ(h, h2) << "case " << c;
-        ASSERT_EQ(d, d2) << "case " << c;
+        ExpectAsScanned(h, d);
+        if (HasFailure()) FAIL() << "case " << c;
         for (const SideRow& r : d)
             accepted += r.matched && r.reference.ends_with(' ');
     }
