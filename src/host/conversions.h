@@ -53,6 +53,7 @@ std::string ValueText(double value);
 
 // Text helpers used everywhere the program trims or compares texts.
 std::string Trim(std::string_view s);
+std::string_view TrimView(std::string_view s);  // Trim without the copy
 std::string TrimLeft(std::string_view s);
 std::string TrimRight(std::string_view s);
 std::string Upper(std::string_view s);  // ASCII letters only

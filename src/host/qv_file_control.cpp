@@ -88,6 +88,8 @@ struct QvFileControl2::Impl {
     // another prepares it once.
     std::string countSql;
     Stmt count;
+    // By catalogue position: the texts GetFieldView made of fields not kept as text.
+    mutable std::vector<std::string> shown;
 
     void RequireOpen() const {
         if (!db) throw HostError("El cursor no tiene ningún fichero abierto");
@@ -240,6 +242,15 @@ struct QvFileControl2::Impl {
                 return DayFirstText(static_cast<std::int32_t>(cur->Int(col)));
         }
         return "";
+    }
+
+    std::string_view ViewOf(const FieldDef& f) const {
+        for (const auto& [field, value] : stored)
+            if (field == &f) return value;
+        if (f.type == FieldType::Text) return cur->TextView(ColumnOf(&f));
+        const auto at = static_cast<std::size_t>(&f - cat->fields.data());
+        if (shown.size() <= at) shown.resize(cat->fields.size());
+        return shown[at] = ValueOf(f);
     }
 
     // The value as it will be read back, checked against the field's type.
@@ -440,6 +451,12 @@ std::string QvFileControl2::GetField(std::int32_t number, std::int32_t) const {
     const FieldDef& f = impl_->FieldByNumber(number);
     impl_->RequireRecord();
     return impl_->ValueOf(f);
+}
+
+std::string_view QvFileControl2::GetFieldView(std::int32_t number, std::int32_t) const {
+    const FieldDef& f = impl_->FieldByNumber(number);
+    impl_->RequireRecord();
+    return impl_->ViewOf(f);
 }
 
 std::string QvFileControl2::GetFieldByName(const std::string& name) const {

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 
 namespace pendara {
@@ -31,6 +32,9 @@ class QvFileControl2 {
     std::int32_t GetRecNo() const;
     void GoToRecord(std::int32_t recordNumber);
     std::string GetField(std::int32_t number, std::int32_t element = 0) const;
+    // The text GetField gives, without copying a text field out of the file: valid until the
+    // cursor moves, changes a record or closes. For a long scan that reads many fields per record.
+    std::string_view GetFieldView(std::int32_t number, std::int32_t element = 0) const;
     std::string GetFieldByName(const std::string& name) const;
     double SumField(const std::string& name);
     std::int32_t GetRecordCount();

@@ -164,8 +164,14 @@ std::optional<std::int32_t> ParseDayFirstDate(std::string_view text) {
 
 std::string DayFirstText(std::int32_t d) {
     if (d <= 0) return "";
-    return IntegerText(d % 100, 2) + "/" + IntegerText((d / 100) % 100, 2) + "/" +
-           IntegerText((d / 10000) % 100, 2);
+    // Written in place: every entry read goes through here.
+    std::string out = "00/00/00";
+    const std::int32_t parts[3] = {d % 100, (d / 100) % 100, (d / 10000) % 100};
+    for (std::size_t i = 0; i < 3; ++i) {
+        out[3 * i] = static_cast<char>('0' + parts[i] / 10);
+        out[3 * i + 1] = static_cast<char>('0' + parts[i] % 10);
+    }
+    return out;
 }
 
 std::optional<double> ParsePlainNumber(std::string_view text) {
@@ -553,6 +559,12 @@ std::string Stmt::Text(int col) const {
     if (!p) return "";
     return std::string(reinterpret_cast<const char*>(p),
                        static_cast<std::size_t>(sqlite3_column_bytes(st_, col)));
+}
+std::string_view Stmt::TextView(int col) const {
+    const unsigned char* p = sqlite3_column_text(st_, col);
+    if (!p) return {};
+    return {reinterpret_cast<const char*>(p),
+            static_cast<std::size_t>(sqlite3_column_bytes(st_, col))};
 }
 bool Stmt::IsNull(int col) const {
     return sqlite3_column_type(st_, col) == SQLITE_NULL;

@@ -173,6 +173,8 @@ class Stmt {
     std::int64_t Int(int col) const;
     double Real(int col) const;
     std::string Text(int col) const;
+    // The same text without a copy: valid until the statement steps, resets or finalizes.
+    std::string_view TextView(int col) const;
     bool IsNull(int col) const;
 
   private:

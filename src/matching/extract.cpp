@@ -35,11 +35,52 @@ Entry EntryOf(LineFields&& f, std::int32_t company) {
     return e;
 }
 
-bool BreaksTheLine(const std::string& field) {
-    return field.find_first_of("\t\r") != std::string::npos;
+bool BreaksTheLine(std::string_view field) {
+    return field.find_first_of("\t\r") != std::string_view::npos;
+}
+
+// The later companies of a chain that the first read makes room for.
+constexpr std::int32_t kRoomForLater = 3;
+
+using LineViews = std::array<std::string_view, ExtractCol::kLineFields>;
+
+// The entry of a line's fields, each text made once.
+void AppendEntry(const LineViews& f, std::int32_t company, std::vector<Entry>& rows) {
+    Entry& e = rows.emplace_back();
+    e.record = f[ExtractCol::Record];
+    e.field2 = f[ExtractCol::Field2];
+    e.date = f[ExtractCol::Date];
+    e.entry = f[ExtractCol::Entry];
+    e.description = f[ExtractCol::Description];
+    e.debit = f[ExtractCol::Debit] == "0" ? Amount::Zero()
+                                          : Amount::Of(std::string(f[ExtractCol::Debit]));
+    e.credit = f[ExtractCol::Credit] == "0" ? Amount::Zero()
+                                            : Amount::Of(std::string(f[ExtractCol::Credit]));
+    e.mark = f[ExtractCol::Mark];
+    e.entryClass = f[ExtractCol::Class];
+    e.field14 = f[ExtractCol::Field14];
+    e.reference = f[ExtractCol::Reference];
+    e.company = company;
 }
 
 }  // namespace
+
+void CompactDate(std::string_view dayFirst, std::string& out) {
+    // A day-first date of eight plain characters, as the host writes every stored date; any
+    // other text goes through DateText, which counts characters.
+    bool ascii = dayFirst.size() == 8;
+    for (std::size_t i = 0; ascii && i < dayFirst.size(); ++i)
+        ascii = static_cast<unsigned char>(dayFirst[i]) < 0x80;
+    if (!ascii) {
+        out = DateText(std::string(dayFirst));
+        return;
+    }
+    out.assign(dayFirst.substr(6, 2));
+    // Years below "60" write their first digit as a letter.
+    if (out < "60") out[0] = static_cast<char>(out[0] + 17);
+    out.append(dayFirst.substr(3, 2));
+    out.append(dayFirst.substr(0, 2));
+}
 
 std::string ExtractLine(const std::vector<std::string>& fields) {
     std::string line;
@@ -80,33 +121,41 @@ void LeerDatosExtracto(Session& s, const std::string& cuenta, const std::string&
     cursor.MoveFirst();
     cursor.SetFilter("cuenta =" + cuenta);
     cursor.MoveFirst();
-    // Room for the company's rows up front (a row with line breaks may add more), growing
-    // geometrically over the companies of the chain.
-    const std::size_t wanted = rows.size() + static_cast<std::size_t>(cursor.GetRecordCount());
-    if (wanted > rows.capacity()) rows.reserve(std::max(wanted, 2 * rows.capacity()));
+    // Room for the rows up front (a row with line breaks may add more): the first company read,
+    // the earliest of the chain, makes room for its own rows and for as many in each of a few
+    // later companies, which are read after it, so that the rows read seldom move. Counting
+    // costs a pass over the account's index: the later companies grow the rows as they go.
+    if (rows.size() <= 1) {
+        const auto count = static_cast<std::size_t>(cursor.GetRecordCount());
+        const auto later = static_cast<std::size_t>(std::clamp(company - 1, 0, kRoomForLater));
+        rows.reserve(rows.size() + count * (1 + later));
+    }
+    std::string date;
     while (!cursor.IsEof()) {
         // The fields in the order the line is written: record number, then host fields 2, 1, 3,
-        // 4, 5, 6, 7, 8, 14 and 23.
-        LineFields f;
-        f[ExtractCol::Record] = std::to_string(cursor.GetRecNo());
-        f[ExtractCol::Field2] = Trim(cursor.GetField(2));
-        f[ExtractCol::Date] = Trim(DateText(cursor.GetField(1)));
-        f[ExtractCol::Entry] = Trim(cursor.GetField(3));
-        f[ExtractCol::Description] = Trim(cursor.GetField(4));
-        const bool debit = LeadingNumber(cursor.GetField(5)) == 1;
-        std::string amount = Trim(cursor.GetField(6));
+        // 4, 5, 6, 7, 8, 14 and 23. The views stand until the cursor moves.
+        const std::string record = std::to_string(cursor.GetRecNo());
+        LineViews f;
+        f[ExtractCol::Record] = record;
+        f[ExtractCol::Field2] = TrimView(cursor.GetFieldView(2));
+        CompactDate(cursor.GetFieldView(1), date);
+        f[ExtractCol::Date] = TrimView(date);
+        f[ExtractCol::Entry] = TrimView(cursor.GetFieldView(3));
+        f[ExtractCol::Description] = TrimView(cursor.GetFieldView(4));
+        const bool debit = LeadingNumber(cursor.GetFieldView(5)) == 1;
+        const std::string_view amount = TrimView(cursor.GetFieldView(6));
         f[ExtractCol::Debit] = debit ? amount : "0";
-        f[ExtractCol::Credit] = debit ? "0" : std::move(amount);
+        f[ExtractCol::Credit] = debit ? "0" : amount;
         f[ExtractCol::Work] = "0";
-        f[ExtractCol::Mark] = Trim(cursor.GetField(7));
-        f[ExtractCol::Class] = Trim(cursor.GetField(8));
-        f[ExtractCol::Field14] = Trim(cursor.GetField(14));
-        f[ExtractCol::Reference] = Trim(cursor.GetField(23));
+        f[ExtractCol::Mark] = TrimView(cursor.GetFieldView(7));
+        f[ExtractCol::Class] = TrimView(cursor.GetFieldView(8));
+        f[ExtractCol::Field14] = TrimView(cursor.GetFieldView(14));
+        f[ExtractCol::Reference] = TrimView(cursor.GetFieldView(23));
         bool plain = true;
-        for (const std::string& field : f)
+        for (std::string_view field : f)
             plain = plain && !BreaksTheLine(field);
         if (plain)
-            rows.push_back(EntryOf(std::move(f), company));
+            AppendEntry(f, company, rows);
         else
             AppendLineRows(ExtractLine(std::vector<std::string>(f.begin(), f.end())), company,
                            rows);

@@ -32,6 +32,9 @@ Extract GetExtracto(Session& s, const std::string& empresa, const std::string& c
 // fields gives no row.
 void AppendLineRows(std::string_view line, std::int32_t company, std::vector<Entry>& rows);
 
+// DateText of a text as the host gives a date field (day first), into `out`.
+void CompactDate(std::string_view dayFirst, std::string& out);
+
 // The extract line of an entry's fields (columns 0 to 11, TAB-separated, ended by CR LF).
 std::string ExtractLine(const std::vector<std::string>& fields);
 
