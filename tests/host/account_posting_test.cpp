@@ -12,6 +12,7 @@
 #include "host/company_file.h"
 #include "host/errors.h"
 #include "host/run_journal.h"
+#include "support/host_error.h"
 #include "support/ledger.h"
 
 namespace pendara {
@@ -130,13 +131,8 @@ TEST_F(PostingTest, AMissingRecordOrFileOrARefusedRowWritesNothingAnywhere) {
     PostingRun run(y23, "save", "4300000001");
     AccountPosting p = Matched();
     p.rows.push_back({2, 9999, "RF-7", "1", std::nullopt});
-    try {
-        run.Post(p);
-        FAIL() << "a missing record must fail";
-    } catch (const HostError& e) {
-        EXPECT_NE(e.description().find("El registro 9999 no existe en"), std::string::npos)
-            << e.description();
-    }
+    const std::string missing = testing::ErrorOf([&] { run.Post(p); });
+    EXPECT_NE(missing.find("El registro 9999 no existe en"), std::string::npos) << missing;
     p = Matched();
     p.files[1].entries = l.File("extraZZ.qvd");
     EXPECT_THROW(run.Post(p), HostError);
@@ -342,13 +338,9 @@ TEST_F(PostingTest, AHeldFileIsWaitedForWithNoticesThenGivenUpWithNothingWritten
     HeldFile held(l.EntriesFile(y24));
     PostingRun run(y23, "save", "4300000001", options);
     const auto start = std::chrono::steady_clock::now();
-    try {
-        run.Post(Matched());
-        FAIL() << "the wait must give up";
-    } catch (const HostError& e) {
-        EXPECT_EQ(e.description(), "Otro puesto tiene ocupado el fichero " + l.EntriesFile(y24) +
-                                       " desde hace 1 s: no se ha grabado la cuenta 4300000001");
-    }
+    EXPECT_EQ(testing::ErrorOf([&] { run.Post(Matched()); }),
+              "Otro puesto tiene ocupado el fichero " + l.EntriesFile(y24) +
+                  " desde hace 1 s: no se ha grabado la cuenta 4300000001");
     EXPECT_GE(std::chrono::steady_clock::now() - start, 600ms);
     ASSERT_FALSE(notices.empty());
     EXPECT_EQ(notices.front().first, l.EntriesFile(y24));
