@@ -169,9 +169,7 @@ TEST(MainWindow, TheMinimumSizeFitsA1024By768ScreenAndShowsEveryControl) {
 
 TEST(MainWindow, ResizeFollowsTheLayoutRulesWhereTheyHold) {
     WindowFixture f;
-    MainWindow& win = *f.window;
-    win.show();
-    win.resize(1300, 800);
+    MainWindow& win = f.Shown();
     QApplication::processEvents();
     double dpi = win.dpi();
     const double w = PixelsToTwips(1300, dpi);
@@ -209,9 +207,7 @@ TEST(MainWindow, ResizeFollowsTheLayoutRulesWhereTheyHold) {
 
 TEST(MainWindow, NoticesOfTheEnhancedMatchingStayBesideTheBalanceUntilClicked) {
     WindowFixture f;
-    MainWindow& win = *f.window;
-    win.show();
-    win.resize(1300, 800);
+    MainWindow& win = f.Shown();
     QLabel* notice = win.noticeLabel();
     EXPECT_FALSE(notice->isVisible());
     const std::string first = "Punteo mejorado: la cuenta 4300000001 llegó al límite";
@@ -349,9 +345,7 @@ TEST(MainWindow, ToolbarsCarryTheButtonMapsAndSwitchToTheStopButton) {
 
 TEST(MainWindow, ACellClickRecordsTheSelectionAndShiftGivesModifierOne) {
     WindowFixture f;
-    MainWindow& win = *f.window;
-    win.resize(1300, 800);
-    win.show();
+    MainWindow& win = f.Shown();
     FillGrid(f.w->SGrid2, 10);
     f.w->newref.setText("RF-500");
     win.Refresh();
@@ -375,9 +369,7 @@ TEST(MainWindow, ACellClickRecordsTheSelectionAndShiftGivesModifierOne) {
 
 TEST(MainWindow, AccountListFollowsTheStateAndAClickSelects) {
     WindowFixture f;
-    MainWindow& win = *f.window;
-    win.resize(1300, 800);
-    win.show();
+    MainWindow& win = f.Shown();
     f.w->List2.AddItem("4300000001 CLIENTE UNO");
     f.w->List2.AddItem("4300000002 CLIENTE DOS");
     f.w->List2.AddItem("4300000003 CLIENTE TRES");
@@ -443,9 +435,7 @@ TEST(MainWindow, TextBoxesWriteBackWhatTheUserTypes) {
 
 TEST(GaugeWidget, DrawsTheBarAndTheCentredPercentage) {
     WindowFixture f;
-    MainWindow& win = *f.window;
-    win.resize(1300, 800);
-    win.show();
+    MainWindow& win = f.Shown();
     GaugeWidget* g = qobject_cast<GaugeWidget*>(win.control(Ctl::Picture1));
     ASSERT_NE(g, nullptr);
     f.w->UpdateGauge(-1);
