@@ -100,10 +100,8 @@ TEST_F(PostingTest, PostWritesEveryYearAndTheJournalKeepsOldAndNewOfTheRowsThatC
         if (journal.FileCompany(r.file) == "EMPE4" && r.record == records[1][2]) found = &r;
     ASSERT_NE(found, nullptr);
     const JournalRow& mark = *found;
-    EXPECT_EQ(journal.FileCompany(mark.file), "EMPE4");
     EXPECT_EQ(std::filesystem::path(journal.FilePath(mark.file)),
               std::filesystem::path(l.EntriesFile(y24)));
-    EXPECT_EQ(mark.record, records[1][2]);
     EXPECT_EQ(mark.before, (RowValue{"RF-3", "1"}));
     EXPECT_EQ(mark.after, (RowValue{"RF-3", "0"}));
     EXPECT_EQ(journal.CounterOf(runs[0].id), 41);
@@ -197,13 +195,10 @@ TEST_F(PostingTest, RecoveryRollsAnAbandonedAccountForwardAndRaisesTheCounter) {
     EXPECT_EQ(report.Describe(),
               "La grabación de la cuenta 4300000001 (ejecución 1) quedó interrumpida y se ha "
               "completado (4 apuntes).\r\n");
+    const std::string* years[] = {&y23, &y24, &y25};
     for (std::size_t c = 0; c < 3; ++c)
         for (std::size_t i = 0; i < 2; ++i)
-            EXPECT_EQ(At(c == 0   ? y23
-                         : c == 1 ? y24
-                                  : y25,
-                         records[c][i]),
-                      (RowValue{"RF-7", "1"}));
+            EXPECT_EQ(At(*years[c], records[c][i]), (RowValue{"RF-7", "1"}));
     EXPECT_EQ(ReadCounter(y23), 57);
     RunJournal journal(y23, false);
     EXPECT_EQ(journal.Run(run)->state, RunInfo::State::Recovered);
