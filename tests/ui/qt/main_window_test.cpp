@@ -278,8 +278,7 @@ TEST(MainWindow, GridsWaitWhileRedrawIsOff) {
 
 TEST(MainWindow, BalanceLabelColourAndWeightAndStatusPictures) {
     WindowFixture f;
-    MainWindow& win = *f.window;
-    win.show();
+    MainWindow& win = f.Shown();
     f.w->SaldoCta.setCaption("Saldo Cuenta: -120,00");
     f.w->SaldoCta.setForeColor(kColourRed);
     f.w->SaldoCta.setBold(true);
@@ -392,8 +391,7 @@ TEST(MainWindow, AccountListFollowsTheStateAndAClickSelects) {
 
 TEST(MainWindow, AProgramEndFromAHandlerClosesTheWindowWithItsCode) {
     WindowFixture f;
-    MainWindow& win = *f.window;
-    win.show();
+    MainWindow& win = f.Shown();
     f.w->List2.AddItem("4300000001 CLIENTE UNO");
     win.Refresh();
     f.w->List2.onClick = [] { throw ProgramEnd{3}; };
@@ -404,8 +402,7 @@ TEST(MainWindow, AProgramEndFromAHandlerClosesTheWindowWithItsCode) {
 
 TEST(MainWindow, AHostFailureIsShownThenEndsTheProgram) {
     WindowFixture f;
-    MainWindow& win = *f.window;
-    win.show();
+    MainWindow& win = f.Shown();
     f.w->List2.AddItem("4300000001 CLIENTE UNO");
     win.Refresh();
     QString shown;
@@ -422,8 +419,7 @@ TEST(MainWindow, AHostFailureIsShownThenEndsTheProgram) {
 
 TEST(MainWindow, TextBoxesWriteBackWhatTheUserTypes) {
     WindowFixture f;
-    MainWindow& win = *f.window;
-    win.show();
+    MainWindow& win = f.Shown();
     QLineEdit* desFac = qobject_cast<QLineEdit*>(win.control(Ctl::DesFac));
     desFac->clear();
     QTest::keyClicks(desFac, "Factura");
