@@ -57,43 +57,20 @@ const std::vector<std::string> kFilterExamples = {
 };
 
 // Pieces that tend to break readers: separators, quotes, line ends, NUL, bytes that are no
-// UTF-8, cut sequences, keywords of the filter grammar.
-const std::vector<std::string> kPieces = {";",
-                                          "\"",
-                                          "\"\"",
-                                          "\n",
-                                          "\r",
-                                          "\r\n",
-                                          std::string(1, '\0'),
-                                          "\xFF",
-                                          "\xC3",
-                                          "\xE2\x82",
-                                          "ñ",
-                                          "€",
-                                          "𝄞",
-                                          " and ",
-                                          " AND ",
-                                          "like",
-                                          "=>",
-                                          "<=",
-                                          "=",
-                                          "*",
-                                          "?",
-                                          "01/01/0059",
-                                          "31/12/2059",
-                                          "29/02/25",
-                                          "1e400",
-                                          "-0",
-                                          "9007199254740994",
-                                          "nivel",
-                                          "Cuenta",
-                                          "Referencia punteo",
-                                          ",",
-                                          ".",
-                                          "-",
-                                          "+",
-                                          " ",
-                                          "\xEF\xBB\xBF"};
+// UTF-8, cut sequences, keywords of the filter grammar; "|" between them (none holds one).
+const std::vector<std::string> kPieces = [] {
+    static const char kAll[] =
+        ";|\"|\"\"|\n|\r|\r\n|\0|\xFF|\xC3|\xE2\x82|ñ|€|𝄞| and | AND |like|=>|<=|=|*|?|"
+        "01/01/0059|31/12/2059|29/02/25|1e400|-0|9007199254740994|nivel|Cuenta|"
+        "Referencia punteo|,|.|-|+| |\xEF\xBB\xBF";
+    std::vector<std::string> pieces(1);
+    for (std::size_t i = 0; i + 1 < sizeof kAll; ++i)
+        if (kAll[i] == '|')
+            pieces.emplace_back();
+        else
+            pieces.back().push_back(kAll[i]);
+    return pieces;
+}();
 
 struct Fault {
     std::string what;

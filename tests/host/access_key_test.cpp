@@ -16,6 +16,7 @@
 #include "host/company_keys.h"
 #include "host/errors.h"
 #include "host/qv_ole70.h"
+#include "support/host_error.h"
 #include "support/ledger.h"
 #include "support/run_command.h"
 
@@ -134,14 +135,8 @@ TEST_F(AccessKeyTest, TheWaitHoldsAcrossProcesses) {
 TEST_F(AccessKeyTest, TheServerRefusesWithTheAccessKeyCode) {
     std::string c = l.Company("K3", "Con clave", 2025, "", "llave");
     QvOLE70 s;
-    for (const char* key : {"", "mala"}) {
-        try {
-            s.OpenCompany(c, key);
-            ADD_FAILURE() << key;
-        } catch (const HostError& e) {
-            EXPECT_EQ(e.code(), kErrAccessKey);
-        }
-    }
+    for (const char* key : {"", "mala"})
+        EXPECT_EQ(testing::ErrorCodeOf([&] { s.OpenCompany(c, key); }), kErrAccessKey) << key;
     s.OpenCompany(c, "llave");
     EXPECT_TRUE(s.IsOpen());
 }
@@ -162,13 +157,9 @@ TEST_F(AccessKeyTest, OlderLayoutIsOpenedOnlyToGiveItANewKey) {
     EXPECT_EQ(h.version, 1);
     EXPECT_TRUE(h.hasKey);
     QvOLE70 s;
-    try {
-        s.OpenCompany(c, "vieja");
-        ADD_FAILURE();
-    } catch (const HostError& e) {
-        EXPECT_NE(e.code(), kErrAccessKey);
-        EXPECT_NE(e.description().find("qvdata change-key"), std::string::npos);
-    }
+    const auto old = [&] { s.OpenCompany(c, "vieja"); };
+    EXPECT_EQ(testing::ErrorCodeOf(old), kErrHostGeneric);
+    EXPECT_NE(testing::ErrorOf(old).find("qvdata change-key"), std::string::npos);
     EXPECT_THROW(ChangeAccessKey(c, "otra", "nueva"), HostError);
     EXPECT_EQ(ReadCompanyHeader(c).version, 1);
     ChangeAccessKey(c, "vieja", "nueva");
@@ -182,12 +173,7 @@ TEST_F(AccessKeyTest, OlderLayoutIsOpenedOnlyToGiveItANewKey) {
 TEST_F(AccessKeyTest, ChangeAndRemoveKeepTheRestOfTheHeader) {
     std::string c = l.Company("K4", "Con clave", 2025, "", "llave");
     SetCounter(c, 77);
-    try {
-        ChangeAccessKey(c, "mala", "nueva");
-        ADD_FAILURE();
-    } catch (const HostError& e) {
-        EXPECT_EQ(e.code(), kErrAccessKey);
-    }
+    EXPECT_EQ(testing::ErrorCodeOf([&] { ChangeAccessKey(c, "mala", "nueva"); }), kErrAccessKey);
     EXPECT_TRUE(CheckAccessKey(ReadCompanyHeader(c), "llave"));
     ChangeAccessKey(c, "llave", "nueva");
     CompanyHeader h = ReadCompanyHeader(c);

@@ -12,6 +12,7 @@
 #include "host/company_file.h"
 #include "host/errors.h"
 #include "host/run_journal.h"
+#include "support/host_error.h"
 #include "support/ledger.h"
 
 namespace pendara {
@@ -99,10 +100,8 @@ TEST_F(PostingTest, PostWritesEveryYearAndTheJournalKeepsOldAndNewOfTheRowsThatC
         if (journal.FileCompany(r.file) == "EMPE4" && r.record == records[1][2]) found = &r;
     ASSERT_NE(found, nullptr);
     const JournalRow& mark = *found;
-    EXPECT_EQ(journal.FileCompany(mark.file), "EMPE4");
     EXPECT_EQ(std::filesystem::path(journal.FilePath(mark.file)),
               std::filesystem::path(l.EntriesFile(y24)));
-    EXPECT_EQ(mark.record, records[1][2]);
     EXPECT_EQ(mark.before, (RowValue{"RF-3", "1"}));
     EXPECT_EQ(mark.after, (RowValue{"RF-3", "0"}));
     EXPECT_EQ(journal.CounterOf(runs[0].id), 41);
@@ -130,13 +129,8 @@ TEST_F(PostingTest, AMissingRecordOrFileOrARefusedRowWritesNothingAnywhere) {
     PostingRun run(y23, "save", "4300000001");
     AccountPosting p = Matched();
     p.rows.push_back({2, 9999, "RF-7", "1", std::nullopt});
-    try {
-        run.Post(p);
-        FAIL() << "a missing record must fail";
-    } catch (const HostError& e) {
-        EXPECT_NE(e.description().find("El registro 9999 no existe en"), std::string::npos)
-            << e.description();
-    }
+    const std::string missing = testing::ErrorOf([&] { run.Post(p); });
+    EXPECT_NE(missing.find("El registro 9999 no existe en"), std::string::npos) << missing;
     p = Matched();
     p.files[1].entries = l.File("extraZZ.qvd");
     EXPECT_THROW(run.Post(p), HostError);
@@ -201,13 +195,10 @@ TEST_F(PostingTest, RecoveryRollsAnAbandonedAccountForwardAndRaisesTheCounter) {
     EXPECT_EQ(report.Describe(),
               "La grabación de la cuenta 4300000001 (ejecución 1) quedó interrumpida y se ha "
               "completado (4 apuntes).\r\n");
+    const std::string* years[] = {&y23, &y24, &y25};
     for (std::size_t c = 0; c < 3; ++c)
         for (std::size_t i = 0; i < 2; ++i)
-            EXPECT_EQ(At(c == 0   ? y23
-                         : c == 1 ? y24
-                                  : y25,
-                         records[c][i]),
-                      (RowValue{"RF-7", "1"}));
+            EXPECT_EQ(At(*years[c], records[c][i]), (RowValue{"RF-7", "1"}));
     EXPECT_EQ(ReadCounter(y23), 57);
     RunJournal journal(y23, false);
     EXPECT_EQ(journal.Run(run)->state, RunInfo::State::Recovered);
@@ -342,13 +333,9 @@ TEST_F(PostingTest, AHeldFileIsWaitedForWithNoticesThenGivenUpWithNothingWritten
     HeldFile held(l.EntriesFile(y24));
     PostingRun run(y23, "save", "4300000001", options);
     const auto start = std::chrono::steady_clock::now();
-    try {
-        run.Post(Matched());
-        FAIL() << "the wait must give up";
-    } catch (const HostError& e) {
-        EXPECT_EQ(e.description(), "Otro puesto tiene ocupado el fichero " + l.EntriesFile(y24) +
-                                       " desde hace 1 s: no se ha grabado la cuenta 4300000001");
-    }
+    EXPECT_EQ(testing::ErrorOf([&] { run.Post(Matched()); }),
+              "Otro puesto tiene ocupado el fichero " + l.EntriesFile(y24) +
+                  " desde hace 1 s: no se ha grabado la cuenta 4300000001");
     EXPECT_GE(std::chrono::steady_clock::now() - start, 600ms);
     ASSERT_FALSE(notices.empty());
     EXPECT_EQ(notices.front().first, l.EntriesFile(y24));

@@ -16,6 +16,7 @@
 #include "host/notices.h"
 #include "host/qv_ole70.h"
 #include "host/settings.h"
+#include "support/host_error.h"
 #include "support/ledger.h"
 #include "support/run_command.h"
 
@@ -69,12 +70,8 @@ TEST(CompanyFile, MissingShortOrDamagedFilesAreHostErrors) {
     EXPECT_THROW(ReadCompanyHeader(l.File("CORTA.QVT")), HostError);
     EXPECT_THROW(IncrementCounter(l.File("CORTA.QVT")), HostError);
     std::ofstream(l.File("MALA.QVT")) << std::string(2000, 'x');
-    try {
-        IncrementCounter(l.File("MALA.QVT"));
-        ADD_FAILURE();
-    } catch (const HostError& e) {
-        EXPECT_NE(e.description().find("MALA.QVT"), std::string::npos);
-    }
+    EXPECT_NE(testing::ErrorOf([&] { IncrementCounter(l.File("MALA.QVT")); }).find("MALA.QVT"),
+              std::string::npos);
 }
 
 TEST(CompanyFile, ProcessesIncrementingAtOnceGetEveryNumberOnce) {
@@ -179,14 +176,9 @@ TEST_F(CounterWaitTest, TheCounterSaysItWaitsAndGivesUpAtTheLimit) {
     wait.noticeAfter = std::chrono::milliseconds(50);
     wait.limit = std::chrono::milliseconds(300);
     SetCompanyLockWait(wait);
-    try {
-        IncrementCounter(path);
-        ADD_FAILURE();
-    } catch (const HostError& e) {
-        EXPECT_NE(e.description().find("Otro puesto tiene ocupado el fichero de empresa"),
-                  std::string::npos);
-        EXPECT_NE(e.description().find(kWaitSetting), std::string::npos);
-    }
+    const std::string message = testing::ErrorOf([&] { IncrementCounter(path); });
+    EXPECT_NE(message.find("Otro puesto tiene ocupado el fichero de empresa"), std::string::npos);
+    EXPECT_NE(message.find(kWaitSetting), std::string::npos);
     EXPECT_EQ(told, std::vector<std::string>{"Esperando a que otro puesto libere " + path + "..."});
     // A caller that hears of the wait itself, and gives it up: nothing drawn, no notice.
     std::vector<std::string> heard;
@@ -195,12 +187,9 @@ TEST_F(CounterWaitTest, TheCounterSaysItWaitsAndGivesUpAtTheLimit) {
         heard.push_back(file);
         return waited < std::chrono::milliseconds(150);
     };
-    try {
-        AddToCounter(path, 10, wait);
-        ADD_FAILURE();
-    } catch (const HostError& e) {
-        EXPECT_NE(e.description().find("Se ha dejado de esperar"), std::string::npos);
-    }
+    EXPECT_NE(
+        testing::ErrorOf([&] { AddToCounter(path, 10, wait); }).find("Se ha dejado de esperar"),
+        std::string::npos);
     ASSERT_GE(heard.size(), 2u);
     EXPECT_EQ(heard.front(), path);
     EXPECT_EQ(told.size(), 1u);
@@ -249,25 +238,11 @@ TEST(CompanyServer, OpensChecksTheKeyAndFollowsTheChain) {
     std::string y24 = l.Company("A4", "Empresa", 2024, "", "", "EMP2024.QVT", "y2024");
     std::string y25 = l.Company("A5", "Empresa", 2025, y24, "clave", "EMP2025.QVT", "y2025");
     QvOLE70 s;
-    try {
-        s.OpenCompany(y25, "");
-        ADD_FAILURE();
-    } catch (const HostError& e) {
-        EXPECT_EQ(e.code(), kErrAccessKey);
-    }
-    try {
-        s.OpenCompany(y25, "otra");
-        ADD_FAILURE();
-    } catch (const HostError& e) {
-        EXPECT_EQ(e.code(), kErrAccessKey);
-    }
-    try {
-        s.OpenCompany(l.File("NOEXISTE.QVT"), "");
-        ADD_FAILURE();
-    } catch (const HostError& e) {
-        EXPECT_NE(e.code(), kErrAccessKey);
-        EXPECT_NE(e.description().find("NOEXISTE"), std::string::npos);
-    }
+    EXPECT_EQ(testing::ErrorCodeOf([&] { s.OpenCompany(y25, ""); }), kErrAccessKey);
+    EXPECT_EQ(testing::ErrorCodeOf([&] { s.OpenCompany(y25, "otra"); }), kErrAccessKey);
+    const auto missing = [&] { s.OpenCompany(l.File("NOEXISTE.QVT"), ""); };
+    EXPECT_EQ(testing::ErrorCodeOf(missing), kErrHostGeneric);
+    EXPECT_NE(testing::ErrorOf(missing).find("NOEXISTE"), std::string::npos);
     s.OpenCompany(y25, "clave");
     EXPECT_EQ(s.GetCompanyCode(), "A5");
     EXPECT_EQ(s.GetCompanyFile(), y25);

@@ -13,7 +13,6 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <thread>
 
 #include "host/company_file.h"
@@ -24,6 +23,7 @@
 #include "host/qv_ole70.h"
 #include "host/run_journal.h"
 #include "host/store.h"
+#include "support/host_error.h"
 #include "support/ledger.h"
 #include "support/run_command.h"
 
@@ -34,19 +34,9 @@ namespace fs = std::filesystem;
 
 const std::string kSecret = "Factura secreta 4471";
 
-std::string Bytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string((std::istreambuf_iterator<char>(in)), {});
-}
+using testing::ReadAll;
 
-std::string ErrorOf(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const HostError& e) {
-        return e.description();
-    }
-    return "";
-}
+using testing::ErrorOf;
 
 // What plain SQLite, the sqlite3 program's way, makes of a file.
 std::string RawSqlite(const std::string& path, const std::string& table = "entries") {
@@ -82,12 +72,12 @@ TEST_F(CryptTest, AProtectedCompanysFilesAndLogsHoldNoPlainText) {
     l.Entries(c, SomeEntries(300, kSecret));
     l.Entries(p, SomeEntries(3, kSecret));
     const std::string entries = l.EntriesFile(c);
-    EXPECT_EQ(Bytes(entries).find("Factura secreta"), std::string::npos);
-    EXPECT_EQ(Bytes(ChartFileOf(c)).find("Factura secreta"), std::string::npos);
+    EXPECT_EQ(ReadAll(entries).find("Factura secreta"), std::string::npos);
+    EXPECT_EQ(ReadAll(ChartFileOf(c)).find("Factura secreta"), std::string::npos);
     EXPECT_EQ(RawSqlite(entries), "file is not a database");
     // Unprotected companies stay plain SQLite.
     EXPECT_EQ(RawSqlite(l.EntriesFile(p)), "legible");
-    EXPECT_NE(Bytes(l.EntriesFile(p)).find("Factura secreta"), std::string::npos);
+    EXPECT_NE(ReadAll(l.EntriesFile(p)).find("Factura secreta"), std::string::npos);
 
     // While a connection is open, committed rows wait in the WAL: encrypted as well.
     {
@@ -96,7 +86,7 @@ TEST_F(CryptTest, AProtectedCompanysFilesAndLogsHoldNoPlainText) {
         db.Exec("UPDATE entries SET descripcion = '" + kSecret + " en el WAL' WHERE id < 50");
         ASSERT_TRUE(fs::exists(entries + "-wal"));
         EXPECT_GT(fs::file_size(entries + "-wal"), 4096u);
-        EXPECT_EQ(Bytes(entries + "-wal").find("Factura secreta"), std::string::npos);
+        EXPECT_EQ(ReadAll(entries + "-wal").find("Factura secreta"), std::string::npos);
     }
     // The rollback journal (network folders) holds the old rows: encrypted too.
     {
@@ -105,7 +95,7 @@ TEST_F(CryptTest, AProtectedCompanysFilesAndLogsHoldNoPlainText) {
         db.Exec("BEGIN IMMEDIATE");
         db.Exec("UPDATE entries SET descripcion = 'x' WHERE id < 200");
         ASSERT_TRUE(fs::exists(entries + "-journal"));
-        EXPECT_EQ(Bytes(entries + "-journal").find("Factura secreta"), std::string::npos);
+        EXPECT_EQ(ReadAll(entries + "-journal").find("Factura secreta"), std::string::npos);
         db.Exec("ROLLBACK");
     }
     std::vector<EntryRecord> read = l.Read(c);
@@ -126,7 +116,7 @@ TEST_F(CryptTest, EditedOrCopiedCompanyHeadersDoNotOpenTheData) {
     EXPECT_NE(exported(c, "llave").find(kSecret), std::string::npos);
 
     // Byte 16 cleared: the company file says there is no key.
-    const std::string header = Bytes(c);
+    const std::string header = ReadAll(c);
     {
         std::fstream f(c, std::ios::binary | std::ios::in | std::ios::out);
         f.seekp(16);
@@ -168,7 +158,7 @@ TEST_F(CryptTest, ADamagedOrMovedBlockIsAnErrorNotData) {
     const std::string c = l.Company("S3", "Protegida", 2025, "", "llave");
     l.Entries(c, SomeEntries(2000, kSecret));
     const std::string entries = l.EntriesFile(c);
-    const std::string original = Bytes(entries);
+    const std::string original = ReadAll(entries);
     const std::size_t block = 24 + 4096 + 16;
     ASSERT_GT(original.size(), kEncryptedHeaderBytes + 8 * block);
     // One byte of the last block changed.
@@ -261,14 +251,14 @@ TEST_F(CryptTest, GivingAndRemovingAKeyRewritesTheSameData) {
     const std::string entries = l.EntriesFile(c), chart = ChartFileOf(c);
     ChangeAccessKey(c, "", "puesta");
     EXPECT_EQ(RawSqlite(entries), "file is not a database");
-    EXPECT_EQ(Bytes(chart).find("Factura secreta"), std::string::npos);
+    EXPECT_EQ(ReadAll(chart).find("Factura secreta"), std::string::npos);
     EXPECT_TRUE(EncryptedFileSalt(entries) == ReadCompanyHeader(c).salt);
     EXPECT_EQ(ExportEntriesCsv(c), before);
     ChangeAccessKey(c, "puesta", "");
     EXPECT_FALSE(ReadCompanyHeader(c).hasKey);
     EXPECT_FALSE(EncryptedFileSalt(entries).has_value());
     EXPECT_EQ(RawSqlite(entries), "legible");
-    EXPECT_NE(Bytes(chart).find("Factura secreta"), std::string::npos);
+    EXPECT_NE(ReadAll(chart).find("Factura secreta"), std::string::npos);
     EXPECT_EQ(ExportEntriesCsv(c), before);
     for (const auto& e : fs::directory_iterator(l.dir().path()))
         EXPECT_EQ(e.path().string().find(".nuevo"), std::string::npos) << e.path();
@@ -284,7 +274,7 @@ TEST_F(CryptTest, TheRunJournalOfAProtectedCompanyIsEncryptedWithItsData) {
         j.EndRun(j.BeginRun("save", kSecret));
     }
     EXPECT_EQ(RawSqlite(journal, "runs"), "file is not a database");
-    EXPECT_EQ(Bytes(journal).find("Factura secreta"), std::string::npos);
+    EXPECT_EQ(ReadAll(journal).find("Factura secreta"), std::string::npos);
     ChangeAccessKey(c, "llave", "otra");
     EXPECT_TRUE(EncryptedFileSalt(journal) == ReadCompanyHeader(c).salt);
     ASSERT_EQ(RunJournal(c, false).Runs().size(), 1u);
@@ -314,9 +304,9 @@ TEST_F(CryptTest, AChangeOfKeyCutShortIsFinishedOrUndone) {
     for (const std::string& f : {c, entries, chart})
         fs::copy_file(f, copy.File(fs::path(f).filename().string()));
     ChangeAccessKey(c2, "vieja", "nueva");
-    const std::string newHeader = Bytes(c2), oldHeader = Bytes(c);
-    const std::string newEntries = Bytes(copy.File(fs::path(entries).filename().string()));
-    const std::string newChart = Bytes(copy.File(fs::path(chart).filename().string()));
+    const std::string newHeader = ReadAll(c2), oldHeader = ReadAll(c);
+    const std::string newEntries = ReadAll(copy.File(fs::path(entries).filename().string()));
+    const std::string newChart = ReadAll(copy.File(fs::path(chart).filename().string()));
     ForgetDerivedKeys();
 
     auto opensWith = [&](const std::string& key) {
@@ -349,7 +339,7 @@ TEST_F(CryptTest, AChangeOfKeyCutShortIsFinishedOrUndone) {
     const Salt salt = ReadCompanyHeader(c).salt;
     EXPECT_TRUE(EncryptedFileSalt(entries) == salt);
     EXPECT_TRUE(EncryptedFileSalt(chart) == salt);
-    EXPECT_TRUE(Bytes(c) != oldHeader);
+    EXPECT_TRUE(ReadAll(c) != oldHeader);
 }
 
 // The real thing: a change of key killed at several moments.

@@ -15,19 +15,13 @@
 #include "host/qv_file_control.h"
 #include "host/qv_ole70.h"
 #include "host/settings.h"
+#include "support/host_error.h"
 #include "support/ledger.h"
 
 namespace pendara {
 namespace {
 
-std::string ErrorOf(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const HostError& e) {
-        return e.description();
-    }
-    return "";
-}
+using testing::ErrorOf;
 
 TEST(Csv, QuotingAndLineNumbers) {
     std::vector<CsvRecord> r = ParseCsv("a;\"b;c\";\"d \"\"e\"\"\"\r\n\"x\ny\";;z\n");

@@ -13,20 +13,14 @@
 #include "host/qv_file_control.h"
 #include "host/store.h"
 #include "host/utf8.h"
+#include "support/host_error.h"
 #include "support/ledger.h"
 #include "support/run_command.h"
 
 namespace pendara {
 namespace {
 
-std::string ErrorOf(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const HostError& e) {
-        return e.description();
-    }
-    return "";
-}
+using testing::ErrorOf;
 
 struct BadInput {
     const char* what;

@@ -18,10 +18,12 @@
 namespace pendara {
 namespace {
 
-using RegistryTest = testing::SettingsTest;
+class RegistryTest : public testing::SettingsTest {
+  protected:
+    ScriptedPort port;
+};
 
 TEST_F(RegistryTest, MissingAndBlankValuesReadAsTheDefault) {
-    ScriptedPort port;
     EXPECT_EQ(GetRegValue("Active").text(), "");
     EXPECT_EQ(GetRegValue("Active", "", "x").text(), "x");
     // An empty value is stored as one blank, which reads back as not set.
@@ -34,7 +36,6 @@ TEST_F(RegistryTest, MissingAndBlankValuesReadAsTheDefault) {
 }
 
 TEST_F(RegistryTest, SectionsAreSeparateAndNamesIgnoreCase) {
-    ScriptedPort port;
     SetRegValue(port, "Active", "/data/EMP01.QVT");
     SetRegValue(port, "Ultima", "4300000138", "Punteo");
     EXPECT_EQ(GetRegValue("active").text(), "/data/EMP01.QVT");
@@ -45,7 +46,6 @@ TEST_F(RegistryTest, SectionsAreSeparateAndNamesIgnoreCase) {
 }
 
 TEST_F(RegistryTest, BooleansAreExactSpanishTexts) {
-    ScriptedPort port;
     SetRegValue(port, "A", "Verdadero");
     SetRegValue(port, "B", "verdadero");
     SetRegBool(port, "C", false);
@@ -59,7 +59,6 @@ TEST_F(RegistryTest, BooleansAreExactSpanishTexts) {
 }
 
 TEST_F(RegistryTest, ValuesUpTo254CharactersReadWhole) {
-    ScriptedPort port;
     std::string v254(254, 'x'), v255(255, 'y');
     SetRegValue(port, "Long", v254);
     SetRegValue(port, "TooLong", v255);
@@ -71,7 +70,6 @@ TEST_F(RegistryTest, ValuesUpTo254CharactersReadWhole) {
 }
 
 TEST_F(RegistryTest, TheLimitCountsCharacters) {
-    ScriptedPort port;
     auto repeat = [](const std::string& piece, int n) {
         std::string out;
         for (int i = 0; i < n; ++i)
@@ -109,7 +107,6 @@ class NoticeCollector {
 TEST_F(RegistryTest, ReadingNeverWrites) {
     GetRegValue("Nada", "Nueva");
     EXPECT_FALSE(std::filesystem::exists(QuorvexHome()));
-    ScriptedPort port;
     SetRegValue(port, "Active", "/datos/EMP.QVT");
     const std::string before = ReadAll(RegistryFile());
     const auto stamp = std::filesystem::last_write_time(RegistryFile());
@@ -122,7 +119,6 @@ TEST_F(RegistryTest, ReadingNeverWrites) {
 // A file the store cannot understand is read as empty and left as it is; the first write puts
 // it aside, under a name that says so, and starts a new one. Both are told.
 TEST_F(RegistryTest, ADamagedFileIsReportedAndKeptAside) {
-    ScriptedPort port;
     SetRegValue(port, "Active", "/datos/EMP.QVT");
     const std::string damaged = ReadAll(RegistryFile()) + "basura sin comillas\n";
     std::ofstream(RegistryFile(), std::ios::binary) << damaged;
@@ -152,7 +148,6 @@ TEST_F(RegistryTest, ADamagedFileIsReportedAndKeptAside) {
 
 TEST_F(RegistryTest, AFileThatCannotBeReadIsNotReplaced) {
     if (::geteuid() == 0) GTEST_SKIP() << "root reads every file";
-    ScriptedPort port;
     SetRegValue(port, "Active", "/datos/EMP.QVT");
     ::chmod(RegistryFile().c_str(), 0);
     NoticeCollector told;
@@ -165,7 +160,6 @@ TEST_F(RegistryTest, AFileThatCannotBeReadIsNotReplaced) {
 }
 
 TEST_F(RegistryTest, WritesKeepPermissionsAndCleanStaleTemporaries) {
-    ScriptedPort port;
     SetRegValue(port, "Active", "/datos/EMP.QVT");
     namespace fs = std::filesystem;
     EXPECT_EQ(fs::status(RegistryFile()).permissions(),
@@ -190,7 +184,6 @@ TEST_F(RegistryTest, UnwritableStoreShowsTheAbortMessageAndEnds) {
     std::ofstream(blocker) << "x";
     ::setenv("QUORVEX_HOME", (blocker + "/quorvex").c_str(), 1);
     ResetSettingsBackends();
-    ScriptedPort port;
     try {
         SetRegValue(port, "Ultima", "1", "Punteo");
         FAIL() << "the program should have ended";
@@ -212,7 +205,6 @@ TEST_F(RegistryTest, ConcurrentWritersLoseNothing) {
         ASSERT_GE(pid, 0);
         if (pid == 0) {
             ResetSettingsBackends();
-            ScriptedPort port;
             for (int v = 0; v < kValues; ++v)
                 SetRegValue(port, "V" + std::to_string(p) + "_" + std::to_string(v),
                             std::to_string(p * 1000 + v), "Carrera");

@@ -59,129 +59,116 @@ std::vector<AmountItem> EmptyList() {
     return {AmountItem{}};
 }
 
-TEST(SplitByAmounts, PairsDebitWithEqualCreditAndLeavesSecondDebitOpen) {
-    Recorder r;
-    auto d = EmptyList(), c = EmptyList();
-    r.Split(Extract({{"100", "0", ""}, {"100", "0", ""}, {"0", "-100", ""}}), d, c);
-    ASSERT_EQ(d.size(), 2u);
-    ASSERT_EQ(c.size(), 1u);
-    EXPECT_EQ(d[0].reference, "RF-1");
-    EXPECT_EQ(c[0].reference, "RF-1");
-    EXPECT_EQ(c[0].amount, 100.0);
-    EXPECT_EQ(d[1].open, kItemOpen);
-    EXPECT_EQ(d[1].reference, "");
-    EXPECT_EQ(r.next(), 1);
+// Each item as "row:reference" once closed, "row:." while open, "row:?reference" while open with
+// a reference of the user's own, "row:-" closed without one (the empty first item a list keeps
+// when nothing was added to it).
+std::string Marks(const std::vector<AmountItem>& list) {
+    std::string out;
+    for (const AmountItem& it : list) {
+        if (!out.empty()) out += ' ';
+        out += std::to_string(it.row) + ":" +
+               (it.open == kItemOpen ? (it.reference.empty() ? "." : "?" + it.reference)
+                                     : (it.reference.empty() ? "-" : it.reference));
+    }
+    return out;
 }
 
-TEST(SplitByAmounts, ReversalAmongDebitsWithoutCreditsKeepsCreditEmptyItem) {
+TEST(SplitByAmounts, ListsAndGroupsAsTheRowsGiveThem) {
+    struct Case {
+        const char* what;
+        std::vector<std::array<std::string, 3>> rows;
+        const char* debits;
+        const char* credits;
+    } cases[] = {
+        {"a debit pairs with an equal credit, the second debit stays open",
+         {{"100", "0", ""}, {"100", "0", ""}, {"0", "-100", ""}},
+         "1:RF-1 2:.",
+         "3:RF-1"},
+        {"a reversal among debits, no credits",
+         {{"50", "0", ""}, {"-50", "0", ""}},
+         "1:RF-1 2:RF-1",
+         "0:-"},
+        // No one-to-many matching without debits.
+        {"no debits: credits reverse each other",
+         {{"0", "-30", ""}, {"0", "30", ""}, {"0", "-10", ""}},
+         "0:-",
+         "1:RF-1 2:RF-1 3:."},
+        // "rf-" is no system reference.
+        {"a system reference is listed closed and never regrouped",
+         {{"100", "0", "RF-7"}, {"0", "-100", ""}, {"0", "-30", "rf-1"}},
+         "1:RF-7",
+         "2:. 3:?rf-1"},
+        {"unreadable and zero amounts are left out",
+         {{"abc", "", ""}, {"0", "0", ""}, {"", "-1,5", ""}},
+         "0:-",
+         "3:."},
+    };
+    for (const Case& k : cases) {
+        Recorder r;
+        auto d = EmptyList(), c = EmptyList();
+        r.Split(Extract(k.rows), d, c);
+        EXPECT_EQ(Marks(d), k.debits) << k.what;
+        EXPECT_EQ(Marks(c), k.credits) << k.what;
+    }
+    // A credit is listed by its size, read the Spanish way; the gauge runs over the credits,
+    // then over the debit list's one (empty) item.
     Recorder r;
     auto d = EmptyList(), c = EmptyList();
-    r.Split(Extract({{"50", "0", ""}, {"-50", "0", ""}}), d, c);
-    ASSERT_EQ(d.size(), 2u);
-    EXPECT_EQ(d[0].reference, "RF-1");
-    EXPECT_EQ(d[1].reference, "RF-1");
-    ASSERT_EQ(c.size(), 1u);
-    EXPECT_EQ(c[0], AmountItem{});
-}
-
-TEST(SplitByAmounts, NoDebitRowsKeepsDebitEmptyItemAndReversesCredits) {
-    Recorder r;
-    auto d = EmptyList(), c = EmptyList();
-    r.Split(Extract({{"0", "-30", ""}, {"0", "30", ""}, {"0", "-10", ""}}), d, c);
-    EXPECT_EQ(d, EmptyList());
-    ASSERT_EQ(c.size(), 3u);
-    EXPECT_EQ(c[0].reference, "RF-1");
-    EXPECT_EQ(c[1].reference, "RF-1");
-    EXPECT_EQ(c[2].open, kItemOpen);  // no one-to-many matching without debits
+    r.Split(Extract({{"0", "-30", ""}, {"0", "30", ""}, {"", "-1,5", ""}}), d, c);
+    EXPECT_EQ(c[2].amount, 1.5);
     EXPECT_EQ(r.progress.front(), std::make_pair(-1, 0));
-    EXPECT_EQ(r.progress.back(), std::make_pair(1, 1));  // the debit list's one item
+    EXPECT_EQ(r.progress.back(), std::make_pair(1, 1));
 }
 
-TEST(SplitByAmounts, SystemReferenceIsListedClosedAndNeverRegrouped) {
-    Recorder r;
-    auto d = EmptyList(), c = EmptyList();
-    r.Split(Extract({{"100", "0", "RF-7"}, {"0", "-100", ""}, {"0", "-30", "rf-1"}}), d, c);
-    EXPECT_EQ(d[0].open, kItemClosed);
-    EXPECT_EQ(d[0].reference, "RF-7");
-    EXPECT_EQ(c[0].open, kItemOpen);
-    EXPECT_EQ(c[1].open, kItemOpen);  // "rf-" is no system reference
-    EXPECT_EQ(r.next(), 0);
+std::vector<AmountItem> Items(std::initializer_list<double> amounts) {
+    std::vector<AmountItem> out;
+    for (double a : amounts)
+        out.push_back(Open(a, static_cast<std::int32_t>(out.size())));
+    return out;
 }
 
-TEST(SplitByAmounts, UnreadableOrZeroAmountsAreLeftOut) {
-    Recorder r;
-    auto d = EmptyList(), c = EmptyList();
-    r.Split(Extract({{"abc", "", ""}, {"0", "0", ""}, {"", "-1,5", ""}}), d, c);
-    EXPECT_EQ(d, EmptyList());
-    ASSERT_EQ(c.size(), 1u);
-    EXPECT_EQ(c[0].row, 3);
-    EXPECT_EQ(c[0].amount, 1.5);
-}
-
-TEST(MatchSubsets, PassOnePrefersPairOverLongerRun) {
-    Recorder r;
-    std::vector<AmountItem> t{Open(300)}, p{Open(100), Open(200), Open(50)};
-    r.Subsets(t, p);
-    EXPECT_EQ(t[0].reference, "RF-1");
-    EXPECT_EQ(p[0].reference, "RF-1");
-    EXPECT_EQ(p[1].reference, "RF-1");
-    EXPECT_EQ(p[2].open, kItemOpen);
-}
-
-TEST(MatchSubsets, PassTwoTakesEverythingThatFitsInOrder) {
-    Recorder r;
-    std::vector<AmountItem> t{Open(350)}, p{Open(100), Open(200), Open(50)};
-    r.Subsets(t, p);
-    for (const auto& it : p)
-        EXPECT_EQ(it.reference, "RF-1");
-    EXPECT_EQ(t[0].open, kItemClosed);
-}
-
-TEST(MatchSubsets, PassTwoRestartsFromNextItemAndSkipsWhatDoesNotFit) {
-    Recorder r;
-    std::vector<AmountItem> t{Open(260)}, p{Open(100), Open(200), Open(50), Open(10)};
-    r.Subsets(t, p);
-    EXPECT_EQ(p[0].open, kItemOpen);
-    EXPECT_EQ(p[1].reference, "RF-1");
-    EXPECT_EQ(p[2].reference, "RF-1");
-    EXPECT_EQ(p[3].reference, "RF-1");
-}
-
-TEST(MatchSubsets, AllPairsBeforeAnyRunAndClosedItemsStayOut) {
-    Recorder r;
-    // The first target would take the run 50 + 30 + 20 in pass 2, but pass 1 first gives the
-    // second target its pair 50 + 30; closed pool items never take part.
-    std::vector<AmountItem> t{Open(100), Open(80)}, p{Open(50), Open(30), Open(20), Open(50)};
-    p[3].open = kItemClosed;
-    p[3].reference = "RF-50";
-    r.Subsets(t, p);
-    EXPECT_EQ(t[1].reference, "RF-1");
-    EXPECT_EQ(p[0].reference, "RF-1");
-    EXPECT_EQ(p[1].reference, "RF-1");
-    EXPECT_EQ(t[0].open, kItemOpen);
-    EXPECT_EQ(p[2].open, kItemOpen);
-    EXPECT_EQ(p[3].reference, "RF-50");
-}
-
-TEST(MatchSubsets, ExactDoubleSumsDecide) {
-    Recorder r;
-    std::vector<AmountItem> t{Open(0.3)}, p{Open(0.1), Open(0.2)};
-    r.Subsets(t, p);
-    EXPECT_EQ(t[0].open, kItemOpen);  // 0.1 + 0.2 is not 0.3 in doubles
-    std::vector<AmountItem> t2{Open(0.1 + 0.2)}, p2{Open(0.1), Open(0.2)};
-    r.Subsets(t2, p2);
-    EXPECT_EQ(t2[0].open, kItemClosed);
-}
-
-TEST(MatchSubsets, SingleEqualItemClosesOnlyWhenAnotherOpenItemIsLookedAt) {
-    Recorder r;
-    std::vector<AmountItem> t{Open(80)}, p{Open(80)};
-    r.Subsets(t, p);
-    EXPECT_EQ(t[0].open, kItemOpen);
-    std::vector<AmountItem> t2{Open(80)}, p2{Open(5), Open(80)};
-    r.Subsets(t2, p2);
-    EXPECT_EQ(p2[1].reference, "RF-1");
-    EXPECT_EQ(p2[0].open, kItemOpen);
+TEST(MatchSubsets, PairsFirstThenRunsOnExactDoubleSums) {
+    struct Case {
+        const char* what;
+        std::vector<AmountItem> targets, pool;
+        const char* targetMarks;
+        const char* poolMarks;
+    } cases[] = {
+        {"pass 1 prefers a pair over a longer run", Items({300}), Items({100, 200, 50}), "0:RF-1",
+         "0:RF-1 1:RF-1 2:."},
+        {"pass 2 takes everything that fits, in order", Items({350}), Items({100, 200, 50}),
+         "0:RF-1", "0:RF-1 1:RF-1 2:RF-1"},
+        {"pass 2 restarts from the next item and skips what does not fit", Items({260}),
+         Items({100, 200, 50, 10}), "0:RF-1", "0:. 1:RF-1 2:RF-1 3:RF-1"},
+        // The first target would take the run 50 + 30 + 20 in pass 2, but pass 1 first gives the
+        // second target its pair 50 + 30; closed pool items never take part.
+        {"all pairs before any run; closed items stay out", Items({100, 80}),
+         [] {
+             auto p = Items({50, 30, 20, 50});
+             p[3].open = kItemClosed;
+             p[3].reference = "RF-50";
+             return p;
+         }(),
+         "0:. 1:RF-1", "0:RF-1 1:RF-1 2:. 3:RF-50"},
+        {"0.1 + 0.2 is not 0.3 in doubles", Items({0.3}), Items({0.1, 0.2}), "0:.", "0:. 1:."},
+        {"0.1 + 0.2 is itself", Items({0.1 + 0.2}), Items({0.1, 0.2}), "0:RF-1", "0:RF-1 1:RF-1"},
+        {"a single equal item alone stays open", Items({80}), Items({80}), "0:.", "0:."},
+        {"a single equal item closes once another open item is looked at", Items({80}),
+         Items({5, 80}), "0:RF-1", "0:. 1:RF-1"},
+        // Whole cents tell quickly that no pair reaches a target, but only doubles decide: cents
+        // that add up while the doubles do not form no group, and amounts that are no whole cents
+        // still pair.
+        {"cents never decide what doubles do not", Items({0.3, 0.1 + 0.2, 0.3}),
+         Items({0.1, 0.2, 0.1, 0.2}), "0:. 1:RF-1 2:.", "0:RF-1 1:RF-1 2:. 3:."},
+        {"amounts that are no whole cents pair", Items({1.0 + 0.001}), Items({5, 1.0, 0.001}),
+         "0:RF-1", "0:. 1:RF-1 2:RF-1"},
+    };
+    for (Case& k : cases) {
+        Recorder r;
+        r.Subsets(k.targets, k.pool);
+        EXPECT_EQ(Marks(k.targets), k.targetMarks) << k.what;
+        EXPECT_EQ(Marks(k.pool), k.poolMarks) << k.what;
+    }
 }
 
 // ---- The fast code against the literal rules -------------------------------------------------
@@ -366,32 +353,12 @@ TEST(MatchSubsets, PairFarDownALongPoolIsFound) {
     std::vector<AmountItem> pool;
     for (int i = 0; i < 500; ++i)
         pool.push_back(Open(1000 + i * 3, i));  // no two of these add up to 7.5
-    pool.push_back(Open(2.5, 500));
-    pool.push_back(Open(4.0, 501));
-    pool.push_back(Open(5.0, 502));
+    for (double a : {2.5, 4.0, 5.0})
+        pool.push_back(Open(a, static_cast<std::int32_t>(pool.size())));
     std::vector<AmountItem> t{Open(7.5)};
     r.Subsets(t, pool);
-    EXPECT_EQ(t[0].reference, "RF-1");
-    EXPECT_EQ(pool[500].reference, "RF-1");
-    EXPECT_EQ(pool[502].reference, "RF-1");
-    EXPECT_EQ(pool[501].open, kItemOpen);
-}
-
-// Whole cents tell quickly that no pair reaches a target, but only doubles decide: cents that
-// add up while the doubles do not must not form a group, and amounts that are no whole cents
-// must still pair.
-TEST(MatchSubsets, CentsNeverDecideWhatDoublesDoNot) {
-    Recorder r;
-    std::vector<AmountItem> t{Open(0.3), Open(0.1 + 0.2), Open(0.3)};
-    std::vector<AmountItem> p{Open(0.1), Open(0.2), Open(0.1), Open(0.2)};
-    r.Subsets(t, p);
-    EXPECT_EQ(t[0].open, kItemOpen);
-    EXPECT_EQ(t[1].reference, "RF-1");
-    EXPECT_EQ(t[2].open, kItemOpen);
-    std::vector<AmountItem> t2{Open(1.0 + 0.001)}, p2{Open(5), Open(1.0), Open(0.001)};
-    r.Subsets(t2, p2);
-    EXPECT_EQ(t2[0].reference, "RF-2");
-    EXPECT_EQ(p2[0].open, kItemOpen);
+    EXPECT_EQ(Marks(t), "0:RF-1");
+    EXPECT_EQ(Marks({pool.begin() + 499, pool.end()}), "499:. 500:RF-1 501:. 502:RF-1");
 }
 
 // Long pools of whole cents over a narrow range (dense, as a year of invoices gives them) and,

@@ -67,51 +67,41 @@ TEST_F(AccountRunTest, SaveAccountWritesBothGridsAsOnePostingAndCountsItsGroups)
     struct Case {
         const char* what;
         std::vector<GridRow> debits, credits;
-        std::size_t written;
-        int balanced, unbalanced;
-        std::size_t openDebits, openCredits;  // rows of an entry left on each grid
+        struct {
+            std::size_t written;
+            int balanced, unbalanced;
+            std::size_t openDebits, openCredits;  // rows of an entry left on each grid
+        } want;
     };
     const std::vector<Case> cases{
-        {"nothing on either grid", {}, {}, 0, 0, 0, 0, 0},
+        {"nothing on either grid", {}, {}, {0, 0, 0, 0, 0}},
         {"one group that balances across both grids",
          {Row(r25[0], 1, "RF-50", "100,00")},
          {Row(r25[1], 1, "RF-50", "-60,00"), Row(r25[2], 1, "RF-50", "-40,00")},
-         3,
-         1,
-         0,
-         0,
-         0},
+         {3, 1, 0, 0, 0}},
         {"a group short of its last payment, an open row from last year",
          {Row(r25[0], 1, "RF-50", "100,00"), Row(r24[0], 2, "", "75,00")},
          {Row(r25[1], 1, "RF-50", "-60,00")},
-         3,
-         0,
-         1,
-         1,
-         0},
+         {3, 0, 1, 1, 0}},
         {"only the credit grid holds rows, one with a reference of the user's own",
          {},
          {Row(r25[1], 1, "1234", "-60,00")},
-         1,
-         0,
-         0,
-         0,
-         1},
+         {1, 0, 0, 0, 1}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         const SaveResult r = SaveAccount(s, Account(c.debits, c.credits));
-        EXPECT_EQ(r.posting.rows.size(), c.written);
-        EXPECT_EQ(r.groupsBalanced, c.balanced);
-        EXPECT_EQ(r.groupsUnbalanced, c.unbalanced);
+        EXPECT_EQ(r.posting.rows.size(), c.want.written);
+        EXPECT_EQ(r.groupsBalanced, c.want.balanced);
+        EXPECT_EQ(r.groupsUnbalanced, c.want.unbalanced);
         auto open = [](const std::vector<GridRow>& rows) {
             std::size_t n = 0;
             for (const GridRow& row : rows)
                 n += row.company != 0;
             return n;
         };
-        EXPECT_EQ(open(r.debits), c.openDebits);
-        EXPECT_EQ(open(r.credits), c.openCredits);
+        EXPECT_EQ(open(r.debits), c.want.openDebits);
+        EXPECT_EQ(open(r.credits), c.want.openCredits);
         // A grid never comes back without rows: an empty one keeps its row of no entry.
         EXPECT_FALSE(r.debits.empty());
         EXPECT_FALSE(r.credits.empty());

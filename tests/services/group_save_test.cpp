@@ -68,101 +68,76 @@ TEST_F(SaveAllTest, SavesFromTheLastEntryAndDropsTheAccountsThatComeOutAtZero) {
     struct Case {
         const char* what;
         std::vector<std::string> entries;
-        bool zeroShown;
-        int stopAt;  // the account during which the stop is asked (-1 before the run, 0 never)
+        struct {
+            bool zeroShown;
+            int stopAt;  // the account during which the stop is asked (-1 before the run, 0 never)
+            bool zeroShownAfter;
+            std::int32_t written;
+        } run;
         // Each account in turn: "n de N #index entry" and whether it left the list.
         std::vector<std::string> steps;
         std::vector<std::string> remaining;
-        bool zeroShownAfter;
-        std::int32_t written;
     };
     const std::vector<Case> cases{
-        {"an empty list", {}, true, 0, {}, {}, true, 0},
+        {"an empty list", {}, {true, 0, true, 0}, {}, {}},
         {"the balanced account leaves, the owing one stays",
          {kPaid, kOpen},
-         false,
-         0,
+         {false, 0, true, 3},
          {"1 de 2 #1 " + kOpen + ": queda", "2 de 2 #0 " + kPaid + ": sale"},
-         {kOpen},
-         true,
-         3},
+         {kOpen}},
         {"an account without movements after a balanced one leaves too",
          {kIdle, kPaid},
-         false,
-         0,
+         {false, 0, true, 2},
          {"1 de 2 #1 " + kPaid + ": sale", "2 de 1 #0 " + kIdle + ": sale"},
-         {},
-         true,
-         2},
+         {}},
         {"an account without movements after an owing one stays",
          {kIdle, kOpen},
-         true,
-         0,
+         {true, 0, false, 1},
          {"1 de 2 #1 " + kOpen + ": queda", "2 de 2 #0 " + kIdle + ": queda"},
-         {kIdle, kOpen},
-         false,
-         1},
+         {kIdle, kOpen}},
         {"an account without movements alone follows the picture shown before",
          {kIdle},
-         true,
-         0,
+         {true, 0, true, 0},
          {"1 de 1 #0 " + kIdle + ": sale"},
-         {},
-         true,
-         0},
+         {}},
         {"the same with no zero shown before",
          {kIdle},
-         false,
-         0,
+         {false, 0, false, 0},
          {"1 de 1 #0 " + kIdle + ": queda"},
-         {kIdle},
-         false,
-         0},
+         {kIdle}},
         {"paid across two years or four thousandths short is no zero balance",
          {kAcross, kNearly},
-         true,
-         0,
+         {true, 0, false, 4},
          {"1 de 2 #1 " + kNearly + ": queda", "2 de 2 #0 " + kAcross + ": queda"},
-         {kAcross, kNearly},
-         false,
-         4},
+         {kAcross, kNearly}},
         {"a stop during the first account ends the run after it",
          {kOpen, kNearly, kPaid},
-         false,
-         1,
+         {false, 1, true, 2},
          {"1 de 3 #2 " + kPaid + ": sale"},
-         {kOpen, kNearly},
-         true,
-         2},
+         {kOpen, kNearly}},
         {"a stop during the second account ends the run after it",
          {kOpen, kNearly, kPaid},
-         false,
-         2,
+         {false, 2, false, 4},
          {"1 de 3 #2 " + kPaid + ": sale", "2 de 2 #1 " + kNearly + ": queda"},
-         {kOpen, kNearly},
-         false,
-         4},
+         {kOpen, kNearly}},
         {"a stop asked before the run still saves one account",
          {kOpen, kPaid},
-         false,
-         -1,
+         {false, -1, true, 2},
          {"1 de 2 #1 " + kPaid + ": sale"},
-         {kOpen},
-         true,
-         2},
+         {kOpen}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         Books b;
         std::stop_source stop;
-        if (c.stopAt < 0) stop.request_stop();
+        if (c.run.stopAt < 0) stop.request_stop();
         std::vector<std::string> steps;
         SaveAllCallbacks callbacks;
         callbacks.beforeAccount = [&](const GroupStep& step) {
             steps.push_back(std::to_string(step.done + 1) + " de " +
                             std::to_string(step.remaining) + " #" + std::to_string(step.index) +
                             " " + step.entry);
-            if (static_cast<int>(steps.size()) == c.stopAt) stop.request_stop();
+            if (static_cast<int>(steps.size()) == c.run.stopAt) stop.request_stop();
         };
         callbacks.afterAccount = [&](const GroupStep& step, const AccountOutcome& outcome,
                                      bool removed) {
@@ -171,17 +146,17 @@ TEST_F(SaveAllTest, SavesFromTheLastEntryAndDropsTheAccountsThatComeOutAtZero) {
             EXPECT_EQ(outcome.account.substr(0, 10), step.entry.substr(0, 10));
             steps.back() += removed ? ": sale" : ": queda";
         };
-        const SaveAllResult r = SaveAll(b.s, c.entries, " 43 ", {"", b.y25, {}}, c.zeroShown,
+        const SaveAllResult r = SaveAll(b.s, c.entries, " 43 ", {"", b.y25, {}}, c.run.zeroShown,
                                         stop.get_token(), callbacks);
         EXPECT_EQ(steps, c.steps);
         EXPECT_EQ(r.done, static_cast<std::int32_t>(c.steps.size()));
-        EXPECT_EQ(r.stopped, c.stopAt != 0);
+        EXPECT_EQ(r.stopped, c.run.stopAt != 0);
         EXPECT_EQ(r.remaining, c.remaining);
-        EXPECT_EQ(r.zeroBalanceShown, c.zeroShownAfter);
-        EXPECT_EQ(r.entriesWritten, c.written);
+        EXPECT_EQ(r.zeroBalanceShown, c.run.zeroShownAfter);
+        EXPECT_EQ(r.entriesWritten, c.run.written);
         EXPECT_EQ(b.s.RunInProgress, nullptr);
         // A run that wrote something is one run of the journal, finished, after a stop too.
-        if (c.written == 0) continue;
+        if (c.run.written == 0) continue;
         const std::vector<RunInfo> runs = RunJournal(b.y24, false).Runs();
         ASSERT_EQ(runs.size(), 1u);
         EXPECT_EQ(runs[0].command, "save-all");

@@ -51,40 +51,31 @@ TEST_F(ReviewBalanceTest, RowsUpToEachZeroDateShareOneReference) {
         const char* account;
         std::vector<Line> lines;
         std::vector<std::string> zeroDates;
-        std::size_t drawn;
-        int balanced, unbalanced;
-        std::size_t openDebits, openCredits;
+        // References drawn, groups balanced and unbalanced, rows left open in each grid.
+        struct {
+            std::size_t drawn;
+            int balanced, unbalanced;
+            std::size_t openDebits, openCredits;
+        } want;
     };
     const std::vector<Case> cases{
         {"a balance that never returns to zero",
          "4300000001",
          {{1, "05/01/25", 100.0}, {1, "06/01/25", -40.0}},
          {""},
-         0,
-         0,
-         0,
-         1,
-         1},
+         {0, 0, 0, 1, 1}},
         {"six tenths of a cent is not zero",
          "4300000002",
          {{1, "01/04/25", 30.0}, {1, "02/04/25", -29.994}},
          {""},
-         0,
-         0,
-         0,
-         1,
-         1},
+         {0, 0, 0, 1, 1}},
         {"zero once; the invoice after it stays open",
          "4300000003",
          {{1, "05/01/25", 100.0, "", "", 0},
           {1, "10/01/25", -100.0, "", "", 0},
           {1, "20/01/25", 30.0}},
          {"", "10/01/25"},
-         1,
-         1,
-         0,
-         1,
-         0},
+         {1, 1, 0, 1, 0}},
         {"zero in each year: the later date takes every row up to it",
          "4300000004",
          {{2, "05/01/24", 100.0, "", "", 1},
@@ -93,31 +84,19 @@ TEST_F(ReviewBalanceTest, RowsUpToEachZeroDateShareOneReference) {
           {1, "03/02/25", -40.0, "", "", 1},
           {1, "04/02/25", 7.0}},
          {"", "10/01/24", "03/02/25"},
-         2,
-         1,
-         0,
-         1,
-         0},
+         {2, 1, 0, 1, 0}},
         {"each year's balance starts from nothing",
          "4300000005",
          {{2, "05/01/24", 100.0}, {1, "06/01/25", -100.0}},
          {""},
-         0,
-         0,
-         0,
-         1,
-         1},
+         {0, 0, 0, 1, 1}},
         {"a zero date before every row left on the grids draws nothing",
          "4300000006",
          {{1, "05/01/25", 100.0, "", "RF-77", -1, false},
           {1, "06/01/25", -100.0, "", "RF-77", -1, false},
           {1, "20/01/25", 30.0}},
          {"", "06/01/25"},
-         0,
-         0,
-         0,
-         1,
-         0},
+         {0, 0, 0, 1, 0}},
         {"regularisation entries count for nothing but take the reference",
          "4300000007",
          {{1, "01/03/25", 50.0, "", "", 0},
@@ -125,11 +104,7 @@ TEST_F(ReviewBalanceTest, RowsUpToEachZeroDateShareOneReference) {
           {1, "03/03/25", -50.0, "", "", 0},
           {1, "04/03/25", 20.0, "C"}},
          {"", "03/03/25"},
-         1,
-         0,
-         1,
-         1,
-         0},
+         {1, 0, 1, 1, 0}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
@@ -158,20 +133,20 @@ TEST_F(ReviewBalanceTest, RowsUpToEachZeroDateShareOneReference) {
 
         const ReviewResult r = ReviewBalance(s, c.account, grids);
         EXPECT_EQ(r.zeroDates, c.zeroDates);
-        ASSERT_EQ(r.references.size(), c.drawn);
-        if (c.drawn == 2) {
+        ASSERT_EQ(r.references.size(), c.want.drawn);
+        if (c.want.drawn == 2) {
             EXPECT_NE(r.references[0], r.references[1]);
         }
-        EXPECT_EQ(r.saved.groupsBalanced, c.balanced);
-        EXPECT_EQ(r.saved.groupsUnbalanced, c.unbalanced);
+        EXPECT_EQ(r.saved.groupsBalanced, c.want.balanced);
+        EXPECT_EQ(r.saved.groupsUnbalanced, c.want.unbalanced);
         auto open = [](const std::vector<GridRow>& rows) {
             std::size_t n = 0;
             for (const GridRow& row : rows)
                 n += row.company != 0;
             return n;
         };
-        EXPECT_EQ(open(r.saved.debits), c.openDebits);
-        EXPECT_EQ(open(r.saved.credits), c.openCredits);
+        EXPECT_EQ(open(r.saved.debits), c.want.openDebits);
+        EXPECT_EQ(open(r.saved.credits), c.want.openCredits);
         for (const std::string& ref : r.references)
             EXPECT_NE(r.saved.nextReference, ref);
 

@@ -1,8 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
-
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
@@ -263,13 +260,19 @@ TEST(SaveFile, TheChosenPathOrEmptyWhenCancelled) {
     EXPECT_EQ(port.AskSaveFile("Guardar informe", "informe.pdf", "PDF (*.pdf)"), "");
 }
 
-TEST(ReportView, PagesAreLaidOutWithQtFontsAndDrawn) {
+// A report of the window's columns; its text is the caller's.
+ReportRequest Report() {
     ReportRequest r;
     r.title = "Informe de punteo de extractos";
     r.columns = "Fecha,Asiento,Descripción,Referencia,Importe";
     r.alignments = "5,0,0,0,3";
     r.date = "23/11/26";
     r.companyName = "DEMO2025";
+    return r;
+}
+
+TEST(ReportView, PagesAreLaidOutWithQtFontsAndDrawn) {
+    ReportRequest r = Report();
     r.text =
         "_4300000001 - Comercial García\r\n01/02/25\t7\tFra. 12\t\t1.210,00\r\n\r\n\t\tTotal\t\t"
         "1.210,00\r\n";
@@ -295,10 +298,7 @@ TEST(ReportView, PagesAreLaidOutWithQtFontsAndDrawn) {
 
 // Pages of a PDF file: its page objects.
 int PdfPageCount(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream all;
-    all << in.rdbuf();
-    const std::string pdf = all.str();
+    const std::string pdf = testing::ReadAll(path);
     int pages = 0;
     for (std::size_t at = pdf.find("/Type /Page"); at != std::string::npos;
          at = pdf.find("/Type /Page", at + 1))
@@ -310,12 +310,7 @@ int PdfPageCount(const std::string& path) {
 // whatever its length.
 TEST(ReportView, ThePreviewHasAsManyPagesAsThePdf) {
     testing::TempDir dir;
-    ReportRequest r;
-    r.title = "Informe de punteo de extractos";
-    r.columns = "Fecha,Asiento,Descripción,Referencia,Importe";
-    r.alignments = "5,0,0,0,3";
-    r.date = "23/11/26";
-    r.companyName = "DEMO2025";
+    ReportRequest r = Report();
     r.criteria = {{"Cuentas", "desde 1 hasta 9"}};
     r.totals = ReportTotals{};
     std::string text;

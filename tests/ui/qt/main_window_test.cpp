@@ -169,9 +169,7 @@ TEST(MainWindow, TheMinimumSizeFitsA1024By768ScreenAndShowsEveryControl) {
 
 TEST(MainWindow, ResizeFollowsTheLayoutRulesWhereTheyHold) {
     WindowFixture f;
-    MainWindow& win = *f.window;
-    win.show();
-    win.resize(1300, 800);
+    MainWindow& win = f.Shown();
     QApplication::processEvents();
     double dpi = win.dpi();
     const double w = PixelsToTwips(1300, dpi);
@@ -209,9 +207,7 @@ TEST(MainWindow, ResizeFollowsTheLayoutRulesWhereTheyHold) {
 
 TEST(MainWindow, NoticesOfTheEnhancedMatchingStayBesideTheBalanceUntilClicked) {
     WindowFixture f;
-    MainWindow& win = *f.window;
-    win.show();
-    win.resize(1300, 800);
+    MainWindow& win = f.Shown();
     QLabel* notice = win.noticeLabel();
     EXPECT_FALSE(notice->isVisible());
     const std::string first = "Punteo mejorado: la cuenta 4300000001 llegó al límite";
@@ -282,8 +278,7 @@ TEST(MainWindow, GridsWaitWhileRedrawIsOff) {
 
 TEST(MainWindow, BalanceLabelColourAndWeightAndStatusPictures) {
     WindowFixture f;
-    MainWindow& win = *f.window;
-    win.show();
+    MainWindow& win = f.Shown();
     f.w->SaldoCta.setCaption("Saldo Cuenta: -120,00");
     f.w->SaldoCta.setForeColor(kColourRed);
     f.w->SaldoCta.setBold(true);
@@ -349,9 +344,7 @@ TEST(MainWindow, ToolbarsCarryTheButtonMapsAndSwitchToTheStopButton) {
 
 TEST(MainWindow, ACellClickRecordsTheSelectionAndShiftGivesModifierOne) {
     WindowFixture f;
-    MainWindow& win = *f.window;
-    win.resize(1300, 800);
-    win.show();
+    MainWindow& win = f.Shown();
     FillGrid(f.w->SGrid2, 10);
     f.w->newref.setText("RF-500");
     win.Refresh();
@@ -375,9 +368,7 @@ TEST(MainWindow, ACellClickRecordsTheSelectionAndShiftGivesModifierOne) {
 
 TEST(MainWindow, AccountListFollowsTheStateAndAClickSelects) {
     WindowFixture f;
-    MainWindow& win = *f.window;
-    win.resize(1300, 800);
-    win.show();
+    MainWindow& win = f.Shown();
     f.w->List2.AddItem("4300000001 CLIENTE UNO");
     f.w->List2.AddItem("4300000002 CLIENTE DOS");
     f.w->List2.AddItem("4300000003 CLIENTE TRES");
@@ -400,8 +391,7 @@ TEST(MainWindow, AccountListFollowsTheStateAndAClickSelects) {
 
 TEST(MainWindow, AProgramEndFromAHandlerClosesTheWindowWithItsCode) {
     WindowFixture f;
-    MainWindow& win = *f.window;
-    win.show();
+    MainWindow& win = f.Shown();
     f.w->List2.AddItem("4300000001 CLIENTE UNO");
     win.Refresh();
     f.w->List2.onClick = [] { throw ProgramEnd{3}; };
@@ -412,8 +402,7 @@ TEST(MainWindow, AProgramEndFromAHandlerClosesTheWindowWithItsCode) {
 
 TEST(MainWindow, AHostFailureIsShownThenEndsTheProgram) {
     WindowFixture f;
-    MainWindow& win = *f.window;
-    win.show();
+    MainWindow& win = f.Shown();
     f.w->List2.AddItem("4300000001 CLIENTE UNO");
     win.Refresh();
     QString shown;
@@ -430,8 +419,7 @@ TEST(MainWindow, AHostFailureIsShownThenEndsTheProgram) {
 
 TEST(MainWindow, TextBoxesWriteBackWhatTheUserTypes) {
     WindowFixture f;
-    MainWindow& win = *f.window;
-    win.show();
+    MainWindow& win = f.Shown();
     QLineEdit* desFac = qobject_cast<QLineEdit*>(win.control(Ctl::DesFac));
     desFac->clear();
     QTest::keyClicks(desFac, "Factura");
@@ -443,9 +431,7 @@ TEST(MainWindow, TextBoxesWriteBackWhatTheUserTypes) {
 
 TEST(GaugeWidget, DrawsTheBarAndTheCentredPercentage) {
     WindowFixture f;
-    MainWindow& win = *f.window;
-    win.resize(1300, 800);
-    win.show();
+    MainWindow& win = f.Shown();
     GaugeWidget* g = qobject_cast<GaugeWidget*>(win.control(Ctl::Picture1));
     ASSERT_NE(g, nullptr);
     f.w->UpdateGauge(-1);

@@ -2,6 +2,7 @@
 // Shared pieces of the Qt shell's tests: a window over a fresh state with its settings in a
 // temporary folder.
 
+#include <gtest/gtest.h>
 #include <QApplication>
 #include <QTest>
 #include <memory>
@@ -32,12 +33,50 @@ struct WindowFixture {
         w = std::make_unique<Pndra>(*port);
         window = std::make_unique<MainWindow>(*w, *port);
     }
+    // The window shown at a working size.
+    MainWindow& Shown(int width = 1300, int height = 800) {
+        window->resize(width, height);
+        window->show();
+        return *window;
+    }
     ~WindowFixture() {
         window.reset();
         w.reset();
         port.reset();
         ResetSettingsBackends();
     }
+};
+
+// The window as the program starts it, over the active company of the settings kept in `home`:
+// loaded and shown.
+class StartedWindow : public ::testing::Test {
+  protected:
+    void UseHome() {
+        setenv("QUORVEX_HOME", (home.path() / "home").c_str(), 1);
+        ResetSettingsBackends();
+    }
+    void Start(const std::string& commandLine = "") {
+        port = std::make_unique<QtPort>();
+        w = std::make_unique<Pndra>(*port);
+        w->CommandLine = commandLine;
+        window = std::make_unique<MainWindow>(*w, *port);
+        ASSERT_TRUE(window->Load());
+        window->show();
+        window->resize(1300, 820);
+        QApplication::processEvents();
+    }
+    void TearDown() override {
+        if (port) port->onDialog = nullptr;
+        window.reset();
+        w.reset();
+        port.reset();
+        ResetSettingsBackends();
+    }
+
+    TempDir home;
+    std::unique_ptr<QtPort> port;
+    std::unique_ptr<Pndra> w;
+    std::unique_ptr<MainWindow> window;
 };
 
 // Fills a grid with n rows as the matching run leaves them.

@@ -103,11 +103,10 @@ TEST(GridFilter, EveryTermMustMeetTheRow) {
 // Customer 4300000001 has five entries no matching groups and one invoice that its payment
 // settles: after a load and save the debit grid keeps 1.000,00 + 250,10 + 99,99 = 1.350,09 in
 // three entries and the credit grid -50,05 - 12,34 = -62,39 in two.
-class LedgerWindow : public ::testing::Test {
+class LedgerWindow : public testing::StartedWindow {
   protected:
     void SetUp() override {
-        setenv("QUORVEX_HOME", (home.path() / "home").c_str(), 1);
-        ResetSettingsBackends();
+        UseHome();
         company = ledger.Company("E5", "Empresa", 2025);
         ledger.Accounts(company, {{"4300000001", "Cliente uno"},
                                   {"4300000002", "Cliente dos"},
@@ -121,23 +120,11 @@ class LedgerWindow : public ::testing::Test {
                                  {"4300000001", "01/03/25", "7", "Cobro Fra. 7", 2, -500.0},
                                  {"4300000002", "01/03/25", "8", "Venta D", 1, 10.0}});
         ledger.SetActive(company);
-        port = std::make_unique<QtPort>();
-        w = std::make_unique<Pndra>(*port);
-        window = std::make_unique<MainWindow>(*w, *port);
-        ASSERT_TRUE(window->Load());
-        window->show();
-        window->resize(1300, 820);
+        ASSERT_NO_FATAL_FAILURE(Start());
         QApplication::setActiveWindow(window.get());
         QApplication::processEvents();
         window->ClickToolbar(1, 8);  // every account: 4300000001, 4300000002, 4300000003
         ASSERT_EQ(w->List2.ListCount(), 3);
-    }
-    void TearDown() override {
-        port->onDialog = nullptr;
-        window.reset();
-        w.reset();
-        port.reset();
-        ResetSettingsBackends();
     }
 
     void ClickListRow(int row) {
@@ -180,12 +167,8 @@ class LedgerWindow : public ::testing::Test {
         return out;
     }
 
-    testing::TempDir home;
     Ledger ledger;
     std::string company;
-    std::unique_ptr<QtPort> port;
-    std::unique_ptr<Pndra> w;
-    std::unique_ptr<MainWindow> window;
     QString asked;
 };
 
@@ -485,9 +468,7 @@ TEST_F(LedgerWindow, ShortcutsReachTheCommands) {
 
 TEST(Keyboard, TabVisitsEveryControlAndLeavesTheMaskBox) {
     WindowFixture f;
-    MainWindow& win = *f.window;
-    win.show();
-    win.resize(1300, 800);
+    MainWindow& win = f.Shown();
     QApplication::setActiveWindow(&win);
     FillGrid(f.w->SGrid1, 4);
     FillGrid(f.w->SGrid2, 4);
@@ -511,9 +492,7 @@ TEST(Keyboard, TabVisitsEveryControlAndLeavesTheMaskBox) {
 
 TEST(Keyboard, ArrowsInTheReferenceColumnShowItsSumsAndSpaceAssigns) {
     WindowFixture f;
-    MainWindow& win = *f.window;
-    win.show();
-    win.resize(1300, 800);
+    MainWindow& win = f.Shown();
     QApplication::setActiveWindow(&win);
     FillGrid(f.w->SGrid1, 6);  // rows 3 and 6 carry RF-1 and RF-2
     f.w->newref.setText("RF-77");

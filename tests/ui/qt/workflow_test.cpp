@@ -34,11 +34,10 @@
 namespace pendara {
 namespace {
 
-class Workflow : public ::testing::Test {
+class Workflow : public testing::StartedWindow {
   protected:
     void SetUp() override {
-        setenv("QUORVEX_HOME", (home.path() / "home").c_str(), 1);
-        ResetSettingsBackends();
+        UseHome();
         int rc = QProcess::execute(
             QStringLiteral(QVDATA_EXE),
             {QStringLiteral("demo"), QString::fromStdString((home.path() / "demo").string()),
@@ -46,20 +45,7 @@ class Workflow : public ::testing::Test {
              QStringLiteral("--entries-per-year"), QStringLiteral("400"), QStringLiteral("--years"),
              QStringLiteral("2")});
         ASSERT_EQ(rc, 0);
-        port = std::make_unique<QtPort>();
-        w = std::make_unique<Pndra>(*port);
-        w->CommandLine = commandLine;
-        window = std::make_unique<MainWindow>(*w, *port);
-        ASSERT_TRUE(window->Load());
-        window->show();
-        window->resize(1300, 820);
-        QApplication::processEvents();
-    }
-    void TearDown() override {
-        window.reset();
-        w.reset();
-        port.reset();
-        ResetSettingsBackends();
+        Start(commandLine);
     }
 
     // Lists every account and clicks the first customer account, as the user does.
@@ -85,10 +71,6 @@ class Workflow : public ::testing::Test {
     }
 
     std::string commandLine;
-    testing::TempDir home;
-    std::unique_ptr<QtPort> port;
-    std::unique_ptr<Pndra> w;
-    std::unique_ptr<MainWindow> window;
 };
 
 TEST_F(Workflow, ClickingAnAccountLoadsItsEntriesIntoBothGrids) {
