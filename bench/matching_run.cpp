@@ -4,11 +4,13 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <memory>
 
+#include "../tests/matching/naive_reference_matching.h"
 #include "companies/catalogue.h"
 #include "host/company_file.h"
 #include "host/demo.h"
@@ -124,6 +126,25 @@ void BM_CheckRef(benchmark::State& state) {
     }
 }
 BENCHMARK(BM_CheckRef)->Unit(benchmark::kMillisecond)->MinTime(3);
+
+// CheckRef against its literal steps on the account's first 10,000 entries (the literal steps
+// are quadratic: minutes on the whole account), once; a difference stops the benchmark.
+void BM_CheckRefAgreesWithLiteral(benchmark::State& state) {
+    Window win;
+    std::vector<Entry> prepared = PreparedExtract(win);
+    prepared.resize(std::min<std::size_t>(prepared.size(), 10001));  // row 0 is no entry
+    for (auto _ : state) {
+        std::vector<Entry> fast = prepared, literal = prepared;
+        CheckRef(fast);
+        naive::CheckRef(literal);
+        if (fast != literal) {
+            state.SkipWithError("CheckRef differs from the literal steps");
+            return;
+        }
+    }
+    state.counters["rows"] = static_cast<double>(prepared.size() - 1);
+}
+BENCHMARK(BM_CheckRefAgreesWithLiteral)->Iterations(1)->Unit(benchmark::kSecond);
 
 void BM_SplitByAmountsOnAccount(benchmark::State& state) {
     Window win;

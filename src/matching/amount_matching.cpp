@@ -1,6 +1,7 @@
 #include "matching/amount_matching.h"
 
 #include <algorithm>
+#include <bit>
 #include <climits>
 #include <cmath>
 #include <limits>
@@ -478,12 +479,12 @@ class MinTree {
         if (first >= size_) return -1;
         // Climb to the first subtree at or after `first` that holds a fitting amount, then go
         // down to its leftmost fitting leaf.
+        if (!(t_[1] <= bound)) return -1;  // nothing open fits at all
         std::size_t i = first + n_;
         while (!(t_[i] <= bound)) {
-            while (i & 1) {
-                i >>= 1;
-                if (i == 0) return -1;
-            }
+            // Up past every level where i is a right child, then over to the right sibling.
+            i >>= std::countr_one(i);
+            if (i == 0) return -1;
             ++i;
         }
         while (i < n_) {
