@@ -446,6 +446,11 @@ class PairFinder {
 // after a given one whose amount is at most a bound, in logarithmic time. Only the items open when
 // it is made take a leaf (items never reopen), so that the tree of a pool mostly closed by the
 // earlier passes stays small.
+//
+// Every run of pass 2 starts with a search from the first leaf, which the leaves whose amounts
+// are below all before them answer: their amounts fall, and the first of them at most the bound
+// is the first leaf at most the bound. Kept as a list, they give that search by bisection; the
+// list is made again when a search finds it out of date, as it is only after items closed.
 class MinTree {
   public:
     explicit MinTree(const std::vector<AmountItem>& pool) {
@@ -471,6 +476,7 @@ class MinTree {
         t_[i] = kInf;
         for (i /= 2; i >= 1; i /= 2)
             t_[i] = std::min(t_[2 * i], t_[2 * i + 1]);
+        lowsStale_ = true;
     }
     double Min() const { return t_[1]; }
     std::int32_t FirstAtMost(std::size_t from, double bound) const {
@@ -480,6 +486,7 @@ class MinTree {
         // Climb to the first subtree at or after `first` that holds a fitting amount, then go
         // down to its leftmost fitting leaf.
         if (!(t_[1] <= bound)) return -1;  // nothing open fits at all
+        if (first == 0) return FirstLowAtMost(bound);
         std::size_t i = first + n_;
         while (!(t_[i] <= bound)) {
             // Up past every level where i is a right child, then over to the right sibling.
@@ -497,11 +504,36 @@ class MinTree {
 
   private:
     static constexpr double kInf = std::numeric_limits<double>::infinity();
+
+    std::int32_t FirstLowAtMost(double bound) const {
+        if (lowsStale_) {
+            // The first leaf, then each one below every leaf before it.
+            lowAmounts_.clear();
+            lowLeaves_.clear();
+            for (std::size_t c = 0; c < size_; ++c) {
+                const double a = t_[n_ + c];
+                if (c == 0 || a < lowAmounts_.back()) {
+                    lowAmounts_.push_back(a);
+                    lowLeaves_.push_back(static_cast<std::int32_t>(c));
+                }
+            }
+            lowsStale_ = false;
+        }
+        auto it = std::partition_point(lowAmounts_.begin(), lowAmounts_.end(),
+                                       [&](double a) { return !(a <= bound); });
+        if (it == lowAmounts_.end()) return -1;
+        return positions_[static_cast<std::size_t>(lowLeaves_[it - lowAmounts_.begin()])];
+    }
+
     std::vector<std::int32_t> positions_;  // by leaf: the pool position
     std::vector<std::int32_t> rank_;       // by pool position: the first leaf at or after it
     std::size_t size_ = 0;
     std::size_t n_ = 1;
     std::vector<double> t_;
+    // The leaves below all leaves before them, rebuilt on the first search after items closed.
+    mutable std::vector<double> lowAmounts_;
+    mutable std::vector<std::int32_t> lowLeaves_;
+    mutable bool lowsStale_ = true;
 };
 
 // The open items of each amount in list order, for the starting items that equal a target.

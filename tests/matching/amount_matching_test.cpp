@@ -461,6 +461,75 @@ TEST(AmountMatchingProperty, LargeCentsAmountsEqualLiteralRules) {
     }
 }
 
+// Pools of a few amounts repeated many times, of both signs, with targets that mostly no run
+// reaches, so that pass 2 runs from every fitting starting item, many of them of one amount:
+// items that fit beside the start and items that do not, targets equal to the first open item
+// (which a run may complete at once), zeros, and closed items among the open ones.
+TEST(AmountMatchingProperty, RepeatedStartingAmountsEqualLiteralRules) {
+    std::mt19937_64 rng(31337);
+    const double amounts[] = {40,  40, 25, 25, 60,  10,  -10,
+                              -25, 0,  35, 55, 0.1, 0.2, -0.30000000000000004};
+    int groups = 0, unmatched = 0;
+    for (int c = 0; c < 1500; ++c) {
+        std::vector<AmountItem> pool, targets;
+        const std::size_t n = 4 + rng() % (c % 10 == 0 ? 150 : 40);
+        const std::size_t kinds = 2 + rng() % (std::size(amounts) - 1);
+        for (std::size_t i = 0; i < n; ++i) {
+            pool.push_back(Open(amounts[rng() % kinds], static_cast<std::int32_t>(i)));
+            if (rng() % 9 == 0) pool.back().open = kItemClosed;
+        }
+        for (std::size_t i = 0, m = 1 + rng() % 10; i < m; ++i) {
+            double a;
+            switch (rng() % 5) {
+                case 0:  // the first item's amount, open or not
+                    a = pool[rng() % 2].amount;
+                    break;
+                case 1:  // an amount only long runs reach, if any
+                    a = static_cast<double>(rng() % 400) - 100;
+                    break;
+                case 2:
+                    a = pool[rng() % n].amount + pool[rng() % n].amount + pool[rng() % n].amount;
+                    break;
+                default:  // what no sum of these amounts gives
+                    a = static_cast<double>(rng() % 300) + 0.05;
+            }
+            targets.push_back(Open(a, static_cast<std::int32_t>(i)));
+        }
+        SCOPED_TRACE("case " + std::to_string(c));
+        const int before = groups;
+        ASSERT_NO_FATAL_FAILURE(SubsetsAsLiteral(targets, pool, groups));
+        unmatched += static_cast<int>(targets.size()) - (groups - before);
+    }
+    EXPECT_GT(groups, 2000);
+    EXPECT_GT(unmatched, 2000);
+}
+
+// Long pools where few amounts fit beside a start, far apart, so that the search for the next
+// fitting item climbs over many blocks and levels, and groups that close items on the way.
+TEST(AmountMatchingProperty, SparseFittingItemsInLongPoolsEqualLiteralRules) {
+    std::mt19937_64 rng(8086);
+    int groups = 0;
+    for (int c = 0; c < 8; ++c) {
+        std::vector<AmountItem> pool, targets;
+        const int n = 500 + static_cast<int>(rng() % 700);
+        for (int i = 0; i < n; ++i) {
+            const bool small = rng() % (c % 2 ? 40 : 150) == 0;
+            double a = small ? static_cast<double>(1 + rng() % 30)
+                             : static_cast<double>(500 + rng() % 500) + 0.5;
+            pool.push_back(Open(rng() % 25 ? a : -a, i));
+            if (rng() % 7 == 0) pool.back().open = kItemClosed;
+        }
+        for (int i = 0; i < 25; ++i) {
+            double a = static_cast<double>(rng() % 60);
+            if (rng() % 3 == 0) a += pool[rng() % pool.size()].amount;
+            targets.push_back(Open(a, i));
+        }
+        SCOPED_TRACE("case " + std::to_string(c));
+        ASSERT_NO_FATAL_FAILURE(SubsetsAsLiteral(targets, pool, groups));
+    }
+    EXPECT_GT(groups, 60);
+}
+
 }  // namespace
 }  // namespace pendara
 
