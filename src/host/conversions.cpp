@@ -1,11 +1,13 @@
 #include "host/conversions.h"
 
+#include <algorithm>
 #include <cctype>
 #include <chrono>
 #include <cmath>
 #include <ctime>
 #include <mutex>
 
+#include "host/amount_texts.h"
 #include "host/numbers.h"
 #include "host/utf8.h"
 
@@ -46,6 +48,42 @@ bool IsBlank(char c) {
     return c == ' ';
 }
 
+bool IsAscii(std::string_view s) {
+    for (char c : s)
+        if (static_cast<unsigned char>(c) >= 0x80) return false;
+    return true;
+}
+
+// A decimal number read as its digits: the whole number m of all its digits and the count k of
+// those after the decimal mark. When m < 2^53 and k <= 22 both m and 10^k are exact doubles and
+// one division rounds m / 10^k to the nearest double, as the general reader does; otherwise the
+// caller takes the general road.
+struct DecimalScan {
+    std::uint64_t mantissa = 0;
+    int fraction = 0;
+    bool negative = false;
+    bool digits = false;
+    bool tooLong = false;
+
+    void Digit(char c, bool afterMark) {
+        digits = true;
+        if (mantissa >= (std::uint64_t{1} << 53) / 10) {
+            tooLong = true;  // more digits than a double holds exactly
+            return;
+        }
+        mantissa = mantissa * 10 + static_cast<std::uint64_t>(c - '0');
+        if (afterMark && ++fraction > 22) tooLong = true;
+    }
+
+    double Value() const {
+        static constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                             1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                             1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+        const double v = static_cast<double>(mantissa) / kPowers[fraction];
+        return negative ? -v : v;
+    }
+};
+
 }  // namespace
 
 void SetClock(std::function<CalendarDate()> clock) {
@@ -63,7 +101,7 @@ std::string TodaySystemText() {
            IntegerText(d.year % 10000, 4);
 }
 
-std::string DateText(const std::string& s) {
+std::string detail::DateTextGeneral(const std::string& s) {
     // Positions and lengths count characters: a field may hold any text.
     auto mid = [&](std::size_t pos1, std::size_t len) {
         return std::string(Utf8Mid(s, pos1, len));
@@ -98,6 +136,21 @@ std::string DateText(const std::string& s) {
         default:
             return "ERROR";
     }
+}
+
+std::string DateText(const std::string& s) {
+    // The extract's compact dates are six plain characters: bytes are characters there.
+    if (s.size() != 6 || !IsAscii(s)) return detail::DateTextGeneral(s);
+    const char first = s[0];
+    if (first == 0) return "00/00/00";
+    std::string out(8, '/');
+    out[0] = s[4];
+    out[1] = s[5];
+    out[3] = s[2];
+    out[4] = s[3];
+    out[6] = first > 64 ? static_cast<char>(first - 17) : first;
+    out[7] = s[1];
+    return out;
 }
 
 std::string_view TrimView(std::string_view s) {
@@ -149,7 +202,7 @@ bool EndsWithNoCase(std::string_view s, std::string_view suffix) {
     return s.size() >= suffix.size() && EqualsNoCase(s.substr(s.size() - suffix.size()), suffix);
 }
 
-double LeadingNumber(std::string_view t) {
+double detail::LeadingNumberGeneral(std::string_view t) {
     std::size_t i = 0;
     while (i < t.size() && (t[i] == ' ' || t[i] == '\t' || t[i] == '\r' || t[i] == '\n'))
         ++i;
@@ -172,7 +225,7 @@ double LeadingNumber(std::string_view t) {
     return ReadDecimal(num).value_or(0.0);
 }
 
-double ToDouble(std::string_view t) {
+double detail::ToDoubleGeneral(std::string_view t) {
     std::size_t b = 0, e = t.size();
     while (b < e && IsBlank(t[b]))
         ++b;
@@ -199,6 +252,47 @@ double ToDouble(std::string_view t) {
     }
     if (!digits) return 0.0;
     return ReadDecimal(num).value_or(0.0);
+}
+
+double LeadingNumber(std::string_view t) {
+    std::size_t i = 0;
+    while (i < t.size() && (t[i] == ' ' || t[i] == '\t' || t[i] == '\r' || t[i] == '\n'))
+        ++i;
+    DecimalScan n;
+    if (i < t.size() && (t[i] == '+' || t[i] == '-')) n.negative = t[i++] == '-';
+    bool point = false;
+    for (; i < t.size(); ++i) {
+        const char c = t[i];
+        if (c >= '0' && c <= '9')
+            n.Digit(c, point);
+        else if (c == '.' && !point)
+            point = true;
+        else
+            break;
+    }
+    if (!n.digits) return 0.0;
+    return n.tooLong ? detail::LeadingNumberGeneral(t) : n.Value();
+}
+
+double ToDouble(std::string_view t) {
+    const std::string_view s = TrimView(t);
+    DecimalScan n;
+    std::size_t i = 0;
+    if (i < s.size() && (s[i] == '+' || s[i] == '-')) n.negative = s[i++] == '-';
+    bool comma = false;
+    for (; i < s.size(); ++i) {
+        const char c = s[i];
+        if (c >= '0' && c <= '9')
+            n.Digit(c, comma);
+        else if (c == '.' && !comma)
+            continue;  // a thousands mark
+        else if (c == ',' && !comma)
+            comma = true;
+        else
+            return 0.0;
+    }
+    if (!n.digits) return 0.0;
+    return n.tooLong ? detail::ToDoubleGeneral(t) : n.Value();
 }
 
 double ParseNumber(std::string& t) {
@@ -238,7 +332,7 @@ double RoundTo(double value, std::int16_t digits) {
     return value >= 0 ? FloorHalfUp(value, f) / f : -FloorHalfUp(-value, f) / f;
 }
 
-std::string FormatAmountPlain(double value) {
+std::string detail::FormatAmountPlainGeneral(double value) {
     // Round the value as its 15-significant-digit decimal text shows it, half away from zero,
     // so that amounts held as doubles print the way they were typed.
     if (!std::isfinite(value)) return value != value ? "NaN" : (value > 0 ? "Inf" : "-Inf");
@@ -289,13 +383,94 @@ std::string FormatAmountPlain(double value) {
     return out + grouped + "," + fp;
 }
 
+bool WholeCents(double value, long long& cents) {
+    if (!(std::fabs(value) < 1e12)) return false;  // NaN too
+    const long long c = std::llround(value * 100);
+    if (static_cast<double>(c) / 100 != value) return false;
+    cents = c;
+    return true;
+}
+
+namespace {
+
+// "###,###,##0.00" of c/100, written backwards from `end`; returns where the text starts.
+char* AmountOfCents(long long c, char* end) {
+    unsigned long long n =
+        c < 0 ? 0ULL - static_cast<unsigned long long>(c) : static_cast<unsigned long long>(c);
+    char* p = end;
+    *--p = static_cast<char>('0' + n % 10);
+    n /= 10;
+    *--p = static_cast<char>('0' + n % 10);
+    n /= 10;
+    *--p = ',';
+    int group = 0;
+    do {
+        if (group == 3) {
+            *--p = '.';
+            group = 0;
+        }
+        *--p = static_cast<char>('0' + n % 10);
+        n /= 10;
+        ++group;
+    } while (n != 0);
+    if (c < 0) *--p = '-';  // c == 0 is "0,00", also for -0.0
+    return p;
+}
+
+constexpr int kAmountWidth = 15;
+
+}  // namespace
+
+std::string FormatAmountPlain(double value) {
+    long long c;
+    if (!WholeCents(value, c)) return detail::FormatAmountPlainGeneral(value);
+    char buf[32];
+    char* end = buf + sizeof buf;
+    return std::string(AmountOfCents(c, end), end);
+}
+
 std::string FormatAmount(double value) {
-    std::string s = FormatAmountPlain(value);
-    if (s.size() >= 15) return s.substr(0, 15);
-    return std::string(15 - s.size(), ' ') + s;
+    long long c;
+    if (WholeCents(value, c)) {
+        char buf[32];
+        char* end = buf + sizeof buf;
+        const char* p = AmountOfCents(c, end);
+        const auto n = static_cast<std::size_t>(end - p);
+        if (n >= kAmountWidth) return std::string(p, kAmountWidth);
+        std::string out(kAmountWidth, ' ');
+        std::copy(p, static_cast<const char*>(end), out.end() - static_cast<std::ptrdiff_t>(n));
+        return out;
+    }
+    std::string s = detail::FormatAmountPlainGeneral(value);
+    if (s.size() >= kAmountWidth) return s.substr(0, kAmountWidth);
+    return std::string(kAmountWidth - s.size(), ' ') + s;
 }
 
 std::string ValueText(double value) {
+    long long c;
+    if (value == 0 || !WholeCents(value, c)) return detail::ValueTextGeneral(value);
+    // c/100 without trailing zeros: "1234,5", "-60", "0,05".
+    unsigned long long n =
+        c < 0 ? 0ULL - static_cast<unsigned long long>(c) : static_cast<unsigned long long>(c);
+    char buf[32];
+    char* end = buf + sizeof buf;
+    char* p = end;
+    const auto cents = static_cast<unsigned>(n % 100);
+    if (cents != 0) {
+        if (cents % 10 != 0) *--p = static_cast<char>('0' + cents % 10);
+        *--p = static_cast<char>('0' + cents / 10);
+        *--p = ',';
+    }
+    n /= 100;
+    do {
+        *--p = static_cast<char>('0' + n % 10);
+        n /= 10;
+    } while (n != 0);
+    if (c < 0) *--p = '-';
+    return std::string(p, end);
+}
+
+std::string detail::ValueTextGeneral(double value) {
     if (value == 0) return "0";
     if (!std::isfinite(value)) return Upper(GeneralText(value, 15));
     // Plain digits, never an exponent: the program's readers (ToDouble, the numeric value read

@@ -1,5 +1,6 @@
 #include "model/amount.h"
 
+#include "host/amount_texts.h"
 #include "host/conversions.h"
 
 namespace pendara {
@@ -27,7 +28,16 @@ ShownAmount ShownAmount::Of(std::string text) {
 }
 
 ShownAmount ShownAmount::Format(double amount) {
-    return Of(FormatAmount(amount));
+    // Whole cents below 1E9 give a text of at most 15 characters, which both readings take back
+    // to the double nearest to the cents, that is to the amount itself (0 for either zero).
+    long long cents;
+    if (!WholeCents(amount, cents) || cents <= -100000000000 || cents >= 100000000000)
+        return Of(FormatAmount(amount));
+    ShownAmount a;
+    a.text = FormatAmount(amount);
+    a.value = cents == 0 ? 0.0 : amount;
+    a.parsed = a.value;
+    return a;
 }
 
 }  // namespace pendara

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <csignal>
 #include <iostream>
+#include <string_view>
 
 #include "companies/account_list.h"
 #include "companies/catalogue.h"
@@ -27,20 +28,35 @@ extern "C" void OnInterrupt(int) {
     std::signal(SIGTERM, SIG_DFL);
 }
 
-void PrintCells(std::ostream& out, const char* tag, const GridRow& row) {
-    out << tag;
-    for (int c = 1; c <= GridCol::kCount; ++c)
-        out << '\t' << CellText(row, c);
-    out << '\n';
+// A tag, then TAB and the text of each of the row's cells; when `skipBlank`, nothing for a row
+// whose cells are all empty.
+void AppendCells(std::string& out, std::string_view tag, const GridRow& row, bool skipBlank) {
+    const std::size_t start = out.size();
+    out += tag;
+    for (int c = 1; c <= GridCol::kCount; ++c) {
+        out += '\t';
+        out += CellText(row, c);
+    }
+    if (skipBlank && out.size() - start == tag.size() + GridCol::kCount)
+        out.resize(start);
+    else
+        out += '\n';
 }
 
-void PrintFilled(std::ostream& out, const char* tag, const std::vector<GridRow>& rows) {
+// The rows' lines, written in pieces of a few pages rather than cell by cell.
+void PrintRows(std::ostream& out, const char* tag, const std::vector<GridRow>& rows,
+               bool skipBlank) {
+    constexpr std::size_t kPiece = 1 << 16;
+    std::string text;
+    text.reserve(kPiece + 1024);
     for (const GridRow& row : rows) {
-        bool blank = true;
-        for (int c = 1; c <= GridCol::kCount && blank; ++c)
-            blank = CellText(row, c).empty();
-        if (!blank) PrintCells(out, tag, row);
+        AppendCells(text, tag, row, skipBlank);
+        if (text.size() >= kPiece) {
+            out.write(text.data(), static_cast<std::streamsize>(text.size()));
+            text.clear();
+        }
     }
+    out.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
 }  // namespace
@@ -118,14 +134,13 @@ void PrintNotice(const AccountMatch& match, DesktopPort& port, std::ostream& err
 }
 
 void PrintGrids(std::ostream& out, const SaveResult& grids) {
-    PrintFilled(out, "1", grids.debits);
-    PrintFilled(out, "2", grids.credits);
+    PrintRows(out, "1", grids.debits, true);
+    PrintRows(out, "2", grids.credits, true);
     out << "newref\t" << grids.nextReference << '\n';
 }
 
 void PrintGrid(std::ostream& out, const char* tag, const std::vector<GridRow>& rows) {
-    for (const GridRow& row : rows)
-        PrintCells(out, tag, row);
+    PrintRows(out, tag, rows, false);
 }
 
 void PrintSummary(std::ostream& err, const RunSummary& summary, bool preview) {
