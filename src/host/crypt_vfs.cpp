@@ -8,6 +8,7 @@
 #include <map>
 #include <mutex>
 #include <new>
+#include <vector>
 
 #include "host/errors.h"
 
@@ -112,6 +113,10 @@ struct CryptFile {
     std::uint64_t header = 0;  // bytes before block 0
     KeyBytes key{};
     std::string mainName;  // set for an encrypted main file, registered in openMains
+    // A plain WAL: a frame's short header waits here for its page, written right after it, so
+    // that the two go out in one write call (see WalWrite).
+    std::vector<unsigned char> held;
+    sqlite3_int64 heldAt = 0;
 };
 
 constexpr std::size_t kRealOffset = (sizeof(CryptFile) + 15) / 16 * 16;
@@ -371,6 +376,77 @@ int PassUnfetch(sqlite3_file* f, sqlite3_int64 o, void* p) {
     return r->pMethods->xUnfetch(r, o, p);
 }
 
+// A plain WAL. SQLite writes every frame as two calls, its 24-byte header and then its page
+// right behind it; a commit writes thousands of frames. A short write is held and goes out with
+// the write that continues it, as one call. Every other operation first writes what is held, so
+// that a read, a size, a sync or a close sees the file as SQLite wrote it. A process killed
+// while a header is held leaves the file as if it had died just before writing that header: a
+// frame without its header or page is the end of the log either way.
+constexpr int kHeldWrite = 64;
+
+int WriteHeld(sqlite3_file* file) {
+    CryptFile& f = Of(file);
+    if (f.held.empty()) return SQLITE_OK;
+    int rc =
+        f.real->pMethods->xWrite(f.real, f.held.data(), static_cast<int>(f.held.size()), f.heldAt);
+    f.held.clear();
+    return rc;
+}
+
+int WalWrite(sqlite3_file* file, const void* b, int n, sqlite3_int64 o) {
+    CryptFile& f = Of(file);
+    const auto* bytes = static_cast<const unsigned char*>(b);
+    if (!f.held.empty() && o == f.heldAt + static_cast<sqlite3_int64>(f.held.size())) {
+        f.held.insert(f.held.end(), bytes, bytes + n);
+        return WriteHeld(file);
+    }
+    if (int rc = WriteHeld(file); rc != SQLITE_OK) return rc;
+    if (n > 0 && n < kHeldWrite) {
+        f.held.assign(bytes, bytes + n);
+        f.heldAt = o;
+        return SQLITE_OK;
+    }
+    return f.real->pMethods->xWrite(f.real, b, n, o);
+}
+
+int WalClose(sqlite3_file* file) {
+    int held = WriteHeld(file);
+    int rc = CryptClose(file);
+    return held != SQLITE_OK ? held : rc;
+}
+int WalRead(sqlite3_file* f, void* b, int n, sqlite3_int64 o) {
+    if (int rc = WriteHeld(f); rc != SQLITE_OK) return rc;
+    return PassRead(f, b, n, o);
+}
+int WalTruncate(sqlite3_file* f, sqlite3_int64 size) {
+    if (int rc = WriteHeld(f); rc != SQLITE_OK) return rc;
+    return PassTruncate(f, size);
+}
+int WalSync(sqlite3_file* f, int flags) {
+    if (int rc = WriteHeld(f); rc != SQLITE_OK) return rc;
+    return PassSync(f, flags);
+}
+int WalFileSize(sqlite3_file* f, sqlite3_int64* size) {
+    if (int rc = WriteHeld(f); rc != SQLITE_OK) return rc;
+    return PassFileSize(f, size);
+}
+int WalLock(sqlite3_file* f, int level) {
+    if (int rc = WriteHeld(f); rc != SQLITE_OK) return rc;
+    return PassLock(f, level);
+}
+int WalUnlock(sqlite3_file* f, int level) {
+    if (int rc = WriteHeld(f); rc != SQLITE_OK) return rc;
+    return PassUnlock(f, level);
+}
+int WalFileControl(sqlite3_file* f, int op, void* arg) {
+    if (int rc = WriteHeld(f); rc != SQLITE_OK) return rc;
+    return PassFileControl(f, op, arg);
+}
+int WalFetch(sqlite3_file* f, sqlite3_int64 o, int n, void** p) {
+    if (int rc = WriteHeld(f); rc != SQLITE_OK) return rc;
+    return PassFetch(f, o, n, p);
+}
+
 // Version 2: no memory-mapped reads of an encrypted file.
 const sqlite3_io_methods kCryptMethods = {
     2,
@@ -413,6 +489,28 @@ const sqlite3_io_methods kPlainMethods = {
     PassShmBarrier,
     PassShmUnmap,
     PassFetch,
+    PassUnfetch,
+};
+
+const sqlite3_io_methods kPlainWalMethods = {
+    3,
+    WalClose,
+    WalRead,
+    WalWrite,
+    WalTruncate,
+    WalSync,
+    WalFileSize,
+    WalLock,
+    WalUnlock,
+    PassCheckReservedLock,
+    WalFileControl,
+    PassSectorSize,
+    PassDeviceCharacteristics,
+    PassShmMap,
+    PassShmLock,
+    PassShmBarrier,
+    PassShmUnmap,
+    WalFetch,
     PassUnfetch,
 };
 
@@ -506,7 +604,9 @@ int CryptOpen(sqlite3_vfs* vfs, sqlite3_filename name, sqlite3_file* file, int f
         file->pMethods = nullptr;
         return rc;
     }
-    file->pMethods = f->encrypted ? &kCryptMethods : &kPlainMethods;
+    file->pMethods = f->encrypted                ? &kCryptMethods
+                     : (flags & SQLITE_OPEN_WAL) ? &kPlainWalMethods
+                                                 : &kPlainMethods;
     return SQLITE_OK;
 }
 
