@@ -48,12 +48,6 @@ bool IsBlank(char c) {
     return c == ' ';
 }
 
-bool IsAscii(std::string_view s) {
-    for (char c : s)
-        if (static_cast<unsigned char>(c) >= 0x80) return false;
-    return true;
-}
-
 // A decimal number read as its digits: the whole number m of all its digits and the count k of
 // those after the decimal mark. When m < 2^53 and k <= 22 both m and 10^k are exact doubles and
 // one division rounds m / 10^k to the nearest double, as the general reader does; otherwise the

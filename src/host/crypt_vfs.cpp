@@ -414,38 +414,16 @@ int WalClose(sqlite3_file* file) {
     int rc = CryptClose(file);
     return held != SQLITE_OK ? held : rc;
 }
-int WalRead(sqlite3_file* f, void* b, int n, sqlite3_int64 o) {
-    if (int rc = WriteHeld(f); rc != SQLITE_OK) return rc;
-    return PassRead(f, b, n, o);
-}
-int WalTruncate(sqlite3_file* f, sqlite3_int64 size) {
-    if (int rc = WriteHeld(f); rc != SQLITE_OK) return rc;
-    return PassTruncate(f, size);
-}
-int WalSync(sqlite3_file* f, int flags) {
-    if (int rc = WriteHeld(f); rc != SQLITE_OK) return rc;
-    return PassSync(f, flags);
-}
-int WalFileSize(sqlite3_file* f, sqlite3_int64* size) {
-    if (int rc = WriteHeld(f); rc != SQLITE_OK) return rc;
-    return PassFileSize(f, size);
-}
-int WalLock(sqlite3_file* f, int level) {
-    if (int rc = WriteHeld(f); rc != SQLITE_OK) return rc;
-    return PassLock(f, level);
-}
-int WalUnlock(sqlite3_file* f, int level) {
-    if (int rc = WriteHeld(f); rc != SQLITE_OK) return rc;
-    return PassUnlock(f, level);
-}
-int WalFileControl(sqlite3_file* f, int op, void* arg) {
-    if (int rc = WriteHeld(f); rc != SQLITE_OK) return rc;
-    return PassFileControl(f, op, arg);
-}
-int WalFetch(sqlite3_file* f, sqlite3_int64 o, int n, void** p) {
-    if (int rc = WriteHeld(f); rc != SQLITE_OK) return rc;
-    return PassFetch(f, o, n, p);
-}
+// A pass-through method that first writes what is held.
+template <auto Pass>
+struct HeldFirst;
+template <typename... Args, int (*Pass)(sqlite3_file*, Args...)>
+struct HeldFirst<Pass> {
+    static int Call(sqlite3_file* f, Args... args) {
+        if (int rc = WriteHeld(f); rc != SQLITE_OK) return rc;
+        return Pass(f, args...);
+    }
+};
 
 // Version 2: no memory-mapped reads of an encrypted file.
 const sqlite3_io_methods kCryptMethods = {
@@ -495,22 +473,22 @@ const sqlite3_io_methods kPlainMethods = {
 const sqlite3_io_methods kPlainWalMethods = {
     3,
     WalClose,
-    WalRead,
+    HeldFirst<PassRead>::Call,
     WalWrite,
-    WalTruncate,
-    WalSync,
-    WalFileSize,
-    WalLock,
-    WalUnlock,
+    HeldFirst<PassTruncate>::Call,
+    HeldFirst<PassSync>::Call,
+    HeldFirst<PassFileSize>::Call,
+    HeldFirst<PassLock>::Call,
+    HeldFirst<PassUnlock>::Call,
     PassCheckReservedLock,
-    WalFileControl,
+    HeldFirst<PassFileControl>::Call,
     PassSectorSize,
     PassDeviceCharacteristics,
     PassShmMap,
     PassShmLock,
     PassShmBarrier,
     PassShmUnmap,
-    WalFetch,
+    HeldFirst<PassFetch>::Call,
     PassUnfetch,
 };
 

@@ -67,6 +67,12 @@ std::string EncodeUtf8(char32_t code) {
     return out;
 }
 
+bool IsAscii(std::string_view s) {
+    for (char c : s)
+        if (static_cast<unsigned char>(c) >= 0x80) return false;
+    return true;
+}
+
 std::size_t Utf8Length(std::string_view s) {
     // Texts are mostly ASCII: runs of it are counted eight bytes at a time.
     constexpr std::uint64_t kHighBits = 0x8080808080808080ULL;

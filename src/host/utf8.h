@@ -23,6 +23,9 @@ Utf8Char DecodeUtf8(std::string_view s, std::size_t at);
 // The UTF-8 form of a code; a surrogate or a code above U+10FFFF gives U+FFFD.
 std::string EncodeUtf8(char32_t code);
 
+// True when every byte is below 0x80: then bytes and characters are one.
+bool IsAscii(std::string_view s);
+
 // Number of characters.
 std::size_t Utf8Length(std::string_view s);
 

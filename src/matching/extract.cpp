@@ -10,6 +10,7 @@
 #include "host/qv_file_control.h"
 #include "host/qv_library.h"
 #include "host/qv_ole70.h"
+#include "host/utf8.h"
 #include "model/columns.h"
 
 namespace pendara {
@@ -68,10 +69,7 @@ void AppendEntry(const LineViews& f, std::int32_t company, std::vector<Entry>& r
 void CompactDate(std::string_view dayFirst, std::string& out) {
     // A day-first date of eight plain characters, as the host writes every stored date; any
     // other text goes through DateText, which counts characters.
-    bool ascii = dayFirst.size() == 8;
-    for (std::size_t i = 0; ascii && i < dayFirst.size(); ++i)
-        ascii = static_cast<unsigned char>(dayFirst[i]) < 0x80;
-    if (!ascii) {
+    if (dayFirst.size() != 8 || !IsAscii(dayFirst)) {
         out = DateText(std::string(dayFirst));
         return;
     }
