@@ -16,6 +16,8 @@
 #endif
 
 #include "host/company_file.h"
+#include "host/connection_settings.h"
+#include "host/entry_indexes.h"
 #include "host/errors.h"
 #include "host/store.h"
 
@@ -108,16 +110,26 @@ std::string Seconds(Millis waited) {
     return std::to_string((waited.count() + 500) / 1000);
 }
 
-// One entries file a run works on, its connection kept for the whole run.
+constexpr const char* kReadSql = "SELECT referencia, marca FROM entries WHERE id = ?";
+// Both values, the reference alone, the mark alone.
+constexpr const char* kWriteSql = "UPDATE entries SET referencia = ?, marca = ? WHERE id = ?";
+constexpr const char* kWriteReferenceSql = "UPDATE entries SET referencia = ? WHERE id = ?";
+constexpr const char* kWriteMarkSql = "UPDATE entries SET marca = ? WHERE id = ?";
+
+// One entries file a run works on. While an account holds it, it uses the connection that a
+// ConnectionReuse keeps for the file when it is free: the one the account was loaded through,
+// whose page cache then survives the commit (a commit on a second connection would make it read
+// every page again for the next account). Otherwise the run's own connection, kept for the run.
 struct DataFile {
     std::string path;
     std::string identity;
-    std::unique_ptr<Db> db;
+    std::unique_ptr<Db> own;
+    std::unique_ptr<DbHandle> borrowed;  // for one account
+    Db* db = nullptr;                    // while connected
     bool wal = false;
-    Stmt read;
-    Stmt write, writeReference, writeMark;  // both values, the reference alone, the mark alone
     bool inTransaction = false;
-    bool unsynced = false;  // commits not synced yet
+    bool unsynced = false;         // commits not synced yet
+    bool indexesUpgraded = false;  // UpgradeEntryIndexes committed, or had nothing to do
     std::uint64_t lastUse = 0;
 };
 
@@ -134,7 +146,14 @@ class FileSet {
         const std::string path = ResolveFileName(name);
         std::string id = Identity(path);
         auto it = files_.find(id);
-        if (it == files_.end()) it = files_.emplace(id, Open(path, id)).first;
+        if (it == files_.end()) {
+            auto f = std::make_unique<DataFile>();
+            f->path = path;
+            f->identity = id;
+            Connect(*f);  // a file that is missing or of another kind fails here, before a lock
+            Disconnect(*f);
+            it = files_.emplace(id, std::move(f)).first;
+        }
         it->second->lastUse = ++clock_;
         return *it->second;
     }
@@ -145,8 +164,10 @@ class FileSet {
         std::sort(files.begin(), files.end(),
                   [](const DataFile* a, const DataFile* b) { return a->identity < b->identity; });
         try {
-            for (DataFile* f : files)
+            for (DataFile* f : files) {
+                Connect(*f);
                 Begin(*f, account);
+            }
         } catch (...) {
             RollbackAll(files);
             throw;
@@ -154,12 +175,12 @@ class FileSet {
     }
 
     RowValue Read(DataFile& f, std::int32_t record) {
-        f.read.Reset();
-        f.read.Bind(1, static_cast<std::int64_t>(record));
-        if (!f.read.Step())
+        Stmt& read = f.db->Prepared(kReadSql);
+        read.Bind(1, static_cast<std::int64_t>(record));
+        if (!read.Step())
             throw HostError("El registro " + std::to_string(record) + " no existe en " + f.path);
-        RowValue v{f.read.Text(0), f.read.Text(1)};
-        f.read.Reset();
+        RowValue v{read.Text(0), read.Text(1)};
+        read.Reset();
         return v;
     }
 
@@ -169,8 +190,9 @@ class FileSet {
         const bool reference = after.reference != before.reference;
         const bool mark = after.mark != before.mark;
         if (!reference && !mark) return;
-        Stmt& st = !mark ? f.writeReference : !reference ? f.writeMark : f.write;
-        st.Reset();
+        Stmt& st = f.db->Prepared(!mark        ? kWriteReferenceSql
+                                  : !reference ? kWriteMarkSql
+                                               : kWriteSql);
         int i = 1;
         if (reference) st.Bind(i++, std::string_view(after.reference));
         if (mark) st.Bind(i++, std::string_view(after.mark));
@@ -178,10 +200,15 @@ class FileSet {
         st.Run();
     }
 
+    // A file from an earlier version gets today's indexes with its first commit of the run, so
+    // that the change is all-or-nothing with it, and a preview leaves the file as it was.
     void Commit(DataFile& f) {
+        if (!f.indexesUpgraded) UpgradeEntryIndexes(*f.db);
         f.db->Exec("COMMIT");
         f.inTransaction = false;
+        f.indexesUpgraded = true;
         if (f.wal) f.unsynced = true;
+        Disconnect(f);
     }
 
     void RollbackAll(const std::vector<DataFile*>& files) noexcept {
@@ -195,11 +222,12 @@ class FileSet {
     void Sync() {
         for (auto& [id, f] : files_)
             if (f->unsynced) {
+                Connect(*f);
                 int log = 0, done = 0;
-                if (sqlite3_wal_checkpoint_v2(f->db->handle(), "main", SQLITE_CHECKPOINT_PASSIVE,
-                                              &log, &done) != SQLITE_OK ||
-                    done < log)
-                    SyncDataFile(f->path);
+                const int rc = sqlite3_wal_checkpoint_v2(f->db->handle(), "main",
+                                                         SQLITE_CHECKPOINT_PASSIVE, &log, &done);
+                Disconnect(*f);
+                if (rc != SQLITE_OK || done < log) SyncDataFile(f->path);
                 f->unsynced = false;
             }
         for (const std::string& path : closedUnsynced_)
@@ -226,37 +254,69 @@ class FileSet {
     }
 
   private:
-    std::unique_ptr<DataFile> Open(const std::string& path, const std::string& identity) {
-        std::error_code ec;
-        if (path.empty() || !fs::is_regular_file(path, ec))
-            throw HostError("No existe el fichero de datos " + path);
-        auto f = std::make_unique<DataFile>();
-        f->path = path;
-        f->identity = identity;
-        f->db = std::make_unique<Db>(path, Db::Mode::ReadWrite);
-        if (f->db->Catalogue().kind != FileKind::Entries)
-            throw HostError("El fichero " + path + " no es un fichero de apuntes");
-        {
-            Stmt mode(*f->db, "PRAGMA journal_mode");
-            f->wal = mode.Step() && mode.Text(0) == "wal";
+    // The kept connection when a ConnectionReuse has one free, otherwise the run's own.
+    void Connect(DataFile& f) {
+        if (f.db) return;
+        if (ConnectionReuse::Active()) {
+            auto handle = std::make_unique<DbHandle>(f.path, DbHandle::Use::Exclusive);
+            if (handle->kept()) {
+                Db& db = **handle;
+                f.borrowed = std::move(handle);
+                f.db = &db;
+                try {
+                    UseForRun(f, db);
+                } catch (...) {
+                    Disconnect(f);
+                    throw;
+                }
+                return;
+            }
         }
-        if (f->wal) {
+        if (!f.own) {
+            std::error_code ec;
+            if (f.path.empty() || !fs::is_regular_file(f.path, ec))
+                throw HostError("No existe el fichero de datos " + f.path);
+            auto db = std::make_unique<Db>(f.path, Db::Mode::ReadWrite);
+            UseForRun(f, *db);
+            f.own = std::move(db);
+        }
+        f.db = f.own.get();
+    }
+
+    // Gives a borrowed connection back with the settings it came with; the run's own keeps
+    // the run's settings. The larger page cache stays: it serves the next account's loading.
+    void Disconnect(DataFile& f) noexcept {
+        if (f.borrowed) {
+            try {
+                RestoreConnectionSettings(*f.db);
+            } catch (const HostError&) {
+                // the connection is not in a transaction here; a setting that cannot be put
+                // back leaves a connection that syncs less only until the run's scope ends
+            }
+            f.borrowed.reset();
+        }
+        f.db = nullptr;
+    }
+
+    void UseForRun(DataFile& f, Db& db) {
+        if (db.Catalogue().kind != FileKind::Entries)
+            throw HostError("El fichero " + f.path + " no es un fichero de apuntes");
+        {
+            Stmt mode(db, "PRAGMA journal_mode");
+            f.wal = mode.Step() && mode.Text(0) == "wal";
+        }
+        if (f.wal) {
             // No checkpoint after the commits of an account: the run checkpoints at its sync
             // points (Sync), so a run costs no more syncs of the data files than it has points.
-            f->db->Exec("PRAGMA synchronous=NORMAL");
-            f->db->Exec("PRAGMA wal_autocheckpoint=0");
+            db.Exec("PRAGMA synchronous=NORMAL");
+            db.Exec("PRAGMA wal_autocheckpoint=0");
         }
         // An account of a group save touches a page or more per entry, spread over the whole
         // file: with SQLite's small default cache its transaction spilled dirty pages into the
         // WAL before the commit (writing them twice) and read back pages it had just evicted.
-        f->db->Exec("PRAGMA cache_size=-" + std::to_string(kRunCacheKiB));
+        db.Exec("PRAGMA cache_size=-" + std::to_string(kRunCacheKiB));
         // Waits are polled here, so that the caller hears of them and may give up.
-        sqlite3_busy_timeout(f->db->handle(), 0);
-        f->read = Stmt(*f->db, "SELECT referencia, marca FROM entries WHERE id = ?");
-        f->write = Stmt(*f->db, "UPDATE entries SET referencia = ?, marca = ? WHERE id = ?");
-        f->writeReference = Stmt(*f->db, "UPDATE entries SET referencia = ? WHERE id = ?");
-        f->writeMark = Stmt(*f->db, "UPDATE entries SET marca = ? WHERE id = ?");
-        return f;
+        sqlite3_busy_timeout(db.handle(), 0);
     }
 
     void Begin(DataFile& f, const std::string& account) {
@@ -281,20 +341,17 @@ class FileSet {
     }
 
     void Rollback(DataFile& f) noexcept {
-        if (!f.inTransaction) return;
-        f.inTransaction = false;
-        f.read.Reset();
-        sqlite3_exec(f.db->handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+        if (f.inTransaction) {
+            f.inTransaction = false;
+            if (f.db) sqlite3_exec(f.db->handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+        }
+        Disconnect(f);
     }
 
     void Close(DataFile& f) noexcept {
         Rollback(f);
         if (f.unsynced) closedUnsynced_.push_back(f.path);
-        f.read = Stmt();
-        f.write = Stmt();
-        f.writeReference = Stmt();
-        f.writeMark = Stmt();
-        f.db.reset();
+        f.own.reset();
     }
 
     WaitPolicy wait_;

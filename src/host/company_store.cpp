@@ -8,6 +8,7 @@
 #include "host/company_file.h"
 #include "host/conversions.h"
 #include "host/crypt_vfs.h"
+#include "host/entry_indexes.h"
 #include "host/errors.h"
 #include "host/paths.h"
 #include "host/store.h"
@@ -211,7 +212,9 @@ std::int32_t EntryWriter::Add(const EntryRecord& e) {
 void EntryWriter::Commit() {
     Impl& m = *impl_;
     m.insert = Stmt();
-    // Made again after a bulk load; a file made before one of them was added gets it here.
+    // Made again after a bulk load; a file made before one of them was added or changed gets it
+    // here.
+    UpgradeEntryIndexes(m.db);
     for (const char* sql : EntryIndexSql())
         m.db.Exec(sql);
     m.db.Exec("COMMIT");

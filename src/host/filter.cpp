@@ -118,6 +118,14 @@ std::vector<FilterCondition> ParseFilter(const std::string& expression,
     return out;
 }
 
+namespace {
+// The reference's index leaves out the empty reference: a condition that excludes it anyway
+// says so, for SQLite to use the index.
+std::string NotEmpty(const std::string& col) {
+    return " AND " + col + " <> ''";
+}
+}  // namespace
+
 std::string FilterSql(const std::vector<FilterCondition>& conditions) {
     if (conditions.empty()) return "1";
     std::string sql;
@@ -127,6 +135,7 @@ std::string FilterSql(const std::vector<FilterCondition>& conditions) {
         switch (c.op) {
             case FilterOp::Equal:
                 sql += col + " = ?";
+                if (!c.value.empty() && col == "referencia") sql += NotEmpty(col);
                 break;
             case FilterOp::GreaterEqual:
                 sql += col + " >= ?";
@@ -137,7 +146,8 @@ std::string FilterSql(const std::vector<FilterCondition>& conditions) {
             case FilterOp::Like: {
                 std::string low, high;
                 if (c.field->type == FieldType::Text && PrefixRange(c.value, low, high))
-                    sql += "(" + col + " >= ? AND " + col + " < ?) AND ";
+                    sql += "(" + col + " >= ? AND " + col + " < ?" +
+                           (!low.empty() && col == "referencia" ? NotEmpty(col) : "") + ") AND ";
                 std::string text =
                     c.field->type == FieldType::Text ? col : "CAST(" + col + " AS TEXT)";
                 sql += "qv_like(" + text + ", ?)";

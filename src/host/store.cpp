@@ -14,8 +14,10 @@
 #include <sys/vfs.h>
 #endif
 
+#include "host/connection_settings.h"
 #include "host/conversions.h"
 #include "host/crypt_vfs.h"
+#include "host/entry_indexes.h"
 #include "host/errors.h"
 #include "host/numbers.h"
 #include "host/paths.h"
@@ -372,6 +374,12 @@ Stmt& Db::Prepared(const std::string& sql) {
     return *st;
 }
 
+void RestoreConnectionSettings(Db& db) {
+    sqlite3_busy_timeout(db.handle(), kBusyTimeoutMs);
+    db.Exec("PRAGMA synchronous=FULL");
+    db.Exec("PRAGMA wal_autocheckpoint=1000");  // SQLite's own
+}
+
 // --- ConnectionReuse ---------------------------------------------------------------------------
 
 struct DbHandle::Kept {
@@ -570,6 +578,14 @@ bool Stmt::IsNull(int col) const {
     return sqlite3_column_type(st_, col) == SQLITE_NULL;
 }
 
+namespace {
+// Only the entries that carry a reference: a look-up by reference must say `referencia <> ''`
+// for SQLite to use it.
+constexpr const char* kReferenceIndexSql =
+    "CREATE INDEX IF NOT EXISTS entries_referencia ON entries(referencia)"
+    " WHERE referencia <> ''";
+}  // namespace
+
 const std::vector<const char*>& EntryIndexSql() {
     // By account in record order (the extract); by account and date, carrying what balances and
     // period figures add up so that they never touch the table; by reference (new numbers); and
@@ -580,11 +596,29 @@ const std::vector<const char*>& EntryIndexSql() {
         "CREATE INDEX IF NOT EXISTS entries_cuenta ON entries(cuenta)",
         "CREATE INDEX IF NOT EXISTS entries_cuenta_fecha"
         " ON entries(cuenta, fecha, tipo, debe_haber, importe)",
-        "CREATE INDEX IF NOT EXISTS entries_referencia ON entries(referencia)",
+        kReferenceIndexSql,
         "CREATE INDEX IF NOT EXISTS entries_unreferenced ON entries(cuenta)"
         " WHERE referencia NOT LIKE '%rf-%'",
     };
     return sql;
+}
+
+bool UpgradeEntryIndexes(Db& db) {
+    // Files made before the reference's index left out the empty reference index every entry
+    // under it. Giving an entry its first reference then also rewrote a page of that long run
+    // of empty keys, one far from the others for each entry of an account.
+    std::string current;
+    {
+        Stmt st(
+            db,
+            "SELECT sql FROM sqlite_master WHERE type = 'index' AND name = 'entries_referencia'");
+        if (!st.Step()) return false;
+        current = st.Text(0);
+    }
+    if (current.find("WHERE") != std::string::npos) return false;
+    db.Exec("DROP INDEX entries_referencia");
+    db.Exec(kReferenceIndexSql);
+    return true;
 }
 
 void CreateDataFile(const std::string& path, FileKind kind, const Salt* companySalt) {

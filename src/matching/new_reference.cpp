@@ -77,7 +77,8 @@ class EntriesLookup {
     }
 
     bool InUse(const std::string& candidate) {
-        Stmt& one = db_->Prepared("SELECT 1 FROM entries WHERE referencia = ? LIMIT 1");
+        Stmt& one = db_->Prepared(
+            "SELECT 1 FROM entries WHERE referencia = ? AND referencia <> '' LIMIT 1");
         one.Bind(1, std::string_view(candidate));
         const bool found = one.Step();
         one.Reset();
@@ -104,7 +105,9 @@ class EntriesLookup {
             std::string text = "SELECT referencia FROM entries WHERE referencia IN (?";
             for (std::size_t i = 1; i < kLookupBlock; ++i)
                 text += ", ?";
-            return text + ")";
+            // Stated so that SQLite uses the reference's index, which leaves the empty one out
+            // (no candidate is empty).
+            return text + ") AND referencia <> ''";
         }();
         return sql;
     }

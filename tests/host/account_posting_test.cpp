@@ -12,6 +12,7 @@
 #include "host/company_file.h"
 #include "host/errors.h"
 #include "host/run_journal.h"
+#include "host/store.h"
 #include "support/host_error.h"
 #include "support/ledger.h"
 
@@ -360,6 +361,79 @@ TEST_F(PostingTest, AHeldFileIsWaitedForWithNoticesThenGivenUpWithNothingWritten
     EXPECT_EQ(waits.Post(Matched()).changes.size(), 6u);
     release.join();
     EXPECT_EQ(At(y24, records[1][0]), (RowValue{"RF-7", "1"}));
+}
+
+// The connection kept for the loading of a group save: each file's account is written through it,
+// so that its pages stay cached, and it is given back idle with the settings it had. A kept
+// connection that a cursor holds is not taken, and a file another workstation holds is waited
+// for and given up as without one.
+TEST_F(PostingTest, AKeptConnectionIsWrittenThroughAndGivenBackAsItWas) {
+    ConnectionReuse reuse;
+    std::vector<sqlite3*> kept;
+    for (const PostingFile& f : files) {
+        DbHandle h(f.entries);
+        ASSERT_TRUE(h.kept());
+        kept.push_back(h->handle());
+    }
+    auto settingsOf = [](Db& db) {
+        std::string out;
+        for (const char* pragma : {"synchronous", "wal_autocheckpoint"}) {
+            Stmt st(db, std::string("PRAGMA ") + pragma);
+            out += (st.Step() ? st.Text(0) : "?") + " ";
+        }
+        return out;
+    };
+    std::string before;
+    {
+        DbHandle h(files[0].entries);
+        before = settingsOf(*h);
+    }
+    PostingOptions options;
+    options.wait.limit = 300ms;
+    options.wait.poll = 20ms;
+    PostingRun run(y23, "save", "4300000001", options);
+    EXPECT_EQ(run.Post(Matched()).changes.size(), 6u);
+    for (std::size_t c = 0; c < files.size(); ++c) {
+        DbHandle h(files[c].entries);
+        ASSERT_TRUE(h.kept());
+        EXPECT_EQ(h->handle(), kept[c]);
+        EXPECT_TRUE(sqlite3_get_autocommit(h->handle()));
+        EXPECT_EQ(settingsOf(*h), before);
+        int reads = 0;
+        for (sqlite3_stmt* st = sqlite3_next_stmt(h->handle(), nullptr); st;
+             st = sqlite3_next_stmt(h->handle(), st))
+            if (std::string(sqlite3_sql(st)).rfind("SELECT referencia, marca", 0) == 0)
+                reads += sqlite3_stmt_status(st, SQLITE_STMTSTATUS_VM_STEP, 0) > 0;
+        EXPECT_EQ(reads, 1) << files[c].entries;
+        Stmt st(*h, "SELECT referencia || marca FROM entries WHERE id = ?");
+        st.Bind(1, static_cast<std::int64_t>(records[c][0]));
+        ASSERT_TRUE(st.Step());
+        EXPECT_EQ(st.Text(0), "RF-71");
+    }
+    AccountPosting unmark{"4000000001", files, {}};
+    unmark.rows.push_back({1, records[1][2], std::nullopt, "0", std::nullopt});
+    {
+        DbHandle cursor(files[1].entries, DbHandle::Use::Exclusive);
+        ASSERT_TRUE(cursor.kept());
+        EXPECT_EQ(run.Post(unmark).changes.size(), 1u);
+        EXPECT_TRUE(sqlite3_get_autocommit(cursor->handle()));
+    }
+    EXPECT_EQ(At(y24, records[1][2]), (RowValue{"RF-3", "0"}));
+    unmark.rows[0].mark = "2";
+    {
+        HeldFile held(files[1].entries);
+        EXPECT_EQ(testing::ErrorOf([&] { run.Post(unmark); }),
+                  "Otro puesto tiene ocupado el fichero " + files[1].entries +
+                      " desde hace 0 s: no se ha grabado la cuenta 4000000001");
+    }
+    for (const PostingFile& f : files) {
+        DbHandle h(f.entries);
+        EXPECT_TRUE(h.kept());
+        EXPECT_TRUE(sqlite3_get_autocommit(h->handle()));
+        EXPECT_EQ(settingsOf(*h), before);
+    }
+    EXPECT_EQ(At(y24, records[1][2]), (RowValue{"RF-3", "0"}));
+    run.Finish();
 }
 
 TEST(PostingFiles, AnAccountOverMoreFilesThanStayOpenIsWrittenWhole) {

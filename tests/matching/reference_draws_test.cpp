@@ -2,6 +2,7 @@
 // connection a run keeps for them.
 
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include <set>
 #include <string>
@@ -95,6 +96,32 @@ TEST_F(ReferenceDrawsTest, DrawsOnAKeptConnectionSeeLaterEntriesAndHoldNoLock) {
     PreviewCounter preview(w.session);
     EXPECT_EQ(preview.Next(2), (std::vector<std::string>{"RF-1008", "RF-1009"}));
     EXPECT_EQ(ReadCounter(y), 1006);  // a preview never writes the counter
+}
+
+// The look-ups of a draw find the numbers through the reference's index, which leaves out the
+// empty reference: among many entries without one, none of them reads the table row by row.
+TEST_F(ReferenceDrawsTest, LookUpsReadTheReferenceIndexNotTheTable) {
+    std::vector<std::string> references(300, "");
+    references[17] = "RF-1002";
+    references[230] = "RF-1070";
+    Carry(references);
+    ConnectionReuse reuse;
+    const std::vector<std::string> block = NewReferences(w.session, 100);
+    const std::string one = NewReference(w.session);
+    EXPECT_EQ(block, Expected(kStart, 100));
+    EXPECT_EQ(one, Expected(Number(block.back()), 1)[0]);
+    DbHandle kept(ResolveFileName(l.EntriesFile(y)));
+    ASSERT_TRUE(kept.kept());
+    int lookUps = 0;
+    for (sqlite3_stmt* st = sqlite3_next_stmt(kept->handle(), nullptr); st;
+         st = sqlite3_next_stmt(kept->handle(), st)) {
+        const std::string sql = sqlite3_sql(st);
+        if (sql.find("referencia") == std::string::npos) continue;
+        ++lookUps;
+        EXPECT_GT(sqlite3_stmt_status(st, SQLITE_STMTSTATUS_VM_STEP, 0), 0) << sql;
+        EXPECT_EQ(sqlite3_stmt_status(st, SQLITE_STMTSTATUS_FULLSCAN_STEP, 0), 0) << sql;
+    }
+    EXPECT_EQ(lookUps, 2);  // the block's statement and the single one
 }
 
 }  // namespace
