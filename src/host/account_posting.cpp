@@ -147,6 +147,9 @@ class FileSet {
         std::string id = Identity(path);
         auto it = files_.find(id);
         if (it == files_.end()) {
+            std::error_code ec;
+            if (path.empty() || !fs::is_regular_file(path, ec))
+                throw HostError("No existe el fichero de datos " + path);
             auto f = std::make_unique<DataFile>();
             f->path = path;
             f->identity = id;
@@ -273,9 +276,6 @@ class FileSet {
             }
         }
         if (!f.own) {
-            std::error_code ec;
-            if (f.path.empty() || !fs::is_regular_file(f.path, ec))
-                throw HostError("No existe el fichero de datos " + f.path);
             auto db = std::make_unique<Db>(f.path, Db::Mode::ReadWrite);
             UseForRun(f, *db);
             f.own = std::move(db);
@@ -289,7 +289,7 @@ class FileSet {
         if (f.borrowed) {
             try {
                 RestoreConnectionSettings(*f.db);
-            } catch (const HostError&) {
+            } catch (...) {
                 // the connection is not in a transaction here; a setting that cannot be put
                 // back leaves a connection that syncs less only until the run's scope ends
             }
