@@ -152,7 +152,8 @@ class CentsBits {
         const auto words = static_cast<std::size_t>((span + 63) / 64);
         fwd_.assign(words, 0);
         rev_.assign(words + 2, 0);
-        nonzero_.assign((words + 63) / 64, 0);
+        nonzero_.assign((words + 2) / 64 + 3, 0);
+        revNonzero_.assign((words + 2) / 64 + 3, 0);
         for (std::int64_t c : cents)
             Set(c, true);
         // The values are ascending and so are their cents: the value of a bit is the number of
@@ -214,24 +215,33 @@ class CentsBits {
             return;
         }
         visit(0, both(0) & first);
-        // Between the ends, only the words of fwd with some bit set, found from its summary.
+        // Between the ends, only the words of fwd with some bit set whose words of rev beside them
+        // have some too, found from summaries of both: word w of fwd meets words w + d (and
+        // w + d + 1 when the bits do not line up) of rev.
+        const std::int64_t d = base / 64 - w0;
         const std::int64_t end = w0 + static_cast<std::int64_t>(n) - 1;
-        for (std::int64_t w = w0 + 1; w < end;) {
-            const std::uint64_t s = nonzero_[static_cast<std::size_t>(w / 64)] >> (w % 64);
-            if (s == 0) {
-                w = (w / 64 + 1) * 64;
-                continue;
+        for (std::int64_t w = w0 + 1; w < end; w += 64) {
+            std::uint64_t partners = Summary(revNonzero_, w + d);
+            if (off) partners |= Summary(revNonzero_, w + d + 1);
+            std::uint64_t words = Summary(nonzero_, w) & partners;
+            if (end - w < 64) words &= (std::uint64_t{1} << (end - w)) - 1;
+            while (words) {
+                const auto m = static_cast<std::size_t>(w + std::countr_zero(words) - w0);
+                words &= words - 1;
+                if (const std::uint64_t b = both(m)) visit(m, b);
             }
-            w += std::countr_zero(s);
-            if (w >= end) break;
-            visit(static_cast<std::size_t>(w - w0), both(static_cast<std::size_t>(w - w0)));
-            ++w;
         }
         visit(n - 1, both(n - 1) & last);
     }
 
   private:
     static std::int64_t FloorHalf(std::int64_t v) { return v >= 0 ? v / 2 : -((-v + 1) / 2); }
+    // The 64 bits of a summary from bit p on; summaries carry a zero word past their bits.
+    static std::uint64_t Summary(const std::vector<std::uint64_t>& v, std::int64_t p) {
+        const auto q = static_cast<std::size_t>(p / 64);
+        const auto o = static_cast<unsigned>(p % 64);
+        return o ? (v[q] >> o) | (v[q + 1] << (64 - o)) : v[q];
+    }
     // The value index of bit i, which is in the full set.
     std::size_t Index(std::uint64_t i) const {
         const std::uint64_t below = (std::uint64_t{1} << (i % 64)) - 1;
@@ -245,19 +255,21 @@ class CentsBits {
             fwd_[i / 64] |= std::uint64_t{1} << (i % 64);
             rev_[r / 64] |= std::uint64_t{1} << (r % 64);
             nonzero_[i / 4096] |= std::uint64_t{1} << (i / 64 % 64);
+            revNonzero_[r / 4096] |= std::uint64_t{1} << (r / 64 % 64);
         } else {
             fwd_[i / 64] &= ~(std::uint64_t{1} << (i % 64));
             rev_[r / 64] &= ~(std::uint64_t{1} << (r % 64));
             if (fwd_[i / 64] == 0) nonzero_[i / 4096] &= ~(std::uint64_t{1} << (i / 64 % 64));
+            if (rev_[r / 64] == 0) revNonzero_[r / 4096] &= ~(std::uint64_t{1} << (r / 64 % 64));
         }
     }
 
     std::int64_t min_ = 0, max_ = 0;
     std::vector<std::int64_t> cents_;  // by value index
     std::vector<std::uint64_t> fwd_, rev_;
-    std::vector<std::uint64_t> nonzero_;  // bit w: word w of fwd has some bit set
-    std::vector<std::uint64_t> all_;      // fwd as made, before any removal
-    std::vector<std::uint32_t> rank_;     // bits of all_ before each word
+    std::vector<std::uint64_t> nonzero_, revNonzero_;  // bit w: word w has some bit set
+    std::vector<std::uint64_t> all_;                   // fwd as made, before any removal
+    std::vector<std::uint32_t> rank_;                  // bits of all_ before each word
 };
 
 // The pool for pass 1: distinct amounts in ascending order with their open items in list order.

@@ -96,6 +96,54 @@ TEST(PairSearch, WideCentsPoolsEqualLiteralRules) {
     EXPECT_GT(nearMisses, 20);  // the cents of a pair reach targets their doubles miss
 }
 
+// Few amounts spread thinly over a span of many thousand units, where most words of cents are
+// empty: pairs at both ends of the span, pairs whose bits line up word for word (the sum of the
+// smallest and largest amounts less whole words of cents), and sums a cent off them.
+TEST(PairSearch, SparsePoolsOverWideSpansEqualLiteralRules) {
+    std::mt19937_64 rng(99991);
+    int groups = 0;
+    for (int c = 0; c < 30; ++c) {
+        std::vector<AmountItem> pool, targets;
+        std::vector<long long> cents;
+        const int n = 150 + static_cast<int>(rng() % 150);
+        const long long span = 200000 + static_cast<long long>(rng() % 1200000);
+        for (int i = 0; i < n; ++i) {
+            cents.push_back(static_cast<long long>(rng() % static_cast<unsigned long long>(span)) -
+                            span / 3);
+            pool.push_back(Item(Cents(cents.back()), i, rng() % 10 != 0));
+        }
+        const auto [lo, hi] = std::minmax_element(cents.begin(), cents.end());
+        for (int i = 0; i < 60; ++i) {
+            const std::size_t x = rng() % pool.size();
+            long long sum = cents[x] + cents[rng() % pool.size()];
+            switch (rng() % 4) {
+                case 0: {
+                    // Some other pair of the same word alignment as the two ends.
+                    for (std::size_t y = 0; y < cents.size(); ++y)
+                        if (y != x && (*lo + *hi - cents[x] - cents[y]) % 64 == 0) {
+                            sum = cents[x] + cents[y];
+                            break;
+                        }
+                    break;
+                }
+                case 1:
+                    sum += rng() % 2 ? 1 : -1;
+                    break;
+                case 2:
+                    sum = rng() % 2 ? *lo + *hi : cents[x] + (rng() % 2 ? *lo : *hi);
+                    break;
+                default:
+                    break;
+            }
+            targets.push_back(Item(Cents(sum), i));
+        }
+        SCOPED_TRACE("case " + std::to_string(c));
+        groups += SameAsLiteral(targets, pool);
+        if (HasFailure()) return;
+    }
+    EXPECT_GT(groups, 800);
+}
+
 // Amounts with one or two decimals whose double sums are seldom the double of the cents added:
 // every target is a cents sum of two late items, so that the pairs of cents are there and the
 // doubles decide. A few amounts of the pool appear twice, one of them closed, and half targets
