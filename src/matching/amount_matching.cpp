@@ -148,7 +148,7 @@ class CentsBits {
         min_ = *std::min_element(cents.begin(), cents.end());
         max_ = *std::max_element(cents.begin(), cents.end());
         const std::int64_t span = max_ - min_ + 1;
-        if (span > 64 * (32 * static_cast<std::int64_t>(values.size()) + 16384)) return;
+        if (span > 64 * (32 * static_cast<std::int64_t>(values.size()) + 1024)) return;
         const auto words = static_cast<std::size_t>((span + 63) / 64);
         fwd_.assign(words, 0);
         rev_.assign(words + 2, 0);
@@ -168,6 +168,7 @@ class CentsBits {
         cents_ = std::move(cents);
     }
     bool Usable() const { return !cents_.empty(); }
+    std::int64_t CentsOf(std::size_t value) const { return cents_[value]; }
     void Remove(std::size_t value) { Set(cents_[value], false); }
     bool Has(std::int64_t c) const {
         if (c < min_ || c > max_) return false;
@@ -315,33 +316,29 @@ class PairFinder {
     }
 
     // The first pool item k from which pass 1 completes a group for `target`, with its partner
-    // (-1 when the partner is not taken in); false when no k completes. With whole cents, the
-    // pairs of cents that add up to the target's give every candidate at once. Otherwise the open
-    // items are tried in list order first, which finds the usual target's k after a few items; a
-    // target that gets no answer within the budget is settled by a sweep over every amount.
+    // (-1 when the partner is not taken in); false when no k completes. The open items are tried
+    // in list order first, which finds the usual target's k after a few items; a target that
+    // gets no answer within the budget is settled by a sweep over every pair of amounts, which
+    // with whole cents is over the pairs of cents that add up to the target's.
     bool Find(double target, std::int32_t& k, std::int32_t& j) {
         if (openTotal_ == 0) return false;
         std::optional<std::int64_t> total;
         if (cents_.Usable()) total = RegularCents(target);
+        std::int32_t budget = 16 + static_cast<std::int32_t>(live_.size() / 16);
         std::int32_t best = INT_MAX;
-        if (total) {
-            best = SweepCents(target, *total);
-        } else {
-            std::int32_t budget = 16 + static_cast<std::int32_t>(live_.size() / 16);
-            bool exhausted = false;
-            const auto n = static_cast<std::int32_t>(pool_.size());
-            for (std::int32_t i = NextOpen(0); i < n; i = NextOpen(i + 1)) {
-                if (--budget < 0) {
-                    exhausted = true;
-                    break;
-                }
-                if (Completes(i, target, budget)) {
-                    best = i;
-                    break;
-                }
+        bool exhausted = false;
+        const auto n = static_cast<std::int32_t>(pool_.size());
+        for (std::int32_t i = NextOpen(0); i < n; i = NextOpen(i + 1)) {
+            if (--budget < 0) {
+                exhausted = true;
+                break;
             }
-            if (exhausted) best = Sweep(target);
+            if (Completes(i, target, total, budget)) {
+                best = i;
+                break;
+            }
         }
+        if (exhausted) best = total ? SweepCents(target, *total) : Sweep(target);
         if (best == INT_MAX) return false;
         k = best;
         double a = pool_[k].amount;
@@ -373,9 +370,13 @@ class PairFinder {
     // Whether pass 1 completes a group for `target` from open item k: k alone equals it (and
     // another open item is there to be looked at), or an open item other than k adds up to it
     // with k. The amounts v with k + v == target are one run of the ascending values.
-    bool Completes(std::int32_t k, double target, std::int32_t& budget) const {
+    // With the target's whole cents (`total`), a partner whose cents are not there cannot be.
+    bool Completes(std::int32_t k, double target, const std::optional<std::int64_t>& total,
+                   std::int32_t& budget) const {
         const double a = pool_[k].amount;
         if (a == target) return openTotal_ >= 2;
+        if (total && !cents_.Has(*total - cents_.CentsOf(static_cast<std::size_t>(groupOf_[k]))))
+            return false;
         auto it = std::partition_point(values_.begin(), values_.end(),
                                        [&](double v) { return a + v < target; });
         for (; it != values_.end() && a + *it == target; ++it) {
