@@ -129,12 +129,13 @@ std::optional<std::int64_t> RegularCents(double a) {
 }
 
 // The open amounts of a pool as whole cents, one bit per cent between the smallest and the
-// largest, and the same bits reversed: whether two of them add up to a number of cents is one
-// AND of the two over the range of the smaller one.
+// largest, and the same bits reversed: the pairs of them that add up to a number of cents are the
+// bits of one AND of the two over the range of the smaller one, where only the words of the
+// first with some bit set need a look.
 class CentsBits {
   public:
-    // Empty (Usable false) when some amount is not whole cents or the span is too wide for its
-    // bits to be cheaper than the amounts themselves.
+    // Empty (Usable false) when some amount is not whole cents or the span is too wide for the
+    // number of amounts to be worth its bits.
     explicit CentsBits(const std::vector<double>& values) {
         if (values.empty()) return;
         std::vector<std::int64_t> cents;
@@ -147,12 +148,23 @@ class CentsBits {
         min_ = *std::min_element(cents.begin(), cents.end());
         max_ = *std::max_element(cents.begin(), cents.end());
         const std::int64_t span = max_ - min_ + 1;
-        if (span > 64 * (8 * static_cast<std::int64_t>(values.size()) + 1024)) return;
+        if (span > 64 * (32 * static_cast<std::int64_t>(values.size()) + 1024)) return;
         const auto words = static_cast<std::size_t>((span + 63) / 64);
         fwd_.assign(words, 0);
         rev_.assign(words + 2, 0);
+        nonzero_.assign((words + 2) / 64 + 3, 0);
+        revNonzero_.assign((words + 2) / 64 + 3, 0);
         for (std::int64_t c : cents)
             Set(c, true);
+        // The values are ascending and so are their cents: the value of a bit is the number of
+        // bits below it in the full set, counted a word at a time.
+        all_ = fwd_;
+        rank_.resize(words);
+        std::uint32_t below = 0;
+        for (std::size_t w = 0; w < words; ++w) {
+            rank_[w] = below;
+            below += static_cast<std::uint32_t>(std::popcount(all_[w]));
+        }
         cents_ = std::move(cents);
     }
     bool Usable() const { return !cents_.empty(); }
@@ -163,55 +175,79 @@ class CentsBits {
         const auto i = static_cast<std::uint64_t>(c - min_);
         return (fwd_[i / 64] >> (i % 64)) & 1;
     }
-    // Whether some x <= y of the set have x + y == total (x == y counts with one item).
-    bool MayPair(std::int64_t total) const {
-        // x runs from the larger of min and total - max to the smaller of max and total / 2.
-        std::int64_t lo = std::max(min_, total - max_);
-        std::int64_t hi = std::min(max_, FloorHalf(total));
-        if (lo > hi) return false;
-        // Bit i of fwd is min + i; bit i + shift of rev is max - (i + shift) == total - (min + i).
-        // The partners of the bits from lo to hi lie inside rev, so that the words read beside
-        // them are at worst the zero words that pad it at both ends.
+    // Calls f(x, y) with the value indexes of every x <= y of the set whose cents add up to
+    // `total` (x == y when one amount is half of it), x ascending. The doubles of some of them
+    // may not add up to the target those cents stand for: callers check the sums.
+    template <class F>
+    void ForEachPair(std::int64_t total, F&& f) const {
+        const std::int64_t lo = std::max(min_, total - max_);
+        const std::int64_t hi = std::min(max_, FloorHalf(total));
+        if (lo > hi) return;
+        // Bit i of fwd is min + i; bit i + shift of rev is max - (i + shift) == total - (min + i),
+        // which is bit total - 2 min - i of fwd. The partners of the bits from lo to hi lie
+        // inside rev, so that the words read beside them are at worst the zero words that pad it
+        // at both ends.
         const std::int64_t shift = max_ + min_ - total;
         const std::int64_t ilo = lo - min_, ihi = hi - min_;
         const std::int64_t w0 = ilo / 64, w1 = ihi / 64;
-        const std::int64_t base = w0 * 64 + shift + 64;  // in the padded rev, at least 1
+        const std::int64_t base = w0 * 64 + shift + 64;
         const auto off = static_cast<unsigned>(base % 64);
         const std::uint64_t* r = rev_.data() + base / 64;
-        const std::uint64_t* f = fwd_.data() + w0;
+        const std::uint64_t* fw = fwd_.data() + w0;
         const auto n = static_cast<std::size_t>(w1 - w0 + 1);
-        auto partner = [&](std::size_t m) {
-            return off ? (r[m] >> off) | (r[m + 1] << (64 - off)) : r[m];
+        const unsigned back = 64 - off;
+        auto both = [&](std::size_t m) {
+            return fw[m] & (off ? (r[m] >> off) | (r[m + 1] << back) : r[m]);
         };
-        std::uint64_t first = f[0] & (~std::uint64_t{0} << (ilo % 64));
-        std::uint64_t last =
+        const std::int64_t far = total - 2 * min_;  // the partner of bit i is bit far - i
+        auto visit = [&](std::size_t m, std::uint64_t bits) {
+            const std::int64_t at = (w0 + static_cast<std::int64_t>(m)) * 64;
+            while (bits) {
+                const std::int64_t i = at + std::countr_zero(bits);
+                bits &= bits - 1;
+                f(Index(static_cast<std::uint64_t>(i)), Index(static_cast<std::uint64_t>(far - i)));
+            }
+        };
+        const std::uint64_t first = ~std::uint64_t{0} << (ilo % 64);
+        const std::uint64_t last =
             ihi % 64 == 63 ? ~std::uint64_t{0} : (std::uint64_t{1} << (ihi % 64 + 1)) - 1;
-        if (n == 1) return (first & last & partner(0)) != 0;
-        if (first & partner(0)) return true;
-        if (f[n - 1] & last & partner(n - 1)) return true;
-        // Four words at a time between the ends, which the compiler turns into vector code.
-        std::size_t m = 1;
-        if (off == 0) {
-            for (; m + 4 <= n - 1; m += 4)
-                if ((f[m] & r[m]) | (f[m + 1] & r[m + 1]) | (f[m + 2] & r[m + 2]) |
-                    (f[m + 3] & r[m + 3]))
-                    return true;
-        } else {
-            const unsigned back = 64 - off;
-            for (; m + 4 <= n - 1; m += 4) {
-                std::uint64_t any = 0;
-                for (std::size_t q = m; q < m + 4; ++q)
-                    any |= f[q] & ((r[q] >> off) | (r[q + 1] << back));
-                if (any) return true;
+        if (n == 1) {
+            visit(0, both(0) & first & last);
+            return;
+        }
+        visit(0, both(0) & first);
+        // Between the ends, only the words of fwd with some bit set whose words of rev beside them
+        // have some too, found from summaries of both: word w of fwd meets words w + d (and
+        // w + d + 1 when the bits do not line up) of rev.
+        const std::int64_t d = base / 64 - w0;
+        const std::int64_t end = w0 + static_cast<std::int64_t>(n) - 1;
+        for (std::int64_t w = w0 + 1; w < end; w += 64) {
+            std::uint64_t partners = Summary(revNonzero_, w + d);
+            if (off) partners |= Summary(revNonzero_, w + d + 1);
+            std::uint64_t words = Summary(nonzero_, w) & partners;
+            if (end - w < 64) words &= (std::uint64_t{1} << (end - w)) - 1;
+            while (words) {
+                const auto m = static_cast<std::size_t>(w + std::countr_zero(words) - w0);
+                words &= words - 1;
+                if (const std::uint64_t b = both(m)) visit(m, b);
             }
         }
-        for (; m < n - 1; ++m)
-            if (f[m] & partner(m)) return true;
-        return false;
+        visit(n - 1, both(n - 1) & last);
     }
 
   private:
     static std::int64_t FloorHalf(std::int64_t v) { return v >= 0 ? v / 2 : -((-v + 1) / 2); }
+    // The 64 bits of a summary from bit p on; summaries carry a zero word past their bits.
+    static std::uint64_t Summary(const std::vector<std::uint64_t>& v, std::int64_t p) {
+        const auto q = static_cast<std::size_t>(p / 64);
+        const auto o = static_cast<unsigned>(p % 64);
+        return o ? (v[q] >> o) | (v[q + 1] << (64 - o)) : v[q];
+    }
+    // The value index of bit i, which is in the full set.
+    std::size_t Index(std::uint64_t i) const {
+        const std::uint64_t below = (std::uint64_t{1} << (i % 64)) - 1;
+        return rank_[i / 64] + static_cast<std::size_t>(std::popcount(all_[i / 64] & below));
+    }
     void Set(std::int64_t c, bool on) {
         const auto i = static_cast<std::uint64_t>(c - min_);
         // rev carries a zero word before and after its bits.
@@ -219,15 +255,22 @@ class CentsBits {
         if (on) {
             fwd_[i / 64] |= std::uint64_t{1} << (i % 64);
             rev_[r / 64] |= std::uint64_t{1} << (r % 64);
+            nonzero_[i / 4096] |= std::uint64_t{1} << (i / 64 % 64);
+            revNonzero_[r / 4096] |= std::uint64_t{1} << (r / 64 % 64);
         } else {
             fwd_[i / 64] &= ~(std::uint64_t{1} << (i % 64));
             rev_[r / 64] &= ~(std::uint64_t{1} << (r % 64));
+            if (fwd_[i / 64] == 0) nonzero_[i / 4096] &= ~(std::uint64_t{1} << (i / 64 % 64));
+            if (rev_[r / 64] == 0) revNonzero_[r / 4096] &= ~(std::uint64_t{1} << (r / 64 % 64));
         }
     }
 
     std::int64_t min_ = 0, max_ = 0;
     std::vector<std::int64_t> cents_;  // by value index
     std::vector<std::uint64_t> fwd_, rev_;
+    std::vector<std::uint64_t> nonzero_, revNonzero_;  // bit w: word w has some bit set
+    std::vector<std::uint64_t> all_;                   // fwd as made, before any removal
+    std::vector<std::uint32_t> rank_;                  // bits of all_ before each word
 };
 
 // The pool for pass 1: distinct amounts in ascending order with their open items in list order.
@@ -275,13 +318,12 @@ class PairFinder {
     // The first pool item k from which pass 1 completes a group for `target`, with its partner
     // (-1 when the partner is not taken in); false when no k completes. The open items are tried
     // in list order first, which finds the usual target's k after a few items; a target that
-    // gets no answer within the budget is settled by a sweep over every amount instead.
+    // gets no answer within the budget is settled by a sweep over every pair of amounts, which
+    // with whole cents is over the pairs of cents that add up to the target's.
     bool Find(double target, std::int32_t& k, std::int32_t& j) {
         if (openTotal_ == 0) return false;
         std::optional<std::int64_t> total;
         if (cents_.Usable()) total = RegularCents(target);
-        if (total && !(openTotal_ >= 2 && cents_.Has(*total)) && !cents_.MayPair(*total))
-            return false;
         std::int32_t budget = 16 + static_cast<std::int32_t>(live_.size() / 16);
         std::int32_t best = INT_MAX;
         bool exhausted = false;
@@ -296,7 +338,7 @@ class PairFinder {
                 break;
             }
         }
-        if (exhausted) best = Sweep(target);
+        if (exhausted) best = total ? SweepCents(target, *total) : Sweep(target);
         if (best == INT_MAX) return false;
         k = best;
         double a = pool_[k].amount;
@@ -399,6 +441,30 @@ class PairFinder {
                 best = std::min(best, cand);
             }
         }
+        return best;
+    }
+
+    // Sweep for a target of whole cents `total` over a pool of whole cents: only the pairs of
+    // amounts whose cents add up to it are looked at, which every pair adding up to the target
+    // is among.
+    std::int32_t SweepCents(double target, std::int64_t total) {
+        std::int32_t best = INT_MAX;
+        if (openTotal_ >= 2 && cents_.Has(total)) {
+            std::int32_t g = ExactGroup(target);
+            if (g >= 0) best = FirstOpen(g, -1);
+        }
+        cents_.ForEachPair(total, [&](std::size_t x, std::size_t y) {
+            const auto gl = static_cast<std::int32_t>(x), gh = static_cast<std::int32_t>(y);
+            if (values_[x] + values_[y] != target) return;
+            std::int32_t cand;
+            if (gh == gl) {
+                if (groups_[gl].open < 2) return;
+                cand = FirstOpen(gl, -1);
+            } else {
+                cand = std::min(FirstOpen(gl, -1), FirstOpen(gh, -1));
+            }
+            best = std::min(best, cand);
+        });
         return best;
     }
 
