@@ -568,36 +568,23 @@ class MinTree {
         return i - n_ < size_ ? positions_[i - n_] : -1;
     }
 
-    // The open items below every item before them, in list order, with their amounts (falling);
-    // the first item of the tree comes first even when it has closed, as +infinity.
-    void Lows(std::vector<double>& amounts, std::vector<std::int32_t>& items) const {
-        RefreshLows();
-        amounts = lowAmounts_;
-        items.clear();
-        for (std::int32_t leaf : lowLeaves_)
-            items.push_back(positions_[static_cast<std::size_t>(leaf)]);
-    }
-
   private:
     static constexpr double kInf = std::numeric_limits<double>::infinity();
 
-    void RefreshLows() const {
-        if (!lowsStale_) return;
-        // The first leaf, then each one below every leaf before it.
-        lowAmounts_.clear();
-        lowLeaves_.clear();
-        for (std::size_t c = 0; c < size_; ++c) {
-            const double a = t_[n_ + c];
-            if (c == 0 || a < lowAmounts_.back()) {
-                lowAmounts_.push_back(a);
-                lowLeaves_.push_back(static_cast<std::int32_t>(c));
-            }
-        }
-        lowsStale_ = false;
-    }
-
     std::int32_t FirstLowAtMost(double bound) const {
-        RefreshLows();
+        if (lowsStale_) {
+            // The first leaf, then each one below every leaf before it.
+            lowAmounts_.clear();
+            lowLeaves_.clear();
+            for (std::size_t c = 0; c < size_; ++c) {
+                const double a = t_[n_ + c];
+                if (c == 0 || a < lowAmounts_.back()) {
+                    lowAmounts_.push_back(a);
+                    lowLeaves_.push_back(static_cast<std::int32_t>(c));
+                }
+            }
+            lowsStale_ = false;
+        }
         auto it = std::partition_point(lowAmounts_.begin(), lowAmounts_.end(),
                                        [&](double a) { return !(a <= bound); });
         if (it == lowAmounts_.end()) return -1;
@@ -615,78 +602,40 @@ class MinTree {
     mutable bool lowsStale_ = true;
 };
 
+// The open items of each amount in list order, for the starting items that equal a target.
+class EqualAmounts {
+  public:
+    struct Cursor {
+        const std::vector<std::int32_t>* items = nullptr;
+        std::size_t at = 0;
+    };
+    explicit EqualAmounts(const std::vector<AmountItem>& pool) {
+        for (std::size_t i = 0; i < pool.size(); ++i)
+            if (pool[i].open) map_[Key(pool[i].amount)].push_back(static_cast<std::int32_t>(i));
+    }
+    Cursor Find(double amount) const {
+        auto it = map_.find(Key(amount));
+        return it == map_.end() ? Cursor{} : Cursor{&it->second, 0};
+    }
+    // The open item at the cursor or after it; -1 when none.
+    std::int32_t Next(const std::vector<AmountItem>& pool, Cursor& c) const {
+        if (!c.items) return -1;
+        while (c.at < c.items->size() && !pool[(*c.items)[c.at]].open)
+            ++c.at;
+        return c.at < c.items->size() ? (*c.items)[c.at] : -1;
+    }
+    void Skip(Cursor& c) const { ++c.at; }
+
+  private:
+    // 0.0 and -0.0 compare equal, so they share a key.
+    static double Key(double a) { return a == 0 ? 0.0 : a; }
+    std::unordered_map<double, std::vector<std::int32_t>> map_;
+};
+
 // An upper bound for the amounts a with sum + a <= target: the rounding of both the addition and
 // of target - sum stays far inside this margin; every candidate is confirmed exactly.
 double FitBound(double sum, double target) {
     return (target - sum) + 1e-15 * (std::fabs(target) + std::fabs(sum)) + 1e-300;
-}
-
-// The pool items open when pass 2 starts, by amount, for the starting items of given amounts.
-class OpenSorted {
-  public:
-    explicit OpenSorted(const std::vector<AmountItem>& pool) {
-        for (std::size_t i = 0; i < pool.size(); ++i)
-            if (pool[i].open) items_.push_back(static_cast<std::int32_t>(i));
-        std::stable_sort(items_.begin(), items_.end(), [&](std::int32_t a, std::int32_t b) {
-            return pool[a].amount < pool[b].amount;
-        });
-        for (std::int32_t i : items_)
-            amounts_.push_back(pool[i].amount);
-    }
-    // Appends the items still open whose amounts lie between lo and hi, both included.
-    void Between(const std::vector<AmountItem>& pool, double lo, double hi,
-                 std::vector<std::int32_t>& out) const {
-        auto it = std::lower_bound(amounts_.begin(), amounts_.end(), lo);
-        for (auto c = static_cast<std::size_t>(it - amounts_.begin());
-             c < amounts_.size() && amounts_[c] <= hi; ++c)
-            if (pool[items_[c]].open) out.push_back(items_[c]);
-    }
-
-  private:
-    std::vector<std::int32_t> items_;
-    std::vector<double> amounts_;
-};
-
-// The starting items, in list order, whose runs may land on `target`: every other open item is
-// shown below to end its run without landing. Pass 1 has already failed for the target, over a
-// pool that held every item open now, so that (a) no open item equals the target while another
-// is open (its run would have completed at the first item looked at) and (b) no two open items
-// a, b have a + b == target.
-//
-// Let m be the smallest open amount and l_0, l_1, ... the open items below every item before
-// them. From a starting item k not among them, the first item taken is the first l_i with
-// a_k + a(l_i) <= target: the first item that fits is below every item before it (fitting falls
-// with the amount, and k itself, not being such an item, has one at most its amount before it).
-// After that every further sum is at least (a_k + a(l_i)) + m, since rounding keeps the order
-// of the exact sums; when that exceeds the target nothing more is taken, the sum stays
-// a_k + a(l_i), which (b) keeps off the target, and the run fails; before l_i the sum was a_k,
-// which (a) keeps off it. A run with no l_i to take fails likewise. So besides the l_i only the
-// items with a_k + a(l_{i-1}) > target and (a_k + a(l_i)) + m <= target for some i can land.
-// Both conditions become bounds on a_k, widened by more than the rounding of the few operations
-// involved (each below 2^-53 of the target's magnitude plus three times the largest amount);
-// the items inside the widened bounds are run, and the run decides exactly.
-void StartsThatMayLand(const std::vector<AmountItem>& pool, const MinTree& tree,
-                       const OpenSorted& sorted, double target, double largest,
-                       std::vector<double>& lowAmounts, std::vector<std::int32_t>& lowItems,
-                       std::vector<std::int32_t>& starts) {
-    starts.clear();
-    const double m = tree.Min();
-    if (std::isinf(m)) return;  // nothing open
-    tree.Lows(lowAmounts, lowItems);
-    const double margin = 1e-15 * (std::fabs(target) + 3 * largest) + 1e-300;
-    for (std::size_t i = 0; i < lowItems.size(); ++i) {
-        if (std::isinf(lowAmounts[i])) continue;  // a closed first item
-        starts.push_back(lowItems[i]);
-        const double lo = i == 0 || std::isinf(lowAmounts[i - 1])
-                              ? -std::numeric_limits<double>::infinity()
-                              : (target - lowAmounts[i - 1]) - margin;
-        const double hi = ((target - lowAmounts[i]) - m) + margin;
-        if (lo <= hi) sorted.Between(pool, lo, hi, starts);
-    }
-    // Items equal to the target, which (a) rules out, are run all the same: they are few.
-    sorted.Between(pool, target, target, starts);
-    std::sort(starts.begin(), starts.end());
-    starts.erase(std::unique(starts.begin(), starts.end()), starts.end());
 }
 
 void FormGroup(AmountItem& target, std::vector<AmountItem>& pool,
@@ -760,21 +709,30 @@ void MatchSubsets(std::vector<AmountItem>& targets, std::vector<AmountItem>& poo
     }
 
     MinTree tree(pool);
-    const OpenSorted sorted(pool);
-    double largest = 0;
-    for (const AmountItem& it : pool)
-        largest = std::max(largest, std::fabs(it.amount));
+    EqualAmounts equals(pool);
     std::int32_t firstOpen = 0;
-    std::vector<std::int32_t> members, starts, lowItems;
-    std::vector<double> lowAmounts;
+    std::vector<std::int32_t> members;
     auto np = static_cast<std::int32_t>(pool.size());
     for (std::int32_t t = 0; t < nt; ++t) {
         if (targets[t].open) {
             while (firstOpen < np && !pool[firstOpen].open)
                 ++firstOpen;
-            const double target = targets[t].amount;
-            StartsThatMayLand(pool, tree, sorted, target, largest, lowAmounts, lowItems, starts);
-            for (std::int32_t k : starts) {
+            double target = targets[t].amount;
+            // A starting item completes only when it equals the target or when something fits
+            // beside it, that is, at least the smallest open amount: the items of the first kind
+            // come from their amount's list, those of the second from the tree, in list order.
+            const double smallest = tree.Min();
+            const double fit = std::isinf(smallest) ? -smallest : FitBound(smallest, target);
+            EqualAmounts::Cursor equal =
+                target <= fit ? EqualAmounts::Cursor{} : equals.Find(target);
+            std::int32_t fitting = tree.FirstAtMost(static_cast<std::size_t>(firstOpen), fit);
+            for (;;) {
+                const std::int32_t same = equals.Next(pool, equal);
+                if (fitting < 0 && same < 0) break;
+                const std::int32_t k =
+                    same < 0 || (fitting >= 0 && fitting < same) ? fitting : same;
+                if (k == same) equals.Skip(equal);
+                if (k == fitting) fitting = tree.FirstAtMost(static_cast<std::size_t>(k) + 1, fit);
                 if (GreedyRun(pool, tree, k, target, firstOpen, members)) {
                     FormGroup(targets[t], pool, members, groups);
                     for (std::int32_t m : members)
